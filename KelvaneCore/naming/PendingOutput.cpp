@@ -1,0 +1,219 @@
+#include "naming/PendingOutput.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <string>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <vector>
+
+namespace kelvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void throwErrno(const char* what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+// The process umask, read without changing it (umask(2) would race with other threads).
+mode_t processUmask() {
+    static const mode_t mask = [] {
+        std::ifstream status("/proc/self/status");
+        for (std::string line; std::getline(status, line);)
+            if (line.rfind("Umask:", 0) == 0)
+                return static_cast<mode_t>(std::stoul(line.substr(6), nullptr, 8));
+        return static_cast<mode_t>(022);
+    }();
+    return mask;
+}
+
+std::vector<char> templateName(const fs::path& folder, std::string_view extension) {
+    std::string name = (folder / ".kelvane-XXXXXX").string();
+    if (!extension.empty())
+        name.append(".").append(extension);
+    return {name.begin(), name.end() + 1};
+}
+
+bool isUnsupported(int error) {
+    return error == EINVAL || error == ENOSYS || error == ENOTSUP || error == EOPNOTSUPP ||
+           error == EPERM;
+}
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    ~FileDescriptor() {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+    int get() const { return fd_; }
+
+private:
+    int fd_;
+};
+
+void writeAll(int fd, const char* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t written = ::write(fd, data, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            throwErrno("write");
+        data += written;
+        size -= static_cast<std::size_t>(written);
+    }
+}
+
+void copyContents(int from, int to) {
+    char buffer[1 << 16];
+    for (;;) {
+        const ssize_t count = ::read(from, buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throwErrno("read");
+        if (count == 0)
+            return;
+        writeAll(to, buffer, static_cast<std::size_t>(count));
+    }
+}
+
+// Last resort on file systems without hard links: create the target exclusively and copy.
+bool copyToNewFile(const fs::path& source, const fs::path& target) {
+    const FileDescriptor out(::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                                    0666 & ~processUmask()));
+    if (out.get() < 0 && errno == EEXIST)
+        return false;
+    if (out.get() < 0)
+        throwErrno("open");
+    try {
+        const FileDescriptor in(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
+        if (in.get() < 0)
+            throwErrno("open");
+        copyContents(in.get(), out.get());
+    } catch (...) {
+        ::unlink(target.c_str());
+        throw;
+    }
+    ::unlink(source.c_str());
+    return true;
+}
+
+bool linkFile(const fs::path& source, const fs::path& target) {
+    if (::link(source.c_str(), target.c_str()) == 0) {
+        ::unlink(source.c_str());
+        return true;
+    }
+    if (errno == EEXIST)
+        return false;
+    if (!isUnsupported(errno) && errno != EMLINK)
+        throwErrno("link");
+    return copyToNewFile(source, target);
+}
+
+// Without RENAME_NOREPLACE: claim the name with an exclusive mkdir, then move the folder over
+// that empty folder of ours.
+bool moveFolderOverOwnClaim(const fs::path& source, const fs::path& target) {
+    if (::mkdir(target.c_str(), 0700) != 0) {
+        if (errno == EEXIST)
+            return false;
+        throwErrno("mkdir");
+    }
+    if (::rename(source.c_str(), target.c_str()) != 0) {
+        const int error = errno;
+        ::rmdir(target.c_str());
+        throw std::system_error(error, std::generic_category(), "rename");
+    }
+    return true;
+}
+
+} // namespace
+
+PendingOutput PendingOutput::file(const fs::path& folder, std::string_view extension) {
+    std::vector<char> name = templateName(folder, extension);
+    const int suffixLength = extension.empty() ? 0 : static_cast<int>(extension.size() + 1);
+    const FileDescriptor fd(::mkostemps(name.data(), suffixLength, O_CLOEXEC));
+    if (fd.get() < 0)
+        throwErrno("mkostemps");
+    PendingOutput pending(fs::path(name.data()), Kind::file);
+    if (::fchmod(fd.get(), 0666 & ~processUmask()) != 0)
+        throwErrno("fchmod");
+    return pending;
+}
+
+PendingOutput PendingOutput::folder(const fs::path& folder) {
+    std::vector<char> name = templateName(folder, {});
+    if (::mkdtemp(name.data()) == nullptr)
+        throwErrno("mkdtemp");
+    PendingOutput pending(fs::path(name.data()), Kind::folder);
+    if (::chmod(name.data(), 0777 & ~processUmask()) != 0)
+        throwErrno("chmod");
+    return pending;
+}
+
+PendingOutput::PendingOutput(PendingOutput&& other) noexcept
+    : path_(std::move(other.path_)), kind_(other.kind_), settled_(other.settled_) {
+    other.settled_ = true;
+}
+
+PendingOutput::~PendingOutput() {
+    discard();
+}
+
+void PendingOutput::discard() noexcept {
+    if (settled_)
+        return;
+    settled_ = true;
+    std::error_code ignored;
+    if (kind_ == Kind::file)
+        fs::remove(path_, ignored);
+    else
+        fs::remove_all(path_, ignored);
+}
+
+bool PendingOutput::tryPublishAt(const fs::path& target) {
+    if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
+    if (!isUnsupported(errno))
+        throwErrno("renameat2");
+    return kind_ == Kind::file ? linkFile(path_, target) : moveFolderOverOwnClaim(path_, target);
+}
+
+fs::path PendingOutput::publish(const FreeName& freeName) {
+    if (settled_)
+        throw std::system_error(std::make_error_code(std::errc::invalid_argument), "publish");
+    fs::path previous;
+    for (;;) {
+        fs::path target = freeName();
+        // A name source that offers the same taken name twice would loop for ever.
+        if (target == previous)
+            throw std::system_error(std::make_error_code(std::errc::file_exists), "publish");
+        if (tryPublishAt(target)) {
+            settled_ = true;
+            return target;
+        }
+        previous = std::move(target);
+    }
+}
+
+fs::path publishBytes(std::string_view bytes, const fs::path& folder, std::string_view extension,
+                      const FreeName& freeName) {
+    PendingOutput pending = PendingOutput::file(folder, extension);
+    {
+        const FileDescriptor fd(::open(pending.path().c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
+        if (fd.get() < 0)
+            throwErrno("open");
+        writeAll(fd.get(), bytes.data(), bytes.size());
+    }
+    return pending.publish(freeName);
+}
+
+} // namespace kelvane

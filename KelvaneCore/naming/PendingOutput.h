@@ -1,0 +1,59 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string_view>
+
+namespace kelvane {
+
+// Asked for a free destination each time publishing finds the previous one taken; an
+// OutputNaming call that tests existence again gives the next free name.
+using FreeName = std::function<std::filesystem::path()>;
+
+// A result under construction: a hidden temporary file or folder inside the destination
+// folder that becomes the result only when published, under a name that nobody else holds
+// at that instant. Publishing never replaces anything, even when another process creates
+// the chosen name between naming and publishing. A pending output that is never published
+// is removed when it goes out of scope, so a failure leaves nothing behind.
+class PendingOutput {
+public:
+    // A new empty file in `folder`. The extension is kept on the temporary name so that
+    // writers choosing their format by name still work. Throws std::system_error.
+    static PendingOutput file(const std::filesystem::path& folder, std::string_view extension);
+    // A new empty folder in `folder`. Throws std::system_error.
+    static PendingOutput folder(const std::filesystem::path& folder);
+
+    PendingOutput(PendingOutput&& other) noexcept;
+    PendingOutput& operator=(PendingOutput&&) = delete;
+    PendingOutput(const PendingOutput&) = delete;
+    PendingOutput& operator=(const PendingOutput&) = delete;
+    ~PendingOutput();
+
+    // Where to write until publishing.
+    const std::filesystem::path& path() const { return path_; }
+
+    // Moves the result to the first free name `freeName` gives and returns that name.
+    // Throws std::system_error when the folder refuses the move for another reason; the
+    // temporary output is then still removed on destruction.
+    std::filesystem::path publish(const FreeName& freeName);
+
+    // Removes the temporary output now (also done on destruction).
+    void discard() noexcept;
+
+private:
+    enum class Kind { file, folder };
+    PendingOutput(std::filesystem::path path, Kind kind) : path_(std::move(path)), kind_(kind) {}
+
+    // True when published at `target`, false when the name was taken.
+    bool tryPublishAt(const std::filesystem::path& target);
+
+    std::filesystem::path path_;
+    Kind kind_;
+    bool settled_ = false;
+};
+
+// Writes `bytes` as a new file at the first free name `freeName` gives; returns that name.
+std::filesystem::path publishBytes(std::string_view bytes, const std::filesystem::path& folder,
+                                   std::string_view extension, const FreeName& freeName);
+
+} // namespace kelvane

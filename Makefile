@@ -1,0 +1,33 @@
+# The two commands: `make run` and `make test`. Both install missing Debian packages first.
+
+BUILD_DIR      ?= build
+TEST_BUILD_DIR ?= build-asan
+JOBS           ?= $(shell nproc)
+
+CMAKE_COMMON = -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+.PHONY: run test deps build build-tests format clean
+
+run: build
+	./$(BUILD_DIR)/kelvane-cli/kelvane-cli --help
+
+test: build-tests
+	cd $(TEST_BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure --timeout 600 -j $(JOBS)
+
+deps:
+	@bash scripts/install-deps.sh
+
+build: deps
+	cmake -S . -B $(BUILD_DIR) $(CMAKE_COMMON) -DKELVANE_BUILD_TESTS=OFF
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+# Tests build with warnings as errors and with AddressSanitizer and UBSan.
+build-tests: deps
+	cmake -S . -B $(TEST_BUILD_DIR) $(CMAKE_COMMON) -DKELVANE_WERROR=ON -DKELVANE_SANITIZE=ON
+	cmake --build $(TEST_BUILD_DIR) -j $(JOBS)
+
+format:
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+clean:
+	rm -rf $(BUILD_DIR) $(TEST_BUILD_DIR)

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Installs the Debian packages Kelvane needs to build, run and test. Idempotent: only
+# missing packages are installed, and nothing happens when all are present. Works as root
+# or through sudo, without questions.
+set -euo pipefail
+
+packages=(
+    # Toolchain
+    build-essential
+    cmake
+    ninja-build
+    pkg-config
+    # Libraries
+    qt6-base-dev
+    # Tests
+    libgtest-dev
+    libgmock-dev
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
+    [[ "$status" == "install ok installed" ]] || missing+=("$package")
+done
+
+if [[ ${#missing[@]} -eq 0 ]]; then
+    exit 0
+fi
+
+if [[ $(id -u) -eq 0 ]]; then
+    as_root=()
+elif command -v sudo >/dev/null 2>&1; then
+    as_root=(sudo)
+else
+    echo "install-deps: these packages are missing and neither root nor sudo is available:" >&2
+    echo "  ${missing[*]}" >&2
+    exit 1
+fi
+
+echo "install-deps: installing ${missing[*]}"
+apt_options=(-y -q --no-install-recommends -o DPkg::Lock::Timeout=600)
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install "${apt_options[@]}" "${missing[@]}"

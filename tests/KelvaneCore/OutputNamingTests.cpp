@@ -1,0 +1,77 @@
+#include "fixtures/TempFolder.h"
+#include "naming/ConversionError.h"
+#include "naming/OutputNaming.h"
+
+#include <gtest/gtest.h>
+
+namespace kelvane {
+namespace {
+
+using fixtures::TempFolder;
+namespace fs = std::filesystem;
+
+std::string nameOf(const fs::path& path) {
+    return path.filename().string();
+}
+
+TEST(OutputNaming, DerivedNamesCountUpPastEveryTakenName) {
+    TempFolder temp;
+    const fs::path input = temp.write("a.jpg", "x");
+    EXPECT_EQ(OutputNaming::url(input, "png"), temp / "a (converted).png");
+
+    temp.write("a (converted).png", "");
+    temp.write("a (converted 2).png", "");
+    EXPECT_EQ(nameOf(OutputNaming::url(input, "png")), "a (converted 3).png");
+}
+
+TEST(OutputNaming, FoldersAndDanglingLinksCountAsTaken) {
+    TempFolder temp;
+    const fs::path input = temp.write("a.jpg", "x");
+    temp.makeFolder("a (converted).png");
+    fs::create_symlink(temp / "nowhere", temp / "a (converted 2).png");
+    EXPECT_EQ(nameOf(OutputNaming::url(input, "png")), "a (converted 3).png");
+}
+
+TEST(OutputNaming, ExtensionIsReplacedKeptOrDropped) {
+    TempFolder temp;
+    EXPECT_EQ(nameOf(OutputNaming::url(temp / "photo.jpeg", "jpg")), "photo (converted).jpg");
+    EXPECT_EQ(nameOf(OutputNaming::url(temp / "Talk.mov", std::nullopt)), "Talk (converted).mov");
+    EXPECT_EQ(nameOf(OutputNaming::url(temp / "README", std::nullopt)), "README (converted)");
+    EXPECT_EQ(nameOf(OutputNaming::url(temp / "Report.pdf", "", "pages")), "Report (pages)");
+    EXPECT_EQ(nameOf(OutputNaming::url(temp / "Holiday photo.final.jpg", "png", "resized")),
+              "Holiday photo.final (resized).png");
+}
+
+TEST(OutputNaming, GivenDirectoryWinsOverTheInputsFolder) {
+    TempFolder elsewhere;
+    const fs::path result =
+        OutputNaming::url("/somewhere/else/Beach.heic", "jpg", "converted", elsewhere.path());
+    EXPECT_EQ(result, elsewhere / "Beach (converted).jpg");
+}
+
+TEST(OutputNaming, OwnNamesAreNumberedWithoutParentheses) {
+    TempFolder temp;
+    EXPECT_EQ(nameOf(OutputNaming::urlNamed("Archive", "zip", temp.path())), "Archive.zip");
+    temp.write("Archive.zip", "");
+    EXPECT_EQ(nameOf(OutputNaming::urlNamed("Archive", "zip", temp.path())), "Archive 2.zip");
+    EXPECT_EQ(nameOf(OutputNaming::urlNamed("Photos", std::nullopt, temp.path())), "Photos");
+    temp.makeFolder("Photos");
+    EXPECT_EQ(nameOf(OutputNaming::urlNamed("Photos", "", temp.path())), "Photos 2");
+}
+
+TEST(ConversionError, SentencesQuoteFileNamesTypographically) {
+    EXPECT_EQ(ConversionError::recipeDoesNotWorkWith("Convert to MP4", "notes.txt").message(),
+              "Convert to MP4 doesn’t work with “notes.txt”.");
+    EXPECT_EQ(ConversionError::couldNotWrite("docx").message(), "Couldn’t write DOCX.");
+    EXPECT_EQ(ConversionError::cannotWriteFormat("heic").message(),
+              "This computer can’t write HEIC.");
+    EXPECT_EQ(ConversionError::cannotWriteFormat("").message(),
+              "This computer can’t write that format.");
+    EXPECT_EQ(ConversionError::couldNotShrink("big.png", "500 KB").message(),
+              "Couldn’t get “big.png” under 500 KB.");
+    EXPECT_STREQ(ConversionError::unreadableImage("x.png").what(),
+                 "“x.png” isn’t an image this computer can read.");
+}
+
+} // namespace
+} // namespace kelvane

@@ -1,0 +1,163 @@
+#include "fixtures/TempFolder.h"
+#include "naming/OutputNaming.h"
+#include "naming/PendingOutput.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace kelvane {
+namespace {
+
+using fixtures::readFile;
+using fixtures::TempFolder;
+namespace fs = std::filesystem;
+
+std::vector<std::string> hiddenEntries(const TempFolder& temp) {
+    std::vector<std::string> hidden;
+    for (const auto& name : temp.entries())
+        if (name.front() == '.')
+            hidden.push_back(name);
+    return hidden;
+}
+
+TEST(PendingOutput, PublishesUnderTheFreeNameAndLeavesNoTemporaryFile) {
+    TempFolder temp;
+    const fs::path input = temp.write("notes.txt", "original");
+    const fs::path result = publishBytes("converted", temp.path(), "rtf",
+                                         [&] { return OutputNaming::url(input, "rtf"); });
+    EXPECT_EQ(result, temp / "notes (converted).rtf");
+    EXPECT_EQ(readFile(result), "converted");
+    EXPECT_EQ(readFile(input), "original");
+    EXPECT_TRUE(hiddenEntries(temp).empty());
+}
+
+TEST(PendingOutput, ANameTakenAfterNamingIsNeverReplaced) {
+    TempFolder temp;
+    const fs::path input = temp.write("a.jpg", "x");
+    const fs::path chosen = OutputNaming::url(input, "png");
+    PendingOutput pending = PendingOutput::file(temp.path(), "png");
+    std::ofstream(pending.path()) << "ours";
+
+    // Someone else writes the chosen name between our naming and our publishing.
+    temp.write(chosen.filename().string(), "theirs");
+    bool first = true;
+    const fs::path published = pending.publish([&] {
+        const fs::path name = first ? chosen : OutputNaming::url(input, "png");
+        first = false;
+        return name;
+    });
+
+    EXPECT_EQ(published, temp / "a (converted 2).png");
+    EXPECT_EQ(readFile(chosen), "theirs");
+    EXPECT_EQ(readFile(published), "ours");
+    EXPECT_TRUE(hiddenEntries(temp).empty());
+}
+
+TEST(PendingOutput, ProcessesRacingForOneNameAllSucceedUnderDifferentNames) {
+    TempFolder temp;
+    const fs::path input = temp.write("clip.mov", "x");
+    constexpr int writers = 8;
+    int gate[2];
+    ASSERT_EQ(::pipe(gate), 0);
+    std::vector<pid_t> children;
+    for (int writer = 0; writer < writers; ++writer) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ::close(gate[1]);
+            try {
+                PendingOutput pending = PendingOutput::file(temp.path(), "mp4");
+                std::ofstream(pending.path()) << "writer " << writer;
+                const fs::path stale = OutputNaming::url(input, "mp4");
+                char go;
+                (void)!::read(gate[0], &go, 1); // all writers hold the same name when released
+                bool first = true;
+                pending.publish([&] {
+                    const fs::path name = first ? stale : OutputNaming::url(input, "mp4");
+                    first = false;
+                    return name;
+                });
+            } catch (...) {
+                ::_exit(1);
+            }
+            ::_exit(0);
+        }
+        children.push_back(child);
+    }
+    ::close(gate[0]);
+    ::close(gate[1]); // releases every writer at once
+    for (pid_t child : children) {
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+
+    std::set<std::string> contents;
+    for (const auto& name : temp.entries())
+        if (name != "clip.mov")
+            contents.insert(readFile(temp / name));
+    EXPECT_EQ(contents.size(), static_cast<std::size_t>(writers));
+    EXPECT_EQ(temp.entries().size(), static_cast<std::size_t>(writers + 1));
+    EXPECT_TRUE(fs::exists(temp / "clip (converted 8).mp4"));
+    EXPECT_TRUE(hiddenEntries(temp).empty());
+}
+
+TEST(PendingOutput, AFailureBeforePublishingLeavesNothingBehind) {
+    TempFolder temp;
+    try {
+        PendingOutput file = PendingOutput::file(temp.path(), "pdf");
+        PendingOutput folder = PendingOutput::folder(temp.path());
+        std::ofstream(file.path()) << "half a PDF";
+        std::ofstream(folder.path() / "page 1.png") << "one page";
+        EXPECT_EQ(temp.entries().size(), 2u);
+        throw std::runtime_error("the encoder gave up");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_TRUE(temp.entries().empty());
+}
+
+TEST(PendingOutput, PublishingIntoAVanishedFolderFailsCleanly) {
+    TempFolder temp;
+    const fs::path target = temp.makeFolder("gone") / "result.txt";
+    PendingOutput pending = PendingOutput::file(temp.path(), "txt");
+    fs::remove(temp / "gone");
+    EXPECT_THROW(pending.publish([&] { return target; }), std::system_error);
+    pending.discard();
+    EXPECT_TRUE(temp.entries().empty());
+}
+
+TEST(PendingOutput, FoldersPublishWholeWithoutReplacingAnExistingFolder) {
+    TempFolder temp;
+    temp.write("Report (pages)/mine.txt", "keep me");
+    PendingOutput pages = PendingOutput::folder(temp.path());
+    std::ofstream(pages.path() / "Report – page 1.png") << "png";
+    const fs::path published =
+        pages.publish([&] { return OutputNaming::url(temp / "Report.pdf", "", "pages"); });
+
+    EXPECT_EQ(published, temp / "Report (pages 2)");
+    EXPECT_EQ(readFile(published / "Report – page 1.png"), "png");
+    EXPECT_EQ(readFile(temp / "Report (pages)/mine.txt"), "keep me");
+}
+
+TEST(PendingOutput, ResultsGetOrdinaryPermissionsNotPrivateTemporaryOnes) {
+    TempFolder temp;
+    const fs::path file = publishBytes("x", temp.path(), "txt", [&] { return temp / "r.txt"; });
+    PendingOutput folder = PendingOutput::folder(temp.path());
+    const fs::path published = folder.publish([&] { return temp / "R"; });
+
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    struct stat fileStatus{}, folderStatus{};
+    ASSERT_EQ(::stat(file.c_str(), &fileStatus), 0);
+    ASSERT_EQ(::stat(published.c_str(), &folderStatus), 0);
+    EXPECT_EQ(fileStatus.st_mode & 0777, 0666 & ~mask);
+    EXPECT_EQ(folderStatus.st_mode & 0777, 0777 & ~mask);
+}
+
+} // namespace
+} // namespace kelvane

@@ -1,0 +1,106 @@
+#include "fixtures/TempFolder.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace {
+
+struct CliRun {
+    int exitCode;
+    QString out;
+    QString err;
+};
+
+CliRun cli(const QStringList& arguments) {
+    QProcess process;
+    process.start(KELVANE_CLI_PATH, arguments);
+    process.closeWriteChannel();
+    process.waitForFinished(60000);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+QJsonArray jsonArray(const QString& text) {
+    return QJsonDocument::fromJson(text.toUtf8()).array();
+}
+
+TEST(Cli, RecipesListsThirtyOneRecipesInFiveGroups) {
+    const CliRun run = cli({"recipes", "--json"});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QJsonArray groups = jsonArray(run.out);
+    ASSERT_EQ(groups.size(), 5);
+    std::set<QString> ids;
+    for (const auto& group : groups)
+        for (const auto& recipe : group.toObject()["recipes"].toArray())
+            ids.insert(recipe.toObject()["id"].toString());
+    EXPECT_EQ(ids.size(), 31u);
+    EXPECT_EQ(groups[0].toObject()["group"].toString(), "Images");
+
+    const CliRun table = cli({"recipes"});
+    EXPECT_EQ(table.exitCode, 0);
+    EXPECT_TRUE(table.out.contains("Convert to Plain Text"));
+}
+
+TEST(Cli, SuggestRanksTheImageRecipesForTwoImages) {
+    const CliRun run = cli({"suggest", "--json", "a.jpg", "b.png"});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    QStringList ids;
+    for (const auto& recipe : jsonArray(run.out))
+        ids << recipe.toObject()["id"].toString();
+    EXPECT_EQ(ids, (QStringList{"shrink", "toHEIC", "resize", "stripMetadata", "imagesToPDF",
+                                "toTIFF", "toGIF", "toBMP", "zip"}));
+}
+
+TEST(Cli, KindClassifiesByNameWithoutNeedingTheFile) {
+    const CliRun run = cli({"kind", "--json", "Photo.JPG", "drawing.svg", "x.tar.gz"});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QJsonArray kinds = jsonArray(run.out);
+    ASSERT_EQ(kinds.size(), 3);
+    EXPECT_EQ(kinds[0].toObject()["kind"].toString(), "image");
+    EXPECT_EQ(kinds[1].toObject()["kind"].toString(), "other");
+    EXPECT_EQ(kinds[2].toObject()["kind"].toString(), "other");
+}
+
+TEST(Cli, UsageErrorsExitWithTwoAndNameTheProblem) {
+    kelvane::fixtures::TempFolder temp;
+    const QString file = QString::fromStdString(temp.write("a.png", "x").string());
+    const std::pair<QStringList, QString> mistakes[] = {
+        {{}, "Usage"},
+        {{"transmogrify"}, "transmogrify"},
+        {{"convert", "--recipe", "toJPX", file}, "toJPX"},
+        {{"convert", file}, "--recipe"},
+        {{"convert", "--recipe", "toJPG", "--quality", "7", file}, "--quality"},
+        {{"convert", "--recipe", "toJPG", "--gif-fps", "2.5", file}, "--gif-fps"},
+        {{"convert", "--recipe", "toJPG", "--pdf-page-size", "legal", file}, "legal"},
+        {{"convert", "--recipe", "toJPG", "--frobnicate", file}, "frobnicate"},
+        {{"convert", "--recipe", "toJPG", file + ".missing"}, "no such file"},
+        {{"convert", "--recipe", "toJPG"}, "FILE"},
+        {{"kind"}, "FILE"},
+    };
+    for (const auto& [arguments, mention] : mistakes) {
+        const CliRun run = cli(arguments);
+        EXPECT_EQ(run.exitCode, 2) << arguments.join(' ').toStdString();
+        EXPECT_TRUE((run.err + run.out).contains(mention))
+            << arguments.join(' ').toStdString() << " said: " << run.err.toStdString();
+        EXPECT_LE(run.err.count('\n'), 1) << run.err.toStdString();
+    }
+}
+
+TEST(Cli, EveryCommandExplainsItself) {
+    for (const char* command : {"recipes", "kind", "suggest", "convert"}) {
+        const CliRun run = cli({command, "--help"});
+        EXPECT_EQ(run.exitCode, 0) << command;
+        EXPECT_TRUE(run.out.startsWith(QStringLiteral("Usage: kelvane-cli ") + command))
+            << run.out.toStdString();
+    }
+    EXPECT_TRUE(cli({"convert", "--help"}).out.contains("--target-mb"));
+}
+
+} // namespace
