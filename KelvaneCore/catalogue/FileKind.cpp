@@ -66,8 +66,8 @@ FileKind FileKind::of(const std::filesystem::path& url) {
     const std::string extension = lowercaseExtension(url);
     if (isOneOf(extension, {"webp", "avif", "heif"}))
         return image;
-    if (isOneOf(extension, {"docx", "odt", "doc", "rtf", "rtfd", "html", "htm", "txt", "text",
-                            "md"}))
+    if (isOneOf(extension,
+                {"docx", "odt", "doc", "rtf", "rtfd", "html", "htm", "txt", "text", "md"}))
         return document;
     const auto type = TypeTable::typeFor(extension);
     if (!type || !TypeTable::conforms(*type, "public.data"))

@@ -15,7 +15,8 @@ class FileKind {
 public:
     enum Value : std::uint8_t { image, pdf, video, audio, document, archive, other };
 
-    constexpr FileKind(Value value) : value_(value) {}
+    constexpr FileKind(Value value)
+        : value_(value) {}
     constexpr operator Value() const { return value_; }
 
     static constexpr std::array<FileKind, 7> allCases() {
@@ -46,7 +47,7 @@ public:
     }
 
     static constexpr FileKindSet all() {
-        return {FileKind::image, FileKind::pdf,     FileKind::video, FileKind::audio,
+        return {FileKind::image,    FileKind::pdf,     FileKind::video, FileKind::audio,
                 FileKind::document, FileKind::archive, FileKind::other};
     }
 

@@ -57,10 +57,10 @@ constexpr RecipeRow catalogue[Recipe::count] = {
      "QuickTime movie, rewrapped when possible."},
     {"video720", "Compress to 720p", "rectangle.compress.vertical", G::video, videoKinds, "mp4",
      false, "→ 720p", "H.264 at up to 1280×720. Great for sharing."},
-    {"video1080", "Compress to 1080p", "rectangle.compress.vertical", G::video, videoKinds,
-     "mp4", false, "→ 1080p", "H.264 at up to 1920×1080."},
-    {"videoHEVC", "Re-encode as HEVC", "sparkles.tv", G::video, videoKinds, "mp4", false,
-     "→ HEVC", "Smaller files at the same quality with H.265."},
+    {"video1080", "Compress to 1080p", "rectangle.compress.vertical", G::video, videoKinds, "mp4",
+     false, "→ 1080p", "H.264 at up to 1920×1080."},
+    {"videoHEVC", "Re-encode as HEVC", "sparkles.tv", G::video, videoKinds, "mp4", false, "→ HEVC",
+     "Smaller files at the same quality with H.265."},
     {"videoToGIF", "Video to GIF", "livephoto", G::video, videoKinds, "gif", false, "→ GIF",
      "An animated GIF with your frame rate and width."},
     {"extractAudio", "Extract Audio", "waveform.badge.plus", G::video, videoKinds, "m4a", false,
@@ -79,14 +79,14 @@ constexpr RecipeRow catalogue[Recipe::count] = {
      "→ PDF", "Lays out pages at Letter or A4 size."},
     {"docToDOCX", "Convert to Word", "doc.text", G::documents, documentKinds, "docx", false,
      "→ DOCX", "Opens in Word, Pages and Google Docs."},
-    {"docToRTF", "Convert to RTF", "doc.text", G::documents, documentKinds, "rtf", false,
-     "→ RTF", "Rich text with fonts and styles."},
+    {"docToRTF", "Convert to RTF", "doc.text", G::documents, documentKinds, "rtf", false, "→ RTF",
+     "Rich text with fonts and styles."},
     {"docToHTML", "Convert to HTML", "chevron.left.forwardslash.chevron.right", G::documents,
      documentKinds, "html", false, "→ HTML", "A web page you can open in any browser."},
     {"docToTXT", "Convert to Plain Text", "text.alignleft", G::documents, documentKinds, "txt",
      false, "→ TXT", "Just the words, UTF-8."},
-    {"docToODT", "Convert to ODT", "doc.text", G::documents, documentKinds, "odt", false,
-     "→ ODT", "OpenDocument for LibreOffice."},
+    {"docToODT", "Convert to ODT", "doc.text", G::documents, documentKinds, "odt", false, "→ ODT",
+     "OpenDocument for LibreOffice."},
     {"pdfToPNG", "PDF Pages to PNG", "doc.viewfinder", G::documents, pdfKinds, "", false,
      "Pages → PNG", "Each page becomes a crisp PNG in a new folder."},
     {"pdfToJPG", "PDF Pages to JPG", "doc.viewfinder", G::documents, pdfKinds, "", false,
@@ -104,7 +104,7 @@ struct GroupRow {
 };
 
 constexpr GroupRow groups[] = {
-    {"Images", "photo.on.rectangle.angled"}, {"Video", "film.stack"}, {"Audio", "waveform"},
+    {"Images", "photo.on.rectangle.angled"}, {"Video", "film.stack"},    {"Audio", "waveform"},
     {"Documents", "doc.richtext"},           {"Archives", "archivebox"},
 };
 

@@ -19,7 +19,8 @@ class RecipeGroup {
 public:
     enum Value : std::uint8_t { images, video, audio, documents, archives };
 
-    constexpr RecipeGroup(Value value) : value_(value) {}
+    constexpr RecipeGroup(Value value)
+        : value_(value) {}
     constexpr operator Value() const { return value_; }
 
     static constexpr std::array<RecipeGroup, 5> allCases() {
@@ -45,15 +46,42 @@ private:
 class Recipe {
 public:
     enum Value : std::uint8_t {
-        toJPG, toPNG, toHEIC, toTIFF, toGIF, toBMP, resize, shrink, stripMetadata, imagesToPDF,
-        toMP4, toMOV, video720, video1080, videoHEVC, videoToGIF, extractAudio,
-        toM4A, toWAV, toAIFF, toCAF,
-        docToPDF, docToDOCX, docToRTF, docToHTML, docToTXT, docToODT, pdfToPNG, pdfToJPG,
-        zip, unzip,
+        toJPG,
+        toPNG,
+        toHEIC,
+        toTIFF,
+        toGIF,
+        toBMP,
+        resize,
+        shrink,
+        stripMetadata,
+        imagesToPDF,
+        toMP4,
+        toMOV,
+        video720,
+        video1080,
+        videoHEVC,
+        videoToGIF,
+        extractAudio,
+        toM4A,
+        toWAV,
+        toAIFF,
+        toCAF,
+        docToPDF,
+        docToDOCX,
+        docToRTF,
+        docToHTML,
+        docToTXT,
+        docToODT,
+        pdfToPNG,
+        pdfToJPG,
+        zip,
+        unzip,
     };
     static constexpr std::size_t count = 31;
 
-    constexpr Recipe(Value value) : value_(value) {}
+    constexpr Recipe(Value value)
+        : value_(value) {}
     constexpr operator Value() const { return value_; }
 
     static const std::array<Recipe, count>& allCases();

@@ -24,8 +24,8 @@ bool isAlreadyInFormat(std::string_view extension, std::string_view output) {
 std::vector<Recipe> candidatesFor(FileKind kind) {
     switch (kind) {
     case FileKind::image:
-        return {R::toPNG, R::toJPG,         R::shrink,      R::toHEIC, R::resize,
-                R::stripMetadata, R::imagesToPDF, R::toTIFF, R::toGIF, R::toBMP};
+        return {R::toPNG,         R::toJPG,       R::shrink, R::toHEIC, R::resize,
+                R::stripMetadata, R::imagesToPDF, R::toTIFF, R::toGIF,  R::toBMP};
     case FileKind::video:
         return {R::toMP4,     R::toMOV,      R::video720,     R::video1080,
                 R::videoHEVC, R::videoToGIF, R::extractAudio, R::toWAV};
@@ -64,8 +64,8 @@ std::vector<Recipe> Recipe::suggestions(const std::vector<std::filesystem::path>
     for (const auto& url : urls)
         kinds.insert(FileKind::of(url));
 
-    std::vector<Recipe> candidates = kinds.size() == 1 ? candidatesFor(*kinds.begin())
-                                                       : std::vector<Recipe>{};
+    std::vector<Recipe> candidates =
+        kinds.size() == 1 ? candidatesFor(*kinds.begin()) : std::vector<Recipe>{};
     if (urls.size() == 1 && kinds.count(FileKind::image) == 1) {
         // One image makes a one-page PDF, the least likely wish: offer it last.
         const auto pdf = std::find(candidates.begin(), candidates.end(), imagesToPDF);

@@ -46,17 +46,17 @@ TEST(FileKind, ModernImageFormatsAreImagesAndDrawingsAreNot) {
 }
 
 TEST(FileKind, EveryMediaExtensionOurDecodersReadHasAKind) {
-    expectKinds(FileKind::video, {"a.mp4", "a.m4v", "a.mov", "a.mkv", "a.webm", "a.avi", "a.mpg",
-                                  "a.mpeg", "a.ts", "a.mts", "a.m2ts", "a.3gp", "a.wmv", "a.flv",
-                                  "a.ogv"});
+    expectKinds(FileKind::video,
+                {"a.mp4", "a.m4v", "a.mov", "a.mkv", "a.webm", "a.avi", "a.mpg", "a.mpeg", "a.ts",
+                 "a.mts", "a.m2ts", "a.3gp", "a.wmv", "a.flv", "a.ogv"});
     expectKinds(FileKind::audio, {"a.m4a", "a.mp3", "a.aac", "a.wav", "a.aif", "a.aiff", "a.caf",
                                   "a.flac", "a.ogg", "a.oga", "a.opus", "a.wma"});
 }
 
 TEST(FileKind, TextLikeFilesAreDocumentsButPdfIsItsOwnKind) {
-    expectKinds(FileKind::document, {"a.txt", "a.text", "a.csv", "a.tsv", "a.json", "a.xml",
-                                     "a.yaml", "a.log", "main.cpp", "script.py", "a.rtf",
-                                     "a.rtfd", "a.odt", "a.doc"});
+    expectKinds(FileKind::document,
+                {"a.txt", "a.text", "a.csv", "a.tsv", "a.json", "a.xml", "a.yaml", "a.log",
+                 "main.cpp", "script.py", "a.rtf", "a.rtfd", "a.odt", "a.doc"});
     EXPECT_EQ(FileKind::of("scan.pdf"), FileKind::pdf);
     EXPECT_EQ(FileKind::of("scan.PDF"), FileKind::pdf);
 }

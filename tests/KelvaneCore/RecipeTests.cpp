@@ -1,7 +1,6 @@
 #include "catalogue/Recipe.h"
 
 #include <gtest/gtest.h>
-
 #include <set>
 
 namespace kelvane {
@@ -43,9 +42,8 @@ TEST(Recipe, RawValuesAreTheCaseNamesAndDecodeCaseSensitively) {
 }
 
 TEST(Recipe, OnlyRecipesThatKeepTheFormatOrWriteAFolderHaveNoOutputExtension) {
-    const std::set<Recipe::Value> withoutExtension = {Recipe::resize, Recipe::stripMetadata,
-                                                      Recipe::pdfToPNG, Recipe::pdfToJPG,
-                                                      Recipe::unzip};
+    const std::set<Recipe::Value> withoutExtension = {
+        Recipe::resize, Recipe::stripMetadata, Recipe::pdfToPNG, Recipe::pdfToJPG, Recipe::unzip};
     for (Recipe recipe : Recipe::allCases())
         EXPECT_EQ(!recipe.outputExtension().has_value(), withoutExtension.count(recipe) == 1)
             << recipe.rawValue();
@@ -54,8 +52,7 @@ TEST(Recipe, OnlyRecipesThatKeepTheFormatOrWriteAFolderHaveNoOutputExtension) {
 
 TEST(Recipe, OnlyImagesToPdfAndZipCombineInputs) {
     for (Recipe recipe : Recipe::allCases())
-        EXPECT_EQ(recipe.combinesInputs(),
-                  recipe == Recipe::imagesToPDF || recipe == Recipe::zip)
+        EXPECT_EQ(recipe.combinesInputs(), recipe == Recipe::imagesToPDF || recipe == Recipe::zip)
             << recipe.rawValue();
 }
 

@@ -30,8 +30,8 @@ TEST(Suggestions, SeveralImagesKeepTableOrderAndDropRecipesAnyOfThemAlreadyIs) {
               (Names{"shrink", "toHEIC", "resize", "stripMetadata", "imagesToPDF", "toTIFF",
                      "toGIF", "toBMP", "zip"}));
     EXPECT_EQ(suggested({"a.heic", "b.tif"}),
-              (Names{"toPNG", "toJPG", "shrink", "resize", "stripMetadata", "imagesToPDF",
-                     "toGIF", "toBMP", "zip"}));
+              (Names{"toPNG", "toJPG", "shrink", "resize", "stripMetadata", "imagesToPDF", "toGIF",
+                     "toBMP", "zip"}));
 }
 
 TEST(Suggestions, HeifIsNotHeicForFormatComparison) {
@@ -46,8 +46,8 @@ TEST(Suggestions, VideosAudioDocumentsAndPdfs) {
                                               "videoToGIF", "extractAudio", "toWAV", "zip"}));
     EXPECT_EQ(suggested({"song.m4a"}), (Names{"toWAV", "toAIFF", "toCAF", "zip"}));
     EXPECT_EQ(suggested({"report.pdf"}), (Names{"pdfToPNG", "pdfToJPG", "zip"}));
-    EXPECT_EQ(suggested({"notes.txt"}), (Names{"docToPDF", "docToDOCX", "docToRTF",
-                                               "docToHTML", "docToODT", "zip"}));
+    EXPECT_EQ(suggested({"notes.txt"}),
+              (Names{"docToPDF", "docToDOCX", "docToRTF", "docToHTML", "docToODT", "zip"}));
     EXPECT_EQ(suggested({"notes.text", "page.htm"}),
               (Names{"docToPDF", "docToDOCX", "docToRTF", "docToODT", "zip"}));
 }
