@@ -28,8 +28,8 @@ std::optional<double> readDouble(const QJsonObject& object, const char* key) {
 
 std::optional<int> readInt(const QJsonObject& object, const char* key) {
     const auto number = readDouble(object, key);
-    if (!number || std::trunc(*number) != *number ||
-        *number < std::numeric_limits<int>::min() || *number > std::numeric_limits<int>::max())
+    if (!number || std::trunc(*number) != *number || *number < std::numeric_limits<int>::min() ||
+        *number > std::numeric_limits<int>::max())
         return std::nullopt;
     return static_cast<int>(*number);
 }
@@ -106,9 +106,8 @@ std::optional<ConversionOptions> ConversionOptions::fromJSON(const QByteArray& j
         !gifMaxSeconds || !keepMetadata || !pdfPageSize || !pdfImageDPI)
         return std::nullopt;
 
-    return ConversionOptions{*quality, *limitDimension, *maxDimension, *targetMB,
-                             *gifFPS,  *gifWidth,       *gifMaxSeconds, *keepMetadata,
-                             *pdfPageSize, *pdfImageDPI};
+    return ConversionOptions{*quality,  *limitDimension, *maxDimension, *targetMB,    *gifFPS,
+                             *gifWidth, *gifMaxSeconds,  *keepMetadata, *pdfPageSize, *pdfImageDPI};
 }
 
 ConversionOptions ConversionOptions::restored(const QByteArray& json) {

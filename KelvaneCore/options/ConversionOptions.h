@@ -14,7 +14,8 @@ class PageSize {
 public:
     enum Value : std::uint8_t { letter, a4 };
 
-    constexpr PageSize(Value value) : value_(value) {}
+    constexpr PageSize(Value value)
+        : value_(value) {}
     constexpr operator Value() const { return value_; }
 
     static constexpr std::array<PageSize, 2> allCases() { return {letter, a4}; }
@@ -41,8 +42,8 @@ struct ConversionOptions {
     int maxDimension = 2048;     // pixels, longest side; also the target of "Resize"
     double targetMB = 1.0;       // decimal megabytes "Shrink to Size" must stay under
     int gifFPS = 12;
-    int gifWidth = 480;      // pixels
-    int gifMaxSeconds = 15;  // longest stretch of video turned into a GIF
+    int gifWidth = 480;       // pixels
+    int gifMaxSeconds = 15;   // longest stretch of video turned into a GIF
     bool keepMetadata = true; // keep camera details (EXIF) in image conversions
     PageSize pdfPageSize = PageSize::letter;
     int pdfImageDPI = 144; // resolution of PDF pages rendered to images

@@ -108,8 +108,8 @@ TEST(ConversionOptions, UnknownKeysAndWholeNumbersWrittenAsDecimalsAreAccepted) 
     stored["futureSetting"] = "on";
     EXPECT_EQ(ConversionOptions::restored(jsonOf(stored)), customised());
 
-    const QByteArray decimals = QByteArray(customised().toJSON()).replace("\"gifFPS\":15",
-                                                                          "\"gifFPS\":15.0");
+    const QByteArray decimals =
+        QByteArray(customised().toJSON()).replace("\"gifFPS\":15", "\"gifFPS\":15.0");
     ASSERT_NE(decimals, customised().toJSON());
     EXPECT_EQ(ConversionOptions::restored(decimals), customised());
 }
