@@ -10,7 +10,8 @@ namespace kelvane {
 // failed job, typographic quotes and apostrophes included.
 class ConversionError : public std::runtime_error {
 public:
-    explicit ConversionError(const std::string& message) : std::runtime_error(message) {}
+    explicit ConversionError(const std::string& message)
+        : std::runtime_error(message) {}
 
     std::string message() const { return what(); }
 

@@ -27,8 +27,8 @@ fs::path url(const fs::path& input, const std::optional<std::string>& ext,
     const fs::path folder = directory.value_or(
         input.has_filename() ? input.parent_path() : input.parent_path().parent_path());
     const std::string base = name.stem().string();
-    const std::string extension = ext.value_or(
-        name.has_extension() ? name.extension().string().substr(1) : std::string());
+    const std::string extension =
+        ext.value_or(name.has_extension() ? name.extension().string().substr(1) : std::string());
 
     for (long long n = 1;; ++n) {
         std::string tag = "(" + std::string(suffixWord);

@@ -14,8 +14,7 @@ inline constexpr std::string_view suffix = "converted";
 // N ≥ 2, then the extension. `ext` none keeps the input's extension; an empty `ext` gives
 // no extension (folders). `directory` none means the input's own folder. Nothing is
 // created: publish through PendingOutput, which asks again when the name was taken since.
-std::filesystem::path url(const std::filesystem::path& input,
-                          const std::optional<std::string>& ext,
+std::filesystem::path url(const std::filesystem::path& input, const std::optional<std::string>& ext,
                           std::string_view suffixWord = OutputNaming::suffix,
                           const std::optional<std::filesystem::path>& directory = std::nullopt);
 

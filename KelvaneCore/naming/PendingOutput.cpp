@@ -45,7 +45,8 @@ bool isUnsupported(int error) {
 
 class FileDescriptor {
 public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
+    explicit FileDescriptor(int fd)
+        : fd_(fd) {}
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
     ~FileDescriptor() {
@@ -86,8 +87,8 @@ void copyContents(int from, int to) {
 
 // Last resort on file systems without hard links: create the target exclusively and copy.
 bool copyToNewFile(const fs::path& source, const fs::path& target) {
-    const FileDescriptor out(::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                                    0666 & ~processUmask()));
+    const FileDescriptor out(
+        ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666 & ~processUmask()));
     if (out.get() < 0 && errno == EEXIST)
         return false;
     if (out.get() < 0)
@@ -158,7 +159,9 @@ PendingOutput PendingOutput::folder(const fs::path& folder) {
 }
 
 PendingOutput::PendingOutput(PendingOutput&& other) noexcept
-    : path_(std::move(other.path_)), kind_(other.kind_), settled_(other.settled_) {
+    : path_(std::move(other.path_))
+    , kind_(other.kind_)
+    , settled_(other.settled_) {
     other.settled_ = true;
 }
 

@@ -42,7 +42,9 @@ public:
 
 private:
     enum class Kind { file, folder };
-    PendingOutput(std::filesystem::path path, Kind kind) : path_(std::move(path)), kind_(kind) {}
+    PendingOutput(std::filesystem::path path, Kind kind)
+        : path_(std::move(path))
+        , kind_(kind) {}
 
     // True when published at `target`, false when the name was taken.
     bool tryPublishAt(const std::filesystem::path& target);

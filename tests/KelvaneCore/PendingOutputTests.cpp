@@ -2,9 +2,8 @@
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
 
-#include <gtest/gtest.h>
-
 #include <fstream>
+#include <gtest/gtest.h>
 #include <set>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -152,7 +151,8 @@ TEST(PendingOutput, ResultsGetOrdinaryPermissionsNotPrivateTemporaryOnes) {
 
     const mode_t mask = ::umask(022);
     ::umask(mask);
-    struct stat fileStatus{}, folderStatus{};
+    struct stat fileStatus {
+    }, folderStatus{};
     ASSERT_EQ(::stat(file.c_str(), &fileStatus), 0);
     ASSERT_EQ(::stat(published.c_str(), &folderStatus), 0);
     EXPECT_EQ(fileStatus.st_mode & 0777, 0666 & ~mask);
