@@ -1,7 +1,6 @@
 #include "Command.h"
 #include "OptionFlags.h"
 #include "Paths.h"
-
 #include "catalogue/Recipe.h"
 #include "naming/ConversionError.h"
 
@@ -24,7 +23,8 @@ Recipe recipeNamed(const QCommandLineParser& parser) {
     const QString name = parser.value("recipe");
     const auto recipe = Recipe::fromRawValue(name.toStdString());
     if (!recipe)
-        throw UsageError(("unknown recipe '" + name + "' (see 'kelvane-cli recipes')").toStdString());
+        throw UsageError(
+            ("unknown recipe '" + name + "' (see 'kelvane-cli recipes')").toStdString());
     return *recipe;
 }
 
@@ -55,13 +55,14 @@ void report(const std::vector<Outcome>& outcomes, bool asJSON) {
     QJsonArray results;
     for (const Outcome& outcome : outcomes) {
         const QString input = QString::fromStdString(outcome.input.string());
-        const QString output = outcome.output ? QString::fromStdString(outcome.output->string())
-                                              : QString();
+        const QString output =
+            outcome.output ? QString::fromStdString(outcome.output->string()) : QString();
         const QString error = QString::fromStdString(outcome.error);
         if (asJSON)
-            results.append(QJsonObject{{"input", input},
-                                       {"output", outcome.output ? QJsonValue(output) : QJsonValue()},
-                                       {"error", outcome.error.empty() ? QJsonValue() : QJsonValue(error)}});
+            results.append(
+                QJsonObject{{"input", input},
+                            {"output", outcome.output ? QJsonValue(output) : QJsonValue()},
+                            {"error", outcome.error.empty() ? QJsonValue() : QJsonValue(error)}});
         else
             printLine(outcome.output ? output : QStringLiteral("%1: %2").arg(input, error));
     }
@@ -85,8 +86,9 @@ int run(const QCommandLineParser& parser) {
     const auto inputs = existingInputs(parser.positionalArguments());
     const auto outcomes = convert(recipe, options, inputs);
     report(outcomes, parser.isSet("json"));
-    const bool allSucceeded = std::all_of(outcomes.begin(), outcomes.end(),
-                                          [](const Outcome& outcome) { return outcome.error.empty(); });
+    const bool allSucceeded =
+        std::all_of(outcomes.begin(), outcomes.end(),
+                    [](const Outcome& outcome) { return outcome.error.empty(); });
     return allSucceeded ? success : someInputFailed;
 }
 

@@ -22,8 +22,8 @@ struct NumberFlag {
 };
 
 const NumberFlag numberFlags[] = {
-    {"quality", "Q", "JPG and HEIC quality, 0 to 1 (default 0.85).", &ConversionOptions::quality,
-     0, 1},
+    {"quality", "Q", "JPG and HEIC quality, 0 to 1 (default 0.85).", &ConversionOptions::quality, 0,
+     1},
     {"max-dimension", "PX",
      "Longest side for Resize and --limit-dimension, 1 to 100000 (default 2048).",
      &ConversionOptions::maxDimension, 1, 100000},
@@ -46,9 +46,9 @@ void applyNumber(const NumberFlag& flag, const QString& value, ConversionOptions
     if (!isNumber || !std::isfinite(number) || number < flag.minimum || number > flag.maximum ||
         (wantsInteger && std::trunc(number) != number))
         throw UsageError(QStringLiteral("--%1 must be %2 from %3 to %4, not '%5'")
-                             .arg(QLatin1String(flag.name),
-                                  wantsInteger ? QStringLiteral("a whole number")
-                                               : QStringLiteral("a number"))
+                             .arg(QLatin1String(flag.name), wantsInteger
+                                                                ? QStringLiteral("a whole number")
+                                                                : QStringLiteral("a number"))
                              .arg(flag.minimum)
                              .arg(flag.maximum)
                              .arg(value)

@@ -1,6 +1,5 @@
 #include "Command.h"
 #include "Paths.h"
-
 #include "catalogue/Recipe.h"
 
 #include <QJsonArray>

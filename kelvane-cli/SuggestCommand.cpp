@@ -1,6 +1,5 @@
 #include "Command.h"
 #include "Paths.h"
-
 #include "catalogue/Recipe.h"
 
 #include <QJsonArray>
@@ -25,13 +24,14 @@ int run(const QCommandLineParser& parser) {
     if (parser.isSet("json")) {
         QJsonArray recipes;
         for (Recipe recipe : ranked)
-            recipes.append(QJsonObject{{"id", text(recipe.rawValue())},
-                                       {"title", text(recipe.title())}});
+            recipes.append(
+                QJsonObject{{"id", text(recipe.rawValue())}, {"title", text(recipe.title())}});
         printJSON(QJsonDocument(recipes));
         return success;
     }
     for (Recipe recipe : ranked)
-        printLine(QStringLiteral("%1 %2").arg(text(recipe.rawValue()), -14).arg(text(recipe.title())));
+        printLine(
+            QStringLiteral("%1 %2").arg(text(recipe.rawValue()), -14).arg(text(recipe.title())));
     return success;
 }
 

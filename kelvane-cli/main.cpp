@@ -17,8 +17,9 @@ QString overallHelp() {
         "Converts files offline with Kelvane's recipes. Results are written beside the\n"
         "originals under new names and never replace a file.\n\nCommands:\n");
     for (const Command* command : commands)
-        help += QStringLiteral("  %1 %2\n").arg(QLatin1String(command->name), -9).arg(
-            QLatin1String(command->summary));
+        help += QStringLiteral("  %1 %2\n")
+                    .arg(QLatin1String(command->name), -9)
+                    .arg(QLatin1String(command->summary));
     help += QStringLiteral("\nRun 'kelvane-cli COMMAND --help' for a command's options.\n"
                            "Exit status: 0 all done, 1 some input failed, 2 usage error.\n");
     return help;

@@ -6,7 +6,6 @@
 #include <QProcess>
 
 #include <gtest/gtest.h>
-
 #include <set>
 
 namespace {
