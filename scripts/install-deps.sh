@@ -12,9 +12,18 @@ packages=(
     pkg-config
     # Libraries
     qt6-base-dev
-    # Tests
+    libarchive-dev
+    fontconfig
+    fonts-dejavu-core
+    fonts-liberation2
+    # Legacy Word documents are read by a command-line tool run as a child process
+    antiword
+    # Tests: an independent document reader, and poppler to read PDFs back
     libgtest-dev
     libgmock-dev
+    pandoc
+    libpoppler-qt6-dev
+    poppler-utils
 )
 
 missing=()

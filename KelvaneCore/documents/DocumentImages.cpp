@@ -1,0 +1,89 @@
+#include "documents/DocumentImages.h"
+
+#include "documents/Units.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QImageReader>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextImageFormat>
+#include <QUrl>
+
+namespace kelvane::DocumentImages {
+namespace {
+
+// An image without a size of its own shows one image pixel per CSS pixel.
+constexpr double pointsPerImagePixel = 72.0 / 96.0;
+constexpr int maxImageSide = 20000; // refuse decompression bombs before decoding
+
+QSize pixelSize(const QByteArray& bytes) {
+    QBuffer buffer;
+    buffer.setData(bytes);
+    QImageReader reader(&buffer);
+    const QSize size = reader.size();
+    return size.isValid() && size.width() <= maxImageSide && size.height() <= maxImageSide
+               ? size
+               : QSize();
+}
+
+} // namespace
+
+QString formatOf(const QByteArray& bytes) {
+    if (bytes.startsWith("\x89PNG\r\n\x1a\n"))
+        return QStringLiteral("png");
+    if (bytes.startsWith("\xff\xd8\xff"))
+        return QStringLiteral("jpeg");
+    return {};
+}
+
+bool insert(QTextCursor& cursor, const QByteArray& bytes, QSizeF displaySize) {
+    const QString format = formatOf(bytes);
+    const QSize pixels = pixelSize(bytes);
+    if (format.isEmpty() || !pixels.isValid())
+        return false;
+    QTextDocument* document = cursor.document();
+    const QString name = QStringLiteral("kelvane-image:%1.%2")
+                             .arg(document->allFormats().size())
+                             .arg(format == "png" ? "png" : "jpg");
+    document->addResource(QTextDocument::ImageResource, QUrl(name), bytes);
+    if (displaySize.isEmpty())
+        displaySize = QSizeF(pixels) * pointsPerImagePixel;
+
+    QTextImageFormat image;
+    image.setName(name);
+    image.setWidth(Units::pixelsFromPoints(displaySize.width()));
+    image.setHeight(Units::pixelsFromPoints(displaySize.height()));
+    cursor.insertImage(image);
+    return true;
+}
+
+EncodedImage encoded(const QTextDocument& document, const QTextImageFormat& format) {
+    const QVariant resource = document.resource(QTextDocument::ImageResource, QUrl(format.name()));
+    QByteArray bytes;
+    QSize pixels;
+    if (resource.typeId() == QMetaType::QByteArray && !formatOf(resource.toByteArray()).isEmpty()) {
+        bytes = resource.toByteArray();
+        pixels = pixelSize(bytes);
+    } else {
+        QImage image = resource.value<QImage>();
+        if (image.isNull() && resource.typeId() == QMetaType::QByteArray)
+            image.loadFromData(resource.toByteArray());
+        if (image.isNull())
+            return {};
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "PNG");
+        pixels = image.size();
+    }
+    QSizeF size(Units::pointsFromPixels(format.width()), Units::pointsFromPixels(format.height()));
+    if (size.width() <= 0 && size.height() <= 0)
+        size = QSizeF(pixels) * pointsPerImagePixel;
+    else if (size.height() <= 0 && pixels.width() > 0)
+        size.setHeight(size.width() * pixels.height() / pixels.width());
+    else if (size.width() <= 0 && pixels.height() > 0)
+        size.setWidth(size.height() * pixels.width() / pixels.height());
+    return {bytes, formatOf(bytes), size};
+}
+
+} // namespace kelvane::DocumentImages

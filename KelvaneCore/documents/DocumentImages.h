@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QByteArray>
+#include <QSizeF>
+#include <QString>
+
+class QTextCursor;
+class QTextDocument;
+class QTextImageFormat;
+
+namespace kelvane::DocumentImages {
+
+// Images live in a document as resources holding their original encoded bytes (PNG or
+// JPEG), so writers can embed them again without re-encoding. Readers insert them with
+// `insert`; writers fetch them with `encoded`.
+
+struct EncodedImage {
+    QByteArray bytes;
+    QString format;     // "png" or "jpeg"
+    QSizeF sizeInPoints; // as shown on the page
+};
+
+// Inserts an image at the cursor. `displaySize` in points; an empty size shows one image
+// pixel per CSS pixel. Returns false, inserting nothing, when the bytes are not a PNG or JPEG
+// that decodes.
+bool insert(QTextCursor& cursor, const QByteArray& bytes, QSizeF displaySize = {});
+
+// The image an image format refers to; any other decodable resource is re-encoded as PNG.
+// Empty bytes when the document holds nothing usable under that name.
+EncodedImage encoded(const QTextDocument& document, const QTextImageFormat& format);
+
+// "png" or "jpeg" from the bytes' signature, or empty.
+QString formatOf(const QByteArray& bytes);
+
+} // namespace kelvane::DocumentImages

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "catalogue/Recipe.h"
+#include "options/ConversionOptions.h"
+
+#include <QByteArray>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+class QTextDocument;
+
+namespace kelvane::DocumentTools {
+
+enum class DocumentType { officeOpenXML, openDocument, word97, rtf, rtfd, html, plainText };
+
+// The type a file is read as, from its extension alone (case-insensitive); none for an
+// extension no reader claims.
+std::optional<DocumentType> readType(const std::filesystem::path& url);
+
+// The document as styled text. A file of no known type is tried with each reader in turn.
+// Throws ConversionError "“Name.ext” couldn’t be read as a document." on any failure.
+std::unique_ptr<QTextDocument> read(const std::filesystem::path& url);
+
+// Converts one document for one of the six document recipes and returns the file written
+// beside the input. Safe to call on a worker thread while a QGuiApplication exists.
+std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
+                              const ConversionOptions& options);
+
+// The document laid out on pages of the given size with 64-point margins, as PDF bytes.
+QByteArray pdf(const QTextDocument& document, PageSize pageSize);
+
+} // namespace kelvane::DocumentTools

@@ -1,0 +1,166 @@
+#include "documents/ZipContainer.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace kelvane {
+namespace {
+
+struct ArchiveReadDeleter {
+    void operator()(archive* a) const { archive_read_free(a); }
+};
+using ArchiveReader = std::unique_ptr<archive, ArchiveReadDeleter>;
+
+[[noreturn]] void fail(archive* a, const char* what) {
+    const char* reason = a != nullptr ? archive_error_string(a) : nullptr;
+    throw std::runtime_error(std::string(what) + (reason != nullptr ? ": " + std::string(reason) : ""));
+}
+
+std::int64_t expansionLimit(std::int64_t archiveBytes) {
+    const std::int64_t byRatio = std::max(archiveBytes * ZipContainer::maxRatio,
+                                          ZipContainer::ratioFloorBytes);
+    return std::min(byRatio, ZipContainer::maxExpandedBytes);
+}
+
+QByteArray readEntry(archive* a, std::int64_t& budget) {
+    QByteArray data;
+    char buffer[1 << 16];
+    for (;;) {
+        const la_ssize_t count = archive_read_data(a, buffer, sizeof buffer);
+        if (count < 0)
+            fail(a, "damaged entry");
+        if (count == 0)
+            return data;
+        budget -= count;
+        if (budget < 0)
+            throw std::runtime_error("archive expands beyond the limit");
+        data.append(buffer, static_cast<qsizetype>(count));
+    }
+}
+
+std::vector<std::string> pathComponents(std::string_view path) {
+    std::vector<std::string> components;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        const std::size_t end = std::min(path.find('/', start), path.size());
+        components.emplace_back(path.substr(start, end - start));
+        start = end + 1;
+    }
+    return components;
+}
+
+} // namespace
+
+ZipContainer ZipContainer::open(const std::filesystem::path& file) {
+    std::error_code error;
+    const auto archiveBytes = static_cast<std::int64_t>(std::filesystem::file_size(file, error));
+    if (error)
+        throw std::runtime_error("unreadable file");
+
+    ArchiveReader reader(archive_read_new());
+    archive_read_support_format_zip(reader.get());
+    if (archive_read_open_filename(reader.get(), file.c_str(), 1 << 16) != ARCHIVE_OK)
+        fail(reader.get(), "not a ZIP archive");
+
+    ZipContainer container;
+    std::int64_t budget = expansionLimit(archiveBytes);
+    archive_entry* entry = nullptr;
+    for (int status; (status = archive_read_next_header(reader.get(), &entry)) != ARCHIVE_EOF;) {
+        if (status < ARCHIVE_WARN)
+            fail(reader.get(), "damaged archive");
+        if (archive_entry_filetype(entry) != AE_IFREG)
+            continue;
+        const char* name = archive_entry_pathname_utf8(entry);
+        if (name == nullptr)
+            name = archive_entry_pathname(entry);
+        if (name == nullptr)
+            continue;
+        if (archive_entry_is_encrypted(entry))
+            throw std::runtime_error("encrypted entry");
+        container.parts_[name] = readEntry(reader.get(), budget);
+    }
+    if (container.parts_.empty())
+        throw std::runtime_error("empty archive");
+    return container;
+}
+
+std::optional<QByteArray> ZipContainer::part(std::string_view name) const {
+    if (auto found = parts_.find(name); found != parts_.end())
+        return found->second;
+    return std::nullopt;
+}
+
+bool ZipContainer::contains(std::string_view name) const {
+    return parts_.find(name) != parts_.end();
+}
+
+std::optional<std::string> ZipContainer::resolve(std::string_view fromPart,
+                                                 std::string_view target) {
+    if (target.empty() || target.find("://") != std::string_view::npos)
+        return std::nullopt;
+    std::vector<std::string> resolved;
+    if (target.front() == '/') {
+        target.remove_prefix(1);
+    } else {
+        resolved = pathComponents(fromPart);
+        resolved.pop_back(); // the part's own file name
+    }
+    for (const std::string& component : pathComponents(target)) {
+        if (component.empty() || component == ".")
+            continue;
+        if (component == "..") {
+            if (resolved.empty())
+                return std::nullopt;
+            resolved.pop_back();
+            continue;
+        }
+        resolved.push_back(component);
+    }
+    std::string path;
+    for (const std::string& component : resolved)
+        path += (path.empty() ? "" : "/") + component;
+    return path.empty() ? std::nullopt : std::optional(path);
+}
+
+ZipBuilder::ZipBuilder() : archive_(archive_write_new()) {
+    archive_write_set_format_zip(archive_);
+    archive_write_set_options(archive_, "zip:compression=deflate,hdrcharset=UTF-8");
+    const auto append = [](archive*, void* output, const void* buffer, size_t length) {
+        static_cast<QByteArray*>(output)->append(static_cast<const char*>(buffer),
+                                                 static_cast<qsizetype>(length));
+        return static_cast<la_ssize_t>(length);
+    };
+    if (archive_write_open(archive_, &output_, nullptr, append, nullptr) != ARCHIVE_OK)
+        fail(archive_, "cannot start the archive");
+}
+
+ZipBuilder::~ZipBuilder() {
+    archive_write_free(archive_);
+}
+
+void ZipBuilder::add(std::string_view name, const QByteArray& bytes) {
+    std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
+                                                                        archive_entry_free);
+    archive_entry_set_pathname_utf8(entry.get(), std::string(name).c_str());
+    archive_entry_set_size(entry.get(), bytes.size());
+    archive_entry_set_filetype(entry.get(), AE_IFREG);
+    archive_entry_set_perm(entry.get(), 0644);
+    archive_entry_set_mtime(entry.get(), 315532800, 0); // 1980-01-01, the ZIP epoch
+    if (archive_write_header(archive_, entry.get()) != ARCHIVE_OK)
+        fail(archive_, "cannot add an entry");
+    if (archive_write_data(archive_, bytes.constData(), static_cast<size_t>(bytes.size())) !=
+        bytes.size())
+        fail(archive_, "cannot write an entry");
+}
+
+QByteArray ZipBuilder::finish() {
+    if (archive_write_close(archive_) != ARCHIVE_OK)
+        fail(archive_, "cannot finish the archive");
+    return output_;
+}
+
+} // namespace kelvane

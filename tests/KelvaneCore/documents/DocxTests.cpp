@@ -1,0 +1,1 @@
+// Filled in with the Docx reader and writer.

@@ -1,0 +1,1 @@
+// Filled in with the Rtf reader and writer.

@@ -1,0 +1,55 @@
+#include "documents/ZipContainer.h"
+#include "fixtures/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace kelvane {
+namespace {
+
+using fixtures::TempFolder;
+
+std::filesystem::path writeZip(const TempFolder& temp, const char* name,
+                               const std::vector<std::pair<std::string, QByteArray>>& parts) {
+    ZipBuilder builder;
+    for (const auto& [path, bytes] : parts)
+        builder.add(path, bytes);
+    const QByteArray zip = builder.finish();
+    return temp.write(name, std::string_view(zip.constData(), static_cast<std::size_t>(zip.size())));
+}
+
+TEST(ZipContainer, ReadsBackWhatTheBuilderWrote) {
+    TempFolder temp;
+    const auto file = writeZip(temp, "a.docx",
+                               {{"word/document.xml", "<w:document/>"}, {"naïve/ü.txt", "ü"}});
+    const ZipContainer zip = ZipContainer::open(file);
+    EXPECT_EQ(zip.part("word/document.xml"), QByteArray("<w:document/>"));
+    EXPECT_EQ(zip.part("naïve/ü.txt"), QByteArray("ü"));
+    EXPECT_FALSE(zip.part("word/missing.xml"));
+}
+
+TEST(ZipContainer, RefusesArchivesThatExpandFarBeyondTheirSize) {
+    TempFolder temp;
+    const auto bomb = writeZip(temp, "bomb.docx", {{"word/document.xml", QByteArray(40 << 20, ' ')}});
+    ASSERT_LT(std::filesystem::file_size(bomb), 1u << 20);
+    EXPECT_THROW(ZipContainer::open(bomb), std::runtime_error);
+}
+
+TEST(ZipContainer, RefusesFilesThatAreNotZips) {
+    TempFolder temp;
+    EXPECT_THROW(ZipContainer::open(temp.write("fake.docx", "\x89PNG\r\n\x1a\n not a zip")),
+                 std::runtime_error);
+    EXPECT_THROW(ZipContainer::open(temp.write("empty.docx", "")), std::runtime_error);
+    EXPECT_THROW(ZipContainer::open(temp / "missing.docx"), std::runtime_error);
+}
+
+TEST(ZipContainer, RelationshipTargetsNeverLeaveTheArchive) {
+    EXPECT_EQ(ZipContainer::resolve("word/document.xml", "media/image1.png"), "word/media/image1.png");
+    EXPECT_EQ(ZipContainer::resolve("word/document.xml", "../customXml/item.xml"), "customXml/item.xml");
+    EXPECT_EQ(ZipContainer::resolve("word/document.xml", "/word/media/a.png"), "word/media/a.png");
+    EXPECT_FALSE(ZipContainer::resolve("word/document.xml", "../../etc/passwd"));
+    EXPECT_FALSE(ZipContainer::resolve("word/document.xml", "file:///etc/passwd"));
+    EXPECT_FALSE(ZipContainer::resolve("word/document.xml", ""));
+}
+
+} // namespace
+} // namespace kelvane
