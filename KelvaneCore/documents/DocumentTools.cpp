@@ -1,1 +1,130 @@
+#include "documents/DocumentTools.h"
+
+#include "catalogue/FileKind.h"
 #include "documents/DocumentFormats.h"
+#include "naming/ConversionError.h"
+#include "naming/OutputNaming.h"
+#include "naming/PendingOutput.h"
+
+#include <QFont>
+#include <QTextDocument>
+
+namespace kelvane::DocumentTools {
+namespace {
+
+using Reader = std::unique_ptr<QTextDocument> (*)(const std::filesystem::path&);
+
+std::unique_ptr<QTextDocument> readRtfFile(const std::filesystem::path& file) {
+    return DocumentFormats::readRtf(DocumentFormats::readSource(file));
+}
+
+Reader readerFor(DocumentType type) {
+    switch (type) {
+    case DocumentType::officeOpenXML:
+        return DocumentFormats::readDocx;
+    case DocumentType::openDocument:
+        return DocumentFormats::readOdt;
+    case DocumentType::word97:
+        return DocumentFormats::readDoc;
+    case DocumentType::rtf:
+        return readRtfFile;
+    case DocumentType::rtfd:
+        return DocumentFormats::readRtfd;
+    case DocumentType::html:
+        return DocumentFormats::readHtml;
+    case DocumentType::plainText:
+        break;
+    }
+    return DocumentFormats::readPlainText;
+}
+
+// A file of no known type: try the formats that identify themselves by their contents.
+std::unique_ptr<QTextDocument> readGuessingType(const std::filesystem::path& file) {
+    for (Reader reader : {DocumentFormats::readDocx, DocumentFormats::readOdt, readRtfFile}) {
+        try {
+            return reader(file);
+        } catch (const std::exception&) {
+        }
+    }
+    throw std::runtime_error("unknown document format");
+}
+
+// What text without a font of its own is shown in, as a word processor would start.
+void setDefaultFont(QTextDocument& document) {
+    QFont font;
+    font.setFamilies({QStringLiteral("Helvetica"), QStringLiteral("Liberation Sans"),
+                      QStringLiteral("DejaVu Sans")});
+    font.setPointSizeF(12);
+    document.setDefaultFont(font);
+}
+
+QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
+                       const ConversionOptions& options) {
+    switch (recipe) {
+    case Recipe::docToPDF:
+        return pdf(document, options.pdfPageSize);
+    case Recipe::docToTXT:
+        return DocumentFormats::writePlainText(document);
+    case Recipe::docToDOCX:
+        return DocumentFormats::writeDocx(document);
+    case Recipe::docToHTML:
+        return DocumentFormats::writeHtml(document);
+    case Recipe::docToODT:
+        return DocumentFormats::writeOdt(document);
+    default:
+        return DocumentFormats::writeRtf(document);
+    }
+}
+
+} // namespace
+
+std::optional<DocumentType> readType(const std::filesystem::path& url) {
+    const std::string extension = lowercaseExtension(url);
+    if (extension == "docx")
+        return DocumentType::officeOpenXML;
+    if (extension == "odt")
+        return DocumentType::openDocument;
+    if (extension == "doc")
+        return DocumentType::word97;
+    if (extension == "rtf")
+        return DocumentType::rtf;
+    if (extension == "rtfd")
+        return DocumentType::rtfd;
+    if (extension == "html" || extension == "htm")
+        return DocumentType::html;
+    if (extension == "txt" || extension == "text" || extension == "md")
+        return DocumentType::plainText;
+    return std::nullopt;
+}
+
+std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {
+    try {
+        const auto type = readType(url);
+        auto document = type ? readerFor(*type)(url) : readGuessingType(url);
+        if (document->defaultFont() == QFont())
+            setDefaultFont(*document);
+        return document;
+    } catch (const std::exception&) {
+        throw ConversionError::unreadableDocument(url.filename().string());
+    }
+}
+
+std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
+                              const ConversionOptions& options) {
+    const auto document = read(input);
+    const auto extension = recipe.outputExtension();
+    if (!extension)
+        throw ConversionError::unsupportedRecipe();
+    const std::string ext(*extension);
+
+    QByteArray bytes;
+    try {
+        bytes = outputBytes(*document, recipe, options);
+    } catch (const std::exception&) {
+        throw ConversionError::couldNotWrite(ext);
+    }
+    return publishBytes(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())),
+                        input.parent_path(), ext, [&] { return OutputNaming::url(input, ext); });
+}
+
+} // namespace kelvane::DocumentTools

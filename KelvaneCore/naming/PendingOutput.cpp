@@ -15,6 +15,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Failures of the file system reach the user as "<one of these>: <the system's reason>".
+constexpr const char* couldNotCreate = "Couldn’t create a file beside the original";
+constexpr const char* couldNotWrite = "Couldn’t write the result";
+constexpr const char* couldNotSave = "Couldn’t save the result";
+
 [[noreturn]] void throwErrno(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
@@ -65,7 +70,7 @@ void writeAll(int fd, const char* data, std::size_t size) {
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0)
-            throwErrno("write");
+            throwErrno(couldNotWrite);
         data += written;
         size -= static_cast<std::size_t>(written);
     }
@@ -78,7 +83,7 @@ void copyContents(int from, int to) {
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            throwErrno("read");
+            throwErrno(couldNotWrite);
         if (count == 0)
             return;
         writeAll(to, buffer, static_cast<std::size_t>(count));
@@ -92,11 +97,11 @@ bool copyToNewFile(const fs::path& source, const fs::path& target) {
     if (out.get() < 0 && errno == EEXIST)
         return false;
     if (out.get() < 0)
-        throwErrno("open");
+        throwErrno(couldNotWrite);
     try {
         const FileDescriptor in(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
         if (in.get() < 0)
-            throwErrno("open");
+            throwErrno(couldNotWrite);
         copyContents(in.get(), out.get());
     } catch (...) {
         ::unlink(target.c_str());
@@ -114,7 +119,7 @@ bool linkFile(const fs::path& source, const fs::path& target) {
     if (errno == EEXIST)
         return false;
     if (!isUnsupported(errno) && errno != EMLINK)
-        throwErrno("link");
+        throwErrno(couldNotSave);
     return copyToNewFile(source, target);
 }
 
@@ -124,12 +129,12 @@ bool moveFolderOverOwnClaim(const fs::path& source, const fs::path& target) {
     if (::mkdir(target.c_str(), 0700) != 0) {
         if (errno == EEXIST)
             return false;
-        throwErrno("mkdir");
+        throwErrno(couldNotSave);
     }
     if (::rename(source.c_str(), target.c_str()) != 0) {
         const int error = errno;
         ::rmdir(target.c_str());
-        throw std::system_error(error, std::generic_category(), "rename");
+        throw std::system_error(error, std::generic_category(), couldNotSave);
     }
     return true;
 }
@@ -141,20 +146,20 @@ PendingOutput PendingOutput::file(const fs::path& folder, std::string_view exten
     const int suffixLength = extension.empty() ? 0 : static_cast<int>(extension.size() + 1);
     const FileDescriptor fd(::mkostemps(name.data(), suffixLength, O_CLOEXEC));
     if (fd.get() < 0)
-        throwErrno("mkostemps");
+        throwErrno(couldNotCreate);
     PendingOutput pending(fs::path(name.data()), Kind::file);
     if (::fchmod(fd.get(), 0666 & ~processUmask()) != 0)
-        throwErrno("fchmod");
+        throwErrno(couldNotCreate);
     return pending;
 }
 
 PendingOutput PendingOutput::folder(const fs::path& folder) {
     std::vector<char> name = templateName(folder, {});
     if (::mkdtemp(name.data()) == nullptr)
-        throwErrno("mkdtemp");
+        throwErrno(couldNotCreate);
     PendingOutput pending(fs::path(name.data()), Kind::folder);
     if (::chmod(name.data(), 0777 & ~processUmask()) != 0)
-        throwErrno("chmod");
+        throwErrno(couldNotCreate);
     return pending;
 }
 
@@ -186,19 +191,19 @@ bool PendingOutput::tryPublishAt(const fs::path& target) {
     if (errno == EEXIST)
         return false;
     if (!isUnsupported(errno))
-        throwErrno("renameat2");
+        throwErrno(couldNotSave);
     return kind_ == Kind::file ? linkFile(path_, target) : moveFolderOverOwnClaim(path_, target);
 }
 
 fs::path PendingOutput::publish(const FreeName& freeName) {
     if (settled_)
-        throw std::system_error(std::make_error_code(std::errc::invalid_argument), "publish");
+        throw std::system_error(std::make_error_code(std::errc::invalid_argument), couldNotSave);
     fs::path previous;
     for (;;) {
         fs::path target = freeName();
         // A name source that offers the same taken name twice would loop for ever.
         if (target == previous)
-            throw std::system_error(std::make_error_code(std::errc::file_exists), "publish");
+            throw std::system_error(std::make_error_code(std::errc::file_exists), couldNotSave);
         if (tryPublishAt(target)) {
             settled_ = true;
             return target;
@@ -213,7 +218,7 @@ fs::path publishBytes(std::string_view bytes, const fs::path& folder, std::strin
     {
         const FileDescriptor fd(::open(pending.path().c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
         if (fd.get() < 0)
-            throwErrno("open");
+            throwErrno(couldNotWrite);
         writeAll(fd.get(), bytes.data(), bytes.size());
     }
     return pending.publish(freeName);

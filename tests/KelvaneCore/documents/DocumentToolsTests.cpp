@@ -1,0 +1,209 @@
+#include "documents/DocumentFormats.h"
+#include "documents/DocumentImages.h"
+#include "documents/DocumentTools.h"
+#include "fixtures/PdfProbe.h"
+#include "fixtures/TempFolder.h"
+#include "naming/ConversionError.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QImage>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace kelvane {
+namespace {
+
+using fixtures::PdfProbe;
+using fixtures::readFile;
+using fixtures::TempFolder;
+namespace fs = std::filesystem;
+
+ConversionOptions withPageSize(PageSize size) {
+    ConversionOptions options;
+    options.pdfPageSize = size;
+    return options;
+}
+
+std::string conversionError(const fs::path& input, Recipe recipe) {
+    try {
+        DocumentTools::convert(input, recipe, {});
+    } catch (const ConversionError& error) {
+        return error.message();
+    }
+    return "no error";
+}
+
+TEST(DocumentPdf, PagesHaveTheChosenSizeAndTextStartsAtTheMargin) {
+    TempFolder temp;
+    const auto input = temp.write("report.txt", "First line of the report\nSecond line\n");
+    for (const auto& [size, width, height] : {std::tuple{PageSize::letter, 612.0, 792.0},
+                                              std::tuple{PageSize::a4, 595.28, 841.89}}) {
+        const PdfProbe pdf(DocumentTools::convert(input, Recipe::docToPDF, withPageSize(size)));
+        ASSERT_TRUE(pdf.isValid());
+        EXPECT_EQ(pdf.pageCount(), 1);
+        EXPECT_NEAR(pdf.pageSize(0).width(), width, 0.5);
+        EXPECT_NEAR(pdf.pageSize(0).height(), height, 0.5);
+        EXPECT_EQ(pdf.creator(), "Kelvane");
+        const auto words = pdf.words(0);
+        ASSERT_FALSE(words.empty());
+        EXPECT_EQ(words.front().first, "First");
+        EXPECT_NEAR(words.front().second.left(), 64, 1.0);
+        EXPECT_NEAR(words.front().second.top(), 64, 3.0);
+    }
+    EXPECT_TRUE(fs::exists(temp / "report (converted 2).pdf"));
+}
+
+TEST(DocumentPdf, AnEmptyDocumentIsOneBlankPage) {
+    TempFolder temp;
+    const PdfProbe pdf(DocumentTools::convert(temp.write("empty.txt", ""), Recipe::docToPDF, {}));
+    EXPECT_EQ(pdf.pageCount(), 1);
+    EXPECT_TRUE(pdf.text(0).trimmed().isEmpty());
+}
+
+TEST(DocumentPdf, LongDocumentsPaginateTheSameWayEveryTimeWithinTheMargins) {
+    QString text;
+    for (int line = 0; line < 12000; ++line)
+        text += QStringLiteral("Line %1 of a long document that runs for many pages.\n").arg(line);
+    QTextDocument document;
+    document.setPlainText(text);
+    QFont font("Liberation Sans");
+    font.setPointSize(12);
+    document.setDefaultFont(font);
+
+    TempFolder temp;
+    const auto first = temp.write("a.pdf", DocumentTools::pdf(document, PageSize::letter).toStdString());
+    const auto second = temp.write("b.pdf", DocumentTools::pdf(document, PageSize::letter).toStdString());
+    const PdfProbe pdf(first);
+    EXPECT_GT(pdf.pageCount(), 250);
+    EXPECT_EQ(PdfProbe(second).pageCount(), pdf.pageCount());
+    for (int page : {1, pdf.pageCount() / 2, pdf.pageCount() - 1})
+        for (const auto& [word, box] : pdf.words(page)) {
+            EXPECT_GE(box.top(), 63.0) << "page " << page;
+            EXPECT_LE(box.bottom(), 792 - 63.0) << "page " << page;
+        }
+    EXPECT_TRUE(pdf.text(pdf.pageCount() - 1).contains("Line 11999"));
+}
+
+TEST(DocumentPdf, PageBreaksStartNewPagesAndThePageCountIsCapped) {
+    QTextDocument document;
+    QTextCursor cursor(&document);
+    QTextBlockFormat breakBefore;
+    breakBefore.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    cursor.insertText("one");
+    cursor.insertBlock(breakBefore);
+    cursor.insertText("two");
+    TempFolder temp;
+    const PdfProbe two(temp.write("two.pdf", DocumentTools::pdf(document, PageSize::a4).toStdString()));
+    ASSERT_EQ(two.pageCount(), 2);
+    EXPECT_TRUE(two.text(1).contains("two"));
+
+    for (int page = 0; page < 5100; ++page)
+        cursor.insertBlock(breakBefore);
+    const PdfProbe capped(temp.write("many.pdf", DocumentTools::pdf(document, PageSize::a4).toStdString()));
+    EXPECT_EQ(capped.pageCount(), 5000);
+}
+
+TEST(DocumentText, PlainTextIsUtf8WithoutByteOrderMarkAndDropsStyling) {
+    TempFolder temp;
+    const auto html = temp.write("page.htm", "<meta charset=\"utf-8\"><h1>Caf\xc3\xa9</h1>"
+                                             "<p><b>bold</b> and <i>\xc3\xbc" "ber</i></p>");
+    const std::string text = readFile(DocumentTools::convert(html, Recipe::docToTXT, {}));
+    EXPECT_EQ(text.rfind("\xef\xbb\xbf", 0), std::string::npos);
+    EXPECT_NE(text.find("Caf\xc3\xa9"), std::string::npos);
+    EXPECT_NE(text.find("bold and \xc3\xbc" "ber"), std::string::npos);
+    EXPECT_EQ(text.find('<'), std::string::npos);
+}
+
+TEST(DocumentText, HtmlOutputDeclaresUtf8AndCarriesItsImages) {
+    QImage image(4, 3, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+
+    QTextDocument document;
+    QTextCursor cursor(&document);
+    cursor.insertText(QString::fromUtf8("na\xc3\xafve "));
+    ASSERT_TRUE(DocumentImages::insert(cursor, png));
+
+    const QByteArray html = DocumentFormats::writeHtml(document);
+    EXPECT_TRUE(html.contains("charset=\"utf-8\"") || html.contains("charset=utf-8"));
+    EXPECT_TRUE(html.contains("na\xc3\xafve"));
+    EXPECT_TRUE(html.contains("data:image/png;base64," + png.toBase64().left(40)));
+
+    TempFolder temp;
+    const auto reread = DocumentFormats::readHtml(temp.write("back.html", html.toStdString()));
+    int images = 0;
+    for (QTextBlock block = reread->begin(); block.isValid(); block = block.next())
+        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
+            if (fragment.fragment().charFormat().isImageFormat()) {
+                ++images;
+                EXPECT_EQ(DocumentImages::encoded(*reread, fragment.fragment().charFormat().toImageFormat()).bytes, png);
+            }
+    EXPECT_EQ(images, 1);
+}
+
+TEST(DocumentRead, UnreadableDocumentsGetTheSentenceAndLeaveNothingBehind) {
+    TempFolder temp;
+    const std::string png = "\x89PNG\r\n\x1a\n\0\0\0\rIHDR";
+    const std::pair<fs::path, std::string> unreadable[] = {
+        {temp.write("photo.docx", png), "“photo.docx” couldn’t be read as a document."},
+        {temp.write("notes.odt", "plain words"), "“notes.odt” couldn’t be read as a document."},
+        {temp.write("file.pages", "who knows"), "“file.pages” couldn’t be read as a document."},
+        {temp.makeFolder("folder.txt"), "“folder.txt” couldn’t be read as a document."},
+    };
+    for (const auto& [input, sentence] : unreadable)
+        EXPECT_EQ(conversionError(input, Recipe::docToPDF), sentence);
+    EXPECT_EQ(temp.entries().size(), 4u);
+}
+
+TEST(DocumentRead, HugeSourcesAreRefusedWithoutReadingThem) {
+    TempFolder temp;
+    const fs::path huge = temp / "huge.txt";
+    const int fd = ::open(huge.c_str(), O_CREAT | O_WRONLY, 0644);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::ftruncate(fd, 2ll << 30), 0); // sparse: 2 GB that take no disk
+    ::close(fd);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_EQ(conversionError(huge, Recipe::docToTXT), "“huge.txt” couldn’t be read as a document.");
+    EXPECT_LT(timer.elapsed(), 5000);
+}
+
+TEST(DocumentRead, PagesNeverMakeTheConverterReadDevicesOrOtherFiles) {
+    TempFolder temp;
+    const auto page = temp.write("trap.html", "<link rel=\"stylesheet\" href=\"/dev/zero\">"
+                                              "<p>text</p><img src=\"/dev/zero\">"
+                                              "<img src=\"file:///dev/urandom\">");
+    const PdfProbe pdf(DocumentTools::convert(page, Recipe::docToPDF, {}));
+    EXPECT_EQ(pdf.pageCount(), 1);
+    EXPECT_TRUE(pdf.text(0).contains("text"));
+}
+
+TEST(DocumentRead, TypesComeFromTheExtensionIgnoringCase) {
+    using T = DocumentTools::DocumentType;
+    EXPECT_EQ(DocumentTools::readType("REPORT.DOCX"), T::officeOpenXML);
+    EXPECT_EQ(DocumentTools::readType("notes.md"), T::plainText);
+    EXPECT_EQ(DocumentTools::readType("notes.text"), T::plainText);
+    EXPECT_EQ(DocumentTools::readType("page.htm"), T::html);
+    EXPECT_EQ(DocumentTools::readType("letter.rtfd"), T::rtfd);
+    EXPECT_FALSE(DocumentTools::readType("file.pages"));
+}
+
+TEST(DocumentRead, TextInALegacyCodePageIsShownRatherThanRefused) {
+    TempFolder temp;
+    const auto latin1 = temp.write("old.txt", "caf\xe9 cr\xe8me");
+    const auto document = DocumentTools::read(latin1);
+    EXPECT_EQ(document->toPlainText(), QString::fromUtf8("caf\xc3\xa9 cr\xc3\xa8me"));
+}
+
+} // namespace
+} // namespace kelvane
