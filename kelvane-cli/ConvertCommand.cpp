@@ -1,21 +1,20 @@
 #include "Command.h"
 #include "OptionFlags.h"
 #include "Paths.h"
-#include "catalogue/Recipe.h"
-#include "naming/ConversionError.h"
+#include "ProgressDisplay.h"
 
+#include "Store/Store.h"
+#include "catalogue/Recipe.h"
+
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <unistd.h>
+
 namespace kelvane::cli {
 namespace {
-
-struct Outcome {
-    std::filesystem::path input;
-    std::optional<std::filesystem::path> output;
-    std::string error;
-};
 
 Recipe recipeNamed(const QCommandLineParser& parser) {
     if (!parser.isSet("recipe"))
@@ -41,39 +40,62 @@ std::vector<std::filesystem::path> existingInputs(const QStringList& files) {
     return inputs;
 }
 
-// The conversion tools are not part of this build yet: every input fails with the layer's
-// own sentence rather than pretending to work.
-std::vector<Outcome> convert(Recipe, const ConversionOptions&,
-                             const std::vector<std::filesystem::path>& inputs) {
-    std::vector<Outcome> outcomes;
-    for (const auto& input : inputs)
-        outcomes.push_back({input, std::nullopt, ConversionError::unsupportedRecipe().message()});
-    return outcomes;
+// The jobs of one run, in the order the files were given.
+std::vector<const Job*> inGivenOrder(const Store& store) {
+    std::vector<const Job*> jobs;
+    for (const Job& job : store.jobs())
+        jobs.push_back(&job);
+    return jobs;
 }
 
-void report(const std::vector<Outcome>& outcomes, bool asJSON) {
+QJsonArray pathsJSON(const std::vector<std::filesystem::path>& paths) {
+    QJsonArray array;
+    for (const auto& path : paths)
+        array.append(QString::fromStdString(path.string()));
+    return array;
+}
+
+void report(const std::vector<const Job*>& jobs, bool asJSON) {
     QJsonArray results;
-    for (const Outcome& outcome : outcomes) {
-        const QString input = QString::fromStdString(outcome.input.string());
-        const QString output =
-            outcome.output ? QString::fromStdString(outcome.output->string()) : QString();
-        const QString error = QString::fromStdString(outcome.error);
-        if (asJSON)
-            results.append(
-                QJsonObject{{"input", input},
-                            {"output", outcome.output ? QJsonValue(output) : QJsonValue()},
-                            {"error", outcome.error.empty() ? QJsonValue() : QJsonValue(error)}});
-        else
-            printLine(outcome.output ? output : QStringLiteral("%1: %2").arg(input, error));
+    for (const Job* job : jobs) {
+        if (asJSON) {
+            results.append(QJsonObject{
+                {"recipe", text(job->recipe.rawValue())},
+                {"inputs", pathsJSON(job->inputs)},
+                {"outputs", pathsJSON(job->outputs)},
+                {"error", job->message ? QJsonValue(*job->message) : QJsonValue()}});
+            continue;
+        }
+        if (job->message)
+            printLine(QStringLiteral("%1: %2").arg(job->title(), *job->message));
+        for (const auto& output : job->outputs)
+            printLine(QString::fromStdString(output.string()));
     }
     if (asJSON)
         printJSON(QJsonDocument(results));
 }
 
+// Runs the jobs through the same store as the window, two at a time, until all are done.
+std::vector<const Job*> runJobs(Store& store, Recipe recipe,
+                                const std::vector<std::filesystem::path>& inputs) {
+    ProgressDisplay display(::isatty(STDERR_FILENO) != 0);
+    QObject::connect(&store, &Store::jobUpdated, [&] {
+        display.show(inGivenOrder(store));
+        if (store.activeCount() == 0)
+            QCoreApplication::quit();
+    });
+    store.add(inputs, recipe);
+    display.show(inGivenOrder(store));
+    if (store.activeCount() > 0)
+        QCoreApplication::exec();
+    return inGivenOrder(store);
+}
+
 void describe(QCommandLineParser& parser) {
     parser.setApplicationDescription(
-        "Runs one recipe over the given files. Results land beside the inputs under new names; "
-        "nothing is ever replaced.");
+        "Runs one recipe over the given files, two at a time. Results land beside the inputs "
+        "under new names; nothing is ever replaced. Progress goes to standard error, results "
+        "to standard output.");
     parser.addOption({"recipe", "The recipe to run, by id (see 'kelvane-cli recipes').", "NAME"});
     addOptionFlags(parser);
     parser.addOption({"json", "Print the results as JSON."});
@@ -82,14 +104,15 @@ void describe(QCommandLineParser& parser) {
 
 int run(const QCommandLineParser& parser) {
     const Recipe recipe = recipeNamed(parser);
-    const ConversionOptions options = optionsFromFlags(parser);
+    Store store;
+    store.setOptions(optionsFromFlags(parser));
     const auto inputs = existingInputs(parser.positionalArguments());
-    const auto outcomes = convert(recipe, options, inputs);
-    report(outcomes, parser.isSet("json"));
-    const bool allSucceeded =
-        std::all_of(outcomes.begin(), outcomes.end(),
-                    [](const Outcome& outcome) { return outcome.error.empty(); });
-    return allSucceeded ? success : someInputFailed;
+    const auto jobs = runJobs(store, recipe, inputs);
+    report(jobs, parser.isSet("json"));
+    const bool allDone = std::all_of(jobs.begin(), jobs.end(), [](const Job* job) {
+        return job->state == Job::State::done;
+    });
+    return allDone ? success : someInputFailed;
 }
 
 } // namespace

@@ -1,9 +1,10 @@
 #include "Command.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 
 namespace kelvane::cli {
 namespace {
@@ -30,6 +31,12 @@ const Command* commandNamed(const QString& name) {
         if (name == QLatin1String(command->name))
             return command;
     return nullptr;
+}
+
+// Qt's own warnings (about the session, fonts, …) mean nothing to someone converting files.
+void keepOnlySeriousMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        std::fprintf(stderr, "kelvane-cli: %s\n", message.toUtf8().constData());
 }
 
 void printError(const QString& message) {
@@ -72,7 +79,10 @@ int runCommand(const Command& command, QStringList arguments) {
 
 int main(int argc, char* argv[]) {
     using namespace kelvane::cli;
-    QCoreApplication application(argc, argv);
+    // Document layout needs fonts, hence a GUI application; it never shows a window.
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    qInstallMessageHandler(keepOnlySeriousMessages);
+    QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName("kelvane-cli");
     QCoreApplication::setApplicationVersion(KELVANE_VERSION);
 

@@ -1,0 +1,292 @@
+#include "Store/Store.h"
+
+#include "catalogue/FileSize.h"
+
+#include <QSettings>
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <memory>
+
+namespace kelvane {
+namespace {
+
+using std::filesystem::path;
+
+constexpr double progressStep = 0.004;
+const char* const recipeKey = "recipe";
+const char* const optionsKey = "options";
+
+std::int64_t totalSize(const std::vector<path>& paths) {
+    std::int64_t total = 0;
+    for (const path& item : paths)
+        total += FileSize::of(item);
+    return total;
+}
+
+bool exists(const path& item) {
+    std::error_code error;
+    return std::filesystem::exists(item, error);
+}
+
+// Recipes whose result is a different kind of thing, not a smaller copy of the input.
+bool countsAsSaving(Recipe recipe) {
+    switch (recipe) {
+    case Recipe::imagesToPDF:
+    case Recipe::videoToGIF:
+    case Recipe::extractAudio:
+    case Recipe::pdfToPNG:
+    case Recipe::pdfToJPG:
+    case Recipe::zip:
+    case Recipe::unzip:
+        return false;
+    default:
+        return recipe.group() != RecipeGroup::documents;
+    }
+}
+
+Recipe restoredRecipe(const QSettings* settings) {
+    if (settings == nullptr)
+        return Recipe::toJPG;
+    const auto stored = Recipe::fromRawValue(settings->value(recipeKey).toString().toStdString());
+    return stored.value_or(Recipe::toJPG);
+}
+
+ConversionOptions restoredOptions(const QSettings* settings) {
+    if (settings == nullptr)
+        return {};
+    return ConversionOptions::restored(settings->value(optionsKey).toByteArray());
+}
+
+} // namespace
+
+Store::Store(QSettings* settings, QObject* parent)
+    : QObject(parent)
+    , settings_(settings)
+    , recipe_(restoredRecipe(settings))
+    , options_(restoredOptions(settings))
+    , runner_(Engine::run) {
+    pool_.setMaxThreadCount(maxParallel);
+}
+
+Store::~Store() {
+    // Runs still under way post their results to this object; let them end first. What
+    // they post is dropped with the object.
+    pool_.waitForDone();
+}
+
+void Store::setRecipe(Recipe recipe) {
+    if (recipe == recipe_)
+        return;
+    recipe_ = recipe;
+    if (settings_ != nullptr)
+        settings_->setValue(recipeKey, QString::fromUtf8(recipe.rawValue()));
+    emit recipeChanged();
+}
+
+void Store::setOptions(const ConversionOptions& options) {
+    if (options == options_)
+        return;
+    options_ = options;
+    if (settings_ != nullptr)
+        settings_->setValue(optionsKey, options.toJSON());
+    emit optionsChanged();
+}
+
+void Store::setShowOptions(bool show) {
+    if (show == showOptions_)
+        return;
+    showOptions_ = show;
+    emit showOptionsChanged();
+}
+
+int Store::activeCount() const {
+    return static_cast<int>(std::count_if(jobs_.begin(), jobs_.end(),
+                                          [](const Job& job) { return !job.isFinished(); }));
+}
+
+int Store::finishedCount() const {
+    return static_cast<int>(jobs_.size()) - activeCount();
+}
+
+std::int64_t Store::savedBytes() const {
+    std::int64_t saved = 0;
+    for (const Job& job : jobs_)
+        if (job.state == Job::State::done && countsAsSaving(job.recipe))
+            saved += std::max<std::int64_t>(0, job.inputBytes - job.outputBytes);
+    return saved;
+}
+
+QString Store::describe(FileKindSet kinds) {
+    static const std::pair<FileKind::Value, const char*> names[] = {
+        {FileKind::image, "images"},       {FileKind::pdf, "PDFs"},
+        {FileKind::video, "videos"},       {FileKind::audio, "audio"},
+        {FileKind::document, "documents"}, {FileKind::archive, "zip archives"},
+        {FileKind::other, "files"},
+    };
+    QStringList described;
+    for (const auto& [kind, name] : names)
+        if (kinds.contains(kind))
+            described << QString::fromLatin1(name);
+    if (described.size() >= 5)
+        return QStringLiteral("files");
+    std::sort(described.begin(), described.end()); // code point order: "PDFs" first
+    return described.join(QStringLiteral(" or "));
+}
+
+Job Store::newJob(Recipe recipe, std::vector<path> inputs, bool fromDock) {
+    Job job(recipe, std::move(inputs));
+    job.fromDock = fromDock;
+    job.sequence = nextSequence_++;
+    return job;
+}
+
+void Store::insertOnTop(Job job) {
+    jobs_.insert(jobs_.begin(), std::move(job));
+}
+
+void Store::add(const std::vector<path>& urls, std::optional<Recipe> recipe, bool fromDock) {
+    const Recipe chosen = recipe.value_or(recipe_);
+    std::vector<path> present;
+    std::copy_if(urls.begin(), urls.end(), std::back_inserter(present), exists);
+    if (present.empty())
+        return;
+
+    std::vector<path> accepted;
+    for (const path& url : present) {
+        if (chosen.accepts().contains(FileKind::of(url))) {
+            accepted.push_back(url);
+            continue;
+        }
+        Job rejected = newJob(chosen, {url}, false);
+        rejected.state = Job::State::failed;
+        rejected.message = QString::fromUtf8(chosen.title()) + " needs " +
+                           describe(chosen.accepts()) + ".";
+        insertOnTop(std::move(rejected));
+    }
+    if (chosen.combinesInputs()) {
+        if (!accepted.empty())
+            insertOnTop(newJob(chosen, accepted, fromDock));
+    } else {
+        // Made in the given order, inserted so that the first file stands highest.
+        std::vector<Job> made;
+        for (const path& url : accepted)
+            made.push_back(newJob(chosen, {url}, fromDock));
+        for (auto job = made.rbegin(); job != made.rend(); ++job)
+            insertOnTop(std::move(*job));
+    }
+    emit jobsChanged();
+    pump();
+}
+
+void Store::retry(const QUuid& id) {
+    const int row = rowOf(id);
+    if (row < 0)
+        return;
+    const Job job = jobs_[static_cast<std::size_t>(row)];
+    std::erase_if(jobs_, [&](const Job& each) { return each.id == id; });
+    emit jobsChanged();
+    add(job.inputs, job.recipe, false);
+}
+
+void Store::remove(const QUuid& id) {
+    const auto removed = std::erase_if(jobs_, [&](const Job& job) {
+        return job.id == id && job.state != Job::State::running;
+    });
+    if (removed > 0)
+        emit jobsChanged();
+}
+
+void Store::clearFinished() {
+    if (std::erase_if(jobs_, [](const Job& job) { return job.isFinished(); }) > 0)
+        emit jobsChanged();
+}
+
+int Store::rowOf(const QUuid& id) const {
+    const auto found =
+        std::find_if(jobs_.begin(), jobs_.end(), [&](const Job& job) { return job.id == id; });
+    return found == jobs_.end() ? -1 : static_cast<int>(found - jobs_.begin());
+}
+
+void Store::pump() {
+    for (;;) {
+        const auto running = std::count_if(jobs_.begin(), jobs_.end(), [](const Job& job) {
+            return job.state == Job::State::running;
+        });
+        if (running >= maxParallel)
+            return;
+        const Job* oldestQueued = nullptr;
+        for (const Job& job : jobs_)
+            if (job.state == Job::State::queued &&
+                (oldestQueued == nullptr || job.sequence < oldestQueued->sequence))
+                oldestQueued = &job;
+        if (oldestQueued == nullptr)
+            return;
+        start(oldestQueued->id);
+    }
+}
+
+void Store::start(const QUuid& id) {
+    const int row = rowOf(id);
+    if (row < 0)
+        return;
+    Job& job = jobs_[static_cast<std::size_t>(row)];
+    job.state = Job::State::running;
+    job.inputBytes = totalSize(job.inputs);
+    emit jobUpdated(row);
+
+    const Recipe recipe = job.recipe;
+    const std::vector<path> inputs = job.inputs;
+    const ConversionOptions options = options_;
+    // Reports come from any thread; only those that move the bar travel to this one.
+    auto lastPosted = std::make_shared<std::atomic<double>>(0.0);
+    const Engine::Progress progress = [this, id, lastPosted](double fraction) {
+        if (std::abs(fraction - lastPosted->load()) <= progressStep)
+            return;
+        lastPosted->store(fraction);
+        QMetaObject::invokeMethod(this, [this, id, fraction] { setProgress(id, fraction); },
+                                  Qt::QueuedConnection);
+    };
+    pool_.start([this, id, recipe, inputs, options, progress, runner = runner_] {
+        std::vector<path> outputs;
+        std::optional<QString> error;
+        try {
+            outputs = runner(recipe, inputs, options, progress);
+        } catch (const std::exception& failure) {
+            error = QString::fromUtf8(failure.what());
+        } catch (...) {
+            error = QStringLiteral("The conversion failed unexpectedly.");
+        }
+        QMetaObject::invokeMethod(
+            this, [this, id, outputs, error] { finish(id, outputs, error); },
+            Qt::QueuedConnection);
+    });
+}
+
+void Store::setProgress(const QUuid& id, double progress) {
+    const int row = rowOf(id);
+    if (row < 0)
+        return;
+    Job& job = jobs_[static_cast<std::size_t>(row)];
+    if (job.state != Job::State::running || std::abs(job.progress - progress) <= progressStep)
+        return;
+    job.progress = progress;
+    emit jobUpdated(row);
+}
+
+void Store::finish(const QUuid& id, std::vector<path> outputs, std::optional<QString> error) {
+    const int row = rowOf(id);
+    if (row < 0)
+        return;
+    Job& job = jobs_[static_cast<std::size_t>(row)];
+    job.progress = 1.0;
+    job.outputs = std::move(outputs);
+    job.outputBytes = totalSize(job.outputs);
+    job.state = error ? Job::State::failed : Job::State::done;
+    job.message = std::move(error);
+    emit jobUpdated(row);
+    pump();
+}
+
+} // namespace kelvane

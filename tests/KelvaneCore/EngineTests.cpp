@@ -1,0 +1,99 @@
+#include "engine/Engine.h"
+#include "fixtures/TempFolder.h"
+#include "naming/ConversionError.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+
+namespace kelvane {
+namespace {
+
+using fixtures::TempFolder;
+namespace fs = std::filesystem;
+
+class ProgressLog {
+public:
+    Engine::Progress callback() {
+        return [this](double fraction) {
+            const std::lock_guard lock(mutex_);
+            reports_.push_back(fraction);
+        };
+    }
+    std::vector<double> reports() const {
+        const std::lock_guard lock(mutex_);
+        return reports_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<double> reports_;
+};
+
+std::string failureOf(Recipe recipe, const std::vector<fs::path>& inputs, ProgressLog& log) {
+    try {
+        Engine::run(recipe, inputs, {}, log.callback());
+    } catch (const ConversionError& error) {
+        return error.message();
+    }
+    return "no error";
+}
+
+TEST(Engine, NothingToConvertFailsBeforeAnyProgress) {
+    ProgressLog log;
+    EXPECT_EQ(failureOf(Recipe::docToPDF, {}, log), "Nothing to convert.");
+    EXPECT_TRUE(log.reports().empty());
+}
+
+TEST(Engine, AnInputOfTheWrongKindIsNamedBeforeAnythingIsWritten) {
+    TempFolder temp;
+    const std::vector<fs::path> inputs = {temp.write("a.txt", "a"), temp.write("b.txt", "b"),
+                                          temp.write("photo.png", "p"), temp.write("c.txt", "c")};
+    ProgressLog log;
+    EXPECT_EQ(failureOf(Recipe::docToHTML, inputs, log),
+              "Convert to HTML doesn’t work with “photo.png”.");
+    EXPECT_TRUE(log.reports().empty());
+    EXPECT_EQ(temp.entries().size(), 4u);
+}
+
+TEST(Engine, ResultsComeInInputOrderWithProgressFromZeroToOne) {
+    TempFolder temp;
+    const std::vector<fs::path> inputs = {temp.write("one.txt", "1"), temp.write("two.md", "2"),
+                                          temp.write("three.htm", "<p>3</p>")};
+    ProgressLog log;
+    const auto results = Engine::run(Recipe::docToTXT, inputs, {}, log.callback());
+    ASSERT_EQ(results.size(), 3u);
+    EXPECT_EQ(results[0], temp / "one (converted).txt");
+    EXPECT_EQ(results[1], temp / "two (converted).txt");
+    EXPECT_EQ(results[2], temp / "three (converted).txt");
+    const auto reports = log.reports();
+    ASSERT_GE(reports.size(), 2u);
+    EXPECT_EQ(reports.front(), 0.0);
+    EXPECT_EQ(reports.back(), 1.0);
+    EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
+}
+
+TEST(Engine, TheFirstFailureEndsTheRunAndKeepsEarlierResults) {
+    TempFolder temp;
+    const std::vector<fs::path> inputs = {temp.write("good.txt", "fine"),
+                                          temp.write("bad.docx", "\x89PNG\r\n\x1a\n"),
+                                          temp.write("later.txt", "never reached")};
+    ProgressLog log;
+    EXPECT_EQ(failureOf(Recipe::docToTXT, inputs, log),
+              "“bad.docx” couldn’t be read as a document.");
+    EXPECT_TRUE(fs::exists(temp / "good (converted).txt"));
+    EXPECT_FALSE(fs::exists(temp / "later (converted).txt"));
+    EXPECT_EQ(log.reports().back(), 1.0);
+}
+
+TEST(Engine, FamiliesWithoutToolsRefuseInsteadOfPretending) {
+    TempFolder temp;
+    ProgressLog log;
+    EXPECT_EQ(failureOf(Recipe::toJPG, {temp.write("a.png", "x")}, log), "Unsupported recipe.");
+    EXPECT_EQ(failureOf(Recipe::zip, {temp.write("b.txt", "x")}, log), "Unsupported recipe.");
+    EXPECT_EQ(log.reports().back(), 1.0);
+    EXPECT_EQ(temp.entries().size(), 2u);
+}
+
+} // namespace
+} // namespace kelvane
