@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QFile>
 #include <QProcess>
 
 #include <gtest/gtest.h>
@@ -90,6 +91,37 @@ TEST(Cli, UsageErrorsExitWithTwoAndNameTheProblem) {
             << arguments.join(' ').toStdString() << " said: " << run.err.toStdString();
         EXPECT_LE(run.err.count('\n'), 1) << run.err.toStdString();
     }
+}
+
+TEST(Cli, ConvertWritesBesideTheInputAndNeverReplaces) {
+    kelvane::fixtures::TempFolder temp;
+    const QString report = QString::fromStdString(temp.write("report.txt", "Quarterly report").string());
+    const CliRun first = cli({"convert", "--recipe", "docToPDF", report});
+    ASSERT_EQ(first.exitCode, 0) << first.err.toStdString();
+    const QString expected = QString::fromStdString((temp / "report (converted).pdf").string());
+    EXPECT_EQ(first.out.trimmed(), expected);
+    EXPECT_TRUE(QFile::exists(expected));
+
+    const CliRun second = cli({"convert", "--recipe", "docToPDF", "--pdf-page-size", "a4", "--json", report});
+    ASSERT_EQ(second.exitCode, 0) << second.err.toStdString();
+    const QJsonObject result = jsonArray(second.out)[0].toObject();
+    EXPECT_TRUE(result["outputs"].toArray()[0].toString().endsWith("report (converted 2).pdf"));
+    EXPECT_TRUE(result["error"].isNull());
+}
+
+TEST(Cli, ConvertExitsWithOneWhenAnInputFailsAndSaysWhy) {
+    kelvane::fixtures::TempFolder temp;
+    const QString notes = QString::fromStdString(temp.write("notes.txt", "words").string());
+    const QString photo = QString::fromStdString(temp.write("photo.docx", "\x89PNG").string());
+    const CliRun run = cli({"convert", "--recipe", "docToTXT", notes, photo});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.out.contains("photo.docx: “photo.docx” couldn’t be read as a document."))
+        << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains("notes (converted).txt"));
+
+    const CliRun wrongKind = cli({"convert", "--recipe", "toWAV", notes});
+    EXPECT_EQ(wrongKind.exitCode, 1);
+    EXPECT_TRUE(wrongKind.out.contains("Convert to WAV needs audio or videos."));
 }
 
 TEST(Cli, EveryCommandExplainsItself) {
