@@ -2,7 +2,6 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -17,12 +16,13 @@ using ArchiveReader = std::unique_ptr<archive, ArchiveReadDeleter>;
 
 [[noreturn]] void fail(archive* a, const char* what) {
     const char* reason = a != nullptr ? archive_error_string(a) : nullptr;
-    throw std::runtime_error(std::string(what) + (reason != nullptr ? ": " + std::string(reason) : ""));
+    throw std::runtime_error(std::string(what) +
+                             (reason != nullptr ? ": " + std::string(reason) : ""));
 }
 
 std::int64_t expansionLimit(std::int64_t archiveBytes) {
-    const std::int64_t byRatio = std::max(archiveBytes * ZipContainer::maxRatio,
-                                          ZipContainer::ratioFloorBytes);
+    const std::int64_t byRatio =
+        std::max(archiveBytes * ZipContainer::maxRatio, ZipContainer::ratioFloorBytes);
     return std::min(byRatio, ZipContainer::maxExpandedBytes);
 }
 
@@ -126,7 +126,8 @@ std::optional<std::string> ZipContainer::resolve(std::string_view fromPart,
     return path.empty() ? std::nullopt : std::optional(path);
 }
 
-ZipBuilder::ZipBuilder() : archive_(archive_write_new()) {
+ZipBuilder::ZipBuilder()
+    : archive_(archive_write_new()) {
     archive_write_set_format_zip(archive_);
     archive_write_set_options(archive_, "zip:compression=deflate,hdrcharset=UTF-8");
     const auto append = [](archive*, void* output, const void* buffer, size_t length) {
@@ -142,7 +143,13 @@ ZipBuilder::~ZipBuilder() {
     archive_write_free(archive_);
 }
 
-void ZipBuilder::add(std::string_view name, const QByteArray& bytes) {
+void ZipBuilder::add(std::string_view name, const QByteArray& bytes, Compression compression) {
+    // The zip writer keeps its compression until told otherwise, so a stored entry sets it
+    // for its own header only. (Format options are frozen once the archive is open; these
+    // two calls are not.)
+    const bool store = compression == Compression::store;
+    if (store && archive_write_zip_set_compression_store(archive_) != ARCHIVE_OK)
+        fail(archive_, "cannot store an entry");
     std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
                                                                         archive_entry_free);
     archive_entry_set_pathname_utf8(entry.get(), std::string(name).c_str());
@@ -155,6 +162,8 @@ void ZipBuilder::add(std::string_view name, const QByteArray& bytes) {
     if (archive_write_data(archive_, bytes.constData(), static_cast<size_t>(bytes.size())) !=
         bytes.size())
         fail(archive_, "cannot write an entry");
+    if (store && archive_write_zip_set_compression_deflate(archive_) != ARCHIVE_OK)
+        fail(archive_, "cannot compress the entries after a stored one");
 }
 
 QByteArray ZipBuilder::finish() {

@@ -37,15 +37,20 @@ private:
     std::map<std::string, QByteArray, std::less<>> parts_;
 };
 
-// Builds a ZIP in memory with Deflate and UTF-8 names, for DOCX output.
+// Builds a ZIP in memory with Deflate and UTF-8 names, for DOCX and ODT output.
 class ZipBuilder {
 public:
+    // OpenDocument wants its "mimetype" entry stored as is, so that the type can be read at a
+    // fixed offset without inflating anything.
+    enum class Compression { deflate, store };
+
     ZipBuilder();
     ~ZipBuilder();
     ZipBuilder(const ZipBuilder&) = delete;
     ZipBuilder& operator=(const ZipBuilder&) = delete;
 
-    void add(std::string_view name, const QByteArray& bytes);
+    void add(std::string_view name, const QByteArray& bytes,
+             Compression compression = Compression::deflate);
     // The finished archive. Throws std::runtime_error when libarchive fails.
     QByteArray finish();
 

@@ -1,1 +1,526 @@
-// Filled in with the Docx reader and writer.
+#include "documents/DocumentFormats.h"
+#include "documents/DocumentImages.h"
+#include "documents/Units.h"
+#include "fixtures/DocxFixtures.h"
+#include "fixtures/TempFolder.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextList>
+#include <QTextTable>
+
+#include <gtest/gtest.h>
+
+namespace kelvane {
+namespace {
+
+using fixtures::TempFolder;
+namespace docx = fixtures::docx;
+namespace fs = std::filesystem;
+
+const QByteArray styles = docx::stylesPart(R"(
+<w:docDefaults><w:rPrDefault><w:rPr><w:rFonts w:ascii="Liberation Serif" w:hAnsi="Liberation Serif"/>
+  <w:sz w:val="22"/></w:rPr></w:rPrDefault></w:docDefaults>
+<w:style w:type="paragraph" w:default="1" w:styleId="Normal"><w:name w:val="Normal"/></w:style>
+<w:style w:type="paragraph" w:styleId="Heading1"><w:name w:val="heading 1"/><w:basedOn w:val="Normal"/>
+  <w:rPr><w:color w:val="2E74B5"/><w:sz w:val="32"/></w:rPr></w:style>
+<w:style w:type="paragraph" w:styleId="Berschrift2"><w:name w:val="Section Title"/>
+  <w:basedOn w:val="Normal"/><w:pPr><w:outlineLvl w:val="1"/></w:pPr><w:rPr><w:i/></w:rPr></w:style>
+<w:style w:type="character" w:styleId="Emphasis"><w:name w:val="Emphasis"/>
+  <w:rPr><w:i/><w:color w:val="7030A0"/></w:rPr></w:style>)");
+
+const QByteArray numbering = docx::numberingPart(R"xml(
+<w:abstractNum w:abstractNumId="0">
+  <w:lvl w:ilvl="0"><w:numFmt w:val="bullet"/><w:lvlText w:val="•"/></w:lvl>
+  <w:lvl w:ilvl="1"><w:numFmt w:val="bullet"/><w:lvlText w:val="o"/></w:lvl></w:abstractNum>
+<w:abstractNum w:abstractNumId="1">
+  <w:lvl w:ilvl="0"><w:numFmt w:val="decimal"/><w:lvlText w:val="%1."/></w:lvl>
+  <w:lvl w:ilvl="1"><w:numFmt w:val="lowerLetter"/><w:lvlText w:val="%2)"/></w:lvl></w:abstractNum>
+<w:num w:numId="1"><w:abstractNumId w:val="0"/></w:num>
+<w:num w:numId="2"><w:abstractNumId w:val="1"/></w:num>)xml");
+
+QByteArray listItem(int numId, int level, const char* text) {
+    return "<w:p><w:pPr><w:numPr><w:ilvl w:val=\"" + QByteArray::number(level) +
+           "\"/><w:numId w:val=\"" + QByteArray::number(numId) +
+           "\"/></w:numPr></w:pPr><w:r><w:t>" + text + "</w:t></w:r></w:p>";
+}
+
+const QByteArray formattedText = R"(
+<w:p><w:pPr><w:pStyle w:val="Heading1"/></w:pPr><w:r><w:t>Quarterly report</w:t></w:r></w:p>
+<w:p><w:pPr><w:pStyle w:val="Berschrift2"/></w:pPr><w:r><w:t>Sales</w:t></w:r></w:p>
+<w:p><w:pPr><w:jc w:val="center"/><w:ind w:left="720" w:firstLine="360"/></w:pPr>
+  <w:r><w:t xml:space="preserve">Plain </w:t></w:r>
+  <w:r><w:rPr><w:b/></w:rPr><w:t>bold</w:t></w:r>
+  <w:r><w:rPr><w:i/></w:rPr><w:t>italic</w:t></w:r>
+  <w:r><w:rPr><w:u w:val="single"/></w:rPr><w:t>under</w:t></w:r>
+  <w:r><w:rPr><w:strike/></w:rPr><w:t>struck</w:t></w:r>
+  <w:r><w:rPr><w:rFonts w:ascii="DejaVu Sans" w:hAnsi="DejaVu Sans"/><w:color w:val="FF0000"/>
+    <w:sz w:val="28"/></w:rPr><w:t>red</w:t></w:r>
+  <w:r><w:rPr><w:highlight w:val="yellow"/></w:rPr><w:t>marked</w:t></w:r>
+  <w:r><w:rPr><w:shd w:val="clear" w:color="auto" w:fill="00FF00"/></w:rPr><w:t>shaded</w:t></w:r>
+  <w:r><w:rPr><w:rStyle w:val="Emphasis"/></w:rPr><w:t>styled</w:t></w:r></w:p>
+<w:p><w:r><w:t xml:space="preserve">  two spaces</w:t><w:tab/><w:t>after tab</w:t><w:br/><w:t>next</w:t></w:r>
+  <w:del><w:r><w:delText>deleted</w:delText></w:r></w:del><w:ins><w:r><w:t xml:space="preserve"> inserted</w:t></w:r></w:ins>
+  <w:r><w:fldChar w:fldCharType="begin"/></w:r><w:r><w:instrText>PAGE</w:instrText></w:r>
+  <w:r><w:fldChar w:fldCharType="separate"/></w:r><w:r><w:t>7</w:t></w:r>
+  <w:r><w:fldChar w:fldCharType="end"/></w:r>
+  <w:sdt><w:sdtPr><w:alias w:val="hidden"/></w:sdtPr><w:sdtContent><w:r><w:t xml:space="preserve"> control</w:t></w:r></w:sdtContent></w:sdt>
+  <w:r><w:br w:type="page"/></w:r></w:p>
+<w:p><w:r><w:t>After the break</w:t></w:r></w:p>)";
+
+const QByteArray lists = listItem(1, 0, "Apples") + listItem(1, 1, "Green") +
+                         listItem(1, 1, "Red") + listItem(1, 0, "Pears") + listItem(2, 0, "First") +
+                         listItem(2, 1, "Sub") + listItem(2, 0, "Second");
+
+const QByteArray tableLinkAndImage = R"(
+<w:tbl><w:tblPr/><w:tblGrid><w:gridCol w:w="2000"/><w:gridCol w:w="2000"/></w:tblGrid>
+ <w:tr><w:tc><w:p><w:r><w:t>Name</w:t></w:r></w:p></w:tc>
+  <w:tc><w:p><w:r><w:rPr><w:b/></w:rPr><w:t>Value</w:t></w:r></w:p></w:tc></w:tr>
+ <w:tr><w:tc><w:p><w:r><w:t>Width</w:t></w:r></w:p></w:tc>
+  <w:tc><w:p><w:r><w:t>42</w:t></w:r></w:p><w:p><w:r><w:t>cm</w:t></w:r></w:p></w:tc></w:tr></w:tbl>
+<w:p><w:r><w:t xml:space="preserve">See </w:t></w:r><w:hyperlink r:id="rIdLink"><w:r><w:t>the site</w:t></w:r></w:hyperlink>
+  <w:r><w:t xml:space="preserve"> or </w:t></w:r><w:hyperlink w:anchor="intro"><w:r><w:t>the intro</w:t></w:r></w:hyperlink></w:p>
+<w:p>)" + docx::drawing("rIdImage", 1270000, 635000) +
+                                     "</w:p>";
+
+const QByteArray picture = docx::png(24, 12, Qt::darkCyan);
+
+docx::Parts richPackage() {
+    return docx::package(
+        docx::documentPart(formattedText + lists + tableLinkAndImage),
+        {{"word/styles.xml", styles},
+         {"word/numbering.xml", numbering},
+         {"word/media/image1.png", picture},
+         {"word/_rels/document.xml.rels",
+          docx::relationshipsPart(docx::relationship("rIdImage", "image", "media/image1.png") +
+                                  docx::relationship("rIdLink", "hyperlink",
+                                                     "https://example.org/page?a=1&amp;b=2", true) +
+                                  docx::relationship("rIdStyles", "styles", "styles.xml"))}});
+}
+
+QTextCursor find(const QTextDocument& document, const QString& text) {
+    const QTextCursor found = document.find(text, 0, QTextDocument::FindCaseSensitively);
+    EXPECT_FALSE(found.isNull()) << text.toStdString();
+    return found;
+}
+
+// The character format inside the first occurrence of `text`.
+QTextCharFormat formatOf(const QTextDocument& document, const QString& text) {
+    QTextCursor cursor = find(document, text);
+    cursor.setPosition(cursor.selectionStart() + 1);
+    return cursor.charFormat();
+}
+
+QTextBlock blockOf(const QTextDocument& document, const QString& text) {
+    return find(document, text).block();
+}
+
+QTextList* listOf(const QTextDocument& document, const QString& text) {
+    QTextList* list = blockOf(document, text).textList();
+    EXPECT_NE(list, nullptr) << text.toStdString();
+    return list;
+}
+
+void expectCharacterFormats(const QTextDocument& document) {
+    EXPECT_EQ(formatOf(document, "Plain").fontFamilies().toStringList(),
+              QStringList{"Liberation Serif"});
+    EXPECT_EQ(formatOf(document, "Plain").fontPointSize(), 11);
+    EXPECT_EQ(formatOf(document, "Plain").fontWeight(), QFont::Normal);
+    EXPECT_EQ(formatOf(document, "bold").fontWeight(), QFont::Bold);
+    EXPECT_TRUE(formatOf(document, "italic").fontItalic());
+    EXPECT_FALSE(formatOf(document, "bold").fontItalic());
+    EXPECT_TRUE(formatOf(document, "under").fontUnderline());
+    EXPECT_TRUE(formatOf(document, "struck").fontStrikeOut());
+    const QTextCharFormat red = formatOf(document, "red");
+    EXPECT_EQ(red.fontFamilies().toStringList(), QStringList{"DejaVu Sans"});
+    EXPECT_EQ(red.fontPointSize(), 14);
+    EXPECT_EQ(red.foreground().color(), QColor(255, 0, 0));
+    EXPECT_EQ(formatOf(document, "marked").background().color(), QColor(255, 255, 0));
+    EXPECT_EQ(formatOf(document, "shaded").background().color(), QColor(0, 255, 0));
+    EXPECT_TRUE(formatOf(document, "styled").fontItalic());
+    EXPECT_EQ(formatOf(document, "styled").foreground().color(), QColor(0x70, 0x30, 0xa0));
+}
+
+void expectParagraphs(const QTextDocument& document) {
+    const QTextBlock title = blockOf(document, "Quarterly report");
+    EXPECT_EQ(title.blockFormat().headingLevel(), 1);
+    EXPECT_EQ(formatOf(document, "Quarterly").fontPointSize(), 16);
+    EXPECT_EQ(formatOf(document, "Quarterly").fontWeight(), QFont::Bold);
+    EXPECT_EQ(formatOf(document, "Quarterly").foreground().color(), QColor(0x2e, 0x74, 0xb5));
+    EXPECT_EQ(blockOf(document, "Sales").blockFormat().headingLevel(), 2);
+    EXPECT_TRUE(formatOf(document, "Sales").fontItalic());
+
+    const QTextBlockFormat centred = blockOf(document, "Plain").blockFormat();
+    EXPECT_EQ(centred.alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
+    EXPECT_NEAR(centred.leftMargin(), 48, 0.01); // 720 twips = half an inch
+    EXPECT_NEAR(centred.textIndent(), 24, 0.01);
+
+    EXPECT_EQ(blockOf(document, "two spaces").text(),
+              QStringLiteral("  two spaces\tafter tab\u2028next inserted7 control"));
+    EXPECT_TRUE(document.find("deleted").isNull());
+    EXPECT_TRUE(document.find("PAGE").isNull());
+    EXPECT_EQ(blockOf(document, "After the break").blockFormat().pageBreakPolicy(),
+              QTextFormat::PageBreak_AlwaysBefore);
+}
+
+void expectLists(const QTextDocument& document) {
+    QTextList* fruit = listOf(document, "Apples");
+    QTextList* colours = listOf(document, "Green");
+    ASSERT_TRUE(fruit && colours);
+    EXPECT_EQ(fruit->format().style(), QTextListFormat::ListDisc);
+    EXPECT_EQ(fruit->format().indent(), 1);
+    EXPECT_EQ(listOf(document, "Pears"), fruit);
+    EXPECT_EQ(fruit->count(), 2);
+    EXPECT_EQ(colours->format().style(), QTextListFormat::ListCircle);
+    EXPECT_EQ(colours->format().indent(), 2);
+    EXPECT_EQ(listOf(document, "Red"), colours);
+
+    QTextList* numbered = listOf(document, "First");
+    ASSERT_TRUE(numbered);
+    EXPECT_NE(numbered, fruit);
+    EXPECT_EQ(numbered->format().style(), QTextListFormat::ListDecimal);
+    EXPECT_EQ(listOf(document, "Second"), numbered);
+    EXPECT_EQ(listOf(document, "Sub")->format().style(), QTextListFormat::ListLowerAlpha);
+    EXPECT_EQ(listOf(document, "Sub")->format().indent(), 2);
+    EXPECT_EQ(blockOf(document, "After the break").textList(), nullptr);
+}
+
+void expectTableLinkAndImage(const QTextDocument& document) {
+    QTextTable* table = find(document, "Width").currentTable();
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->rows(), 2);
+    EXPECT_EQ(table->columns(), 2);
+    EXPECT_EQ(find(document, "42").currentTable(), table);
+    EXPECT_EQ(table->cellAt(find(document, "cm").position()).row(), 1);
+    EXPECT_EQ(table->cellAt(find(document, "cm").position()).column(), 1);
+    EXPECT_EQ(formatOf(document, "Value").fontWeight(), QFont::Bold);
+
+    EXPECT_TRUE(formatOf(document, "the site").isAnchor());
+    EXPECT_EQ(formatOf(document, "the site").anchorHref(), "https://example.org/page?a=1&b=2");
+    EXPECT_EQ(formatOf(document, "the intro").anchorHref(), "#intro");
+    EXPECT_FALSE(formatOf(document, "See").isAnchor());
+
+    const QTextCursor image = find(document, QString(QChar::ObjectReplacementCharacter));
+    ASSERT_TRUE(image.charFormat().isImageFormat());
+    const QTextImageFormat format = image.charFormat().toImageFormat();
+    EXPECT_NEAR(format.width(), Units::pixelsFromPoints(100), 0.01);
+    EXPECT_NEAR(format.height(), Units::pixelsFromPoints(50), 0.01);
+    EXPECT_EQ(DocumentImages::encoded(document, format).bytes, picture);
+}
+
+void expectRichContent(const QTextDocument& document) {
+    expectCharacterFormats(document);
+    expectParagraphs(document);
+    expectLists(document);
+    expectTableLinkAndImage(document);
+}
+
+fs::path writeBytes(const TempFolder& temp, const char* name, const QByteArray& bytes) {
+    return temp.write(name,
+                      std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+}
+
+QString pandoc(const QStringList& arguments) {
+    QProcess process;
+    process.start(QStringLiteral("pandoc"), arguments);
+    EXPECT_TRUE(process.waitForFinished(120000));
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+bool hasPandoc() {
+    return !QStandardPaths::findExecutable(QStringLiteral("pandoc")).isEmpty();
+}
+
+TEST(DocxReader, ReadsCharacterFormatsFromRunsStylesAndDefaults) {
+    TempFolder temp;
+    const auto document = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
+    expectCharacterFormats(*document);
+}
+
+TEST(DocxReader, ReadsHeadingsAlignmentIndentsAndRunContent) {
+    TempFolder temp;
+    const auto document = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
+    expectParagraphs(*document);
+}
+
+TEST(DocxReader, NestsListsByLevelAndContinuesThemAcrossSublists) {
+    TempFolder temp;
+    const auto document = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
+    expectLists(*document);
+}
+
+TEST(DocxReader, ReadsTablesLinksAndImagesWithTheirOriginalBytes) {
+    TempFolder temp;
+    const auto document = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
+    expectTableLinkAndImage(*document);
+}
+
+const QByteArray mergedTable = R"(
+<w:tbl><w:tblGrid><w:gridCol/><w:gridCol/><w:gridCol/></w:tblGrid>
+ <w:tr><w:tc><w:tcPr><w:gridSpan w:val="2"/></w:tcPr><w:p><w:r><w:t>wide</w:t></w:r></w:p></w:tc>
+  <w:tc><w:p><w:r><w:t>c</w:t></w:r></w:p></w:tc></w:tr>
+ <w:tr><w:tc><w:tcPr><w:vMerge w:val="restart"/></w:tcPr><w:p><w:r><w:t>tall</w:t></w:r></w:p></w:tc>
+  <w:tc><w:p/></w:tc><w:tc><w:p/></w:tc></w:tr>
+ <w:tr><w:tc><w:tcPr><w:vMerge/></w:tcPr><w:p><w:r><w:t>ignored</w:t></w:r></w:p></w:tc>
+  <w:tc><w:p/></w:tc><w:tc><w:p><w:r><w:t>last</w:t></w:r></w:p></w:tc></w:tr></w:tbl>)";
+
+void expectMergedCells(const QTextDocument& document) {
+    QTextTable* table = find(document, "wide").currentTable();
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->rows(), 3);
+    EXPECT_EQ(table->columns(), 3);
+    EXPECT_EQ(table->cellAt(0, 0).columnSpan(), 2);
+    EXPECT_EQ(table->cellAt(1, 0).rowSpan(), 2);
+    EXPECT_EQ(table->cellAt(find(document, "last").position()).row(), 2);
+    EXPECT_EQ(table->cellAt(find(document, "last").position()).column(), 2);
+    EXPECT_TRUE(document.find("ignored").isNull());
+}
+
+TEST(DocxReader, MergesSpannedCells) {
+    TempFolder temp;
+    const auto file =
+        docx::write(temp, "merged.docx", docx::package(docx::documentPart(mergedTable)));
+    expectMergedCells(*DocumentFormats::readDocx(file));
+}
+
+TEST(DocxRoundTrip, OurOutputReadsBackWithTheSameContent) {
+    TempFolder temp;
+    const auto original = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
+    const QByteArray written = DocumentFormats::writeDocx(*original);
+    const auto reread = DocumentFormats::readDocx(writeBytes(temp, "again.docx", written));
+    expectRichContent(*reread);
+    EXPECT_EQ(reread->toPlainText(), original->toPlainText());
+}
+
+TEST(DocxRoundTrip, KeepsMergedCellsAndNestedTables) {
+    TempFolder temp;
+    const QByteArray nested =
+        "<w:tbl><w:tr><w:tc><w:p><w:r><w:t>outer</w:t></w:r></w:p><w:tbl><w:tr>"
+        "<w:tc><w:p><w:r><w:t>inner</w:t></w:r></w:p></w:tc></w:tr></w:tbl>"
+        "<w:p/></w:tc></w:tr></w:tbl>";
+    const auto file =
+        docx::write(temp, "merged.docx", docx::package(docx::documentPart(mergedTable + nested)));
+    const auto original = DocumentFormats::readDocx(file);
+    const auto reread = DocumentFormats::readDocx(
+        writeBytes(temp, "again.docx", DocumentFormats::writeDocx(*original)));
+    expectMergedCells(*reread);
+    QTextTable* inner = find(*reread, "inner").currentTable();
+    ASSERT_NE(inner, nullptr);
+    EXPECT_NE(inner, find(*reread, "outer").currentTable());
+    EXPECT_EQ(inner->parentFrame(), find(*reread, "outer").currentTable());
+}
+
+// A document built in memory the way other readers build theirs.
+TEST(DocxWriter, WritesWhatTheDocumentModelCarries) {
+    QTextDocument document;
+    QTextCursor cursor(&document);
+    QTextBlockFormat heading;
+    heading.setHeadingLevel(3);
+    cursor.setBlockFormat(heading);
+    cursor.insertText(QStringLiteral("Third level"));
+    QTextBlockFormat body;
+    body.setAlignment(Qt::AlignRight);
+    body.setLeftMargin(96);
+    body.setTextIndent(-24);
+    body.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    QTextCharFormat plain;
+    plain.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+    cursor.insertBlock(body);
+    cursor.insertText(QStringLiteral("  <tag> & \"quotes\"\x01\x0b\u2028second line "), plain);
+    cursor.insertBlock(QTextBlockFormat());
+    QTextListFormat roman;
+    roman.setStyle(QTextListFormat::ListUpperRoman);
+    cursor.insertList(roman);
+    cursor.insertText(QStringLiteral("Roman item"));
+
+    TempFolder temp;
+    const auto reread = DocumentFormats::readDocx(
+        writeBytes(temp, "model.docx", DocumentFormats::writeDocx(document)));
+    EXPECT_EQ(blockOf(*reread, "Third level").blockFormat().headingLevel(), 3);
+    const QTextBlock second = blockOf(*reread, "<tag>");
+    EXPECT_EQ(second.text(), QStringLiteral("  <tag> & \"quotes\"\u2028second line "));
+    EXPECT_EQ(second.blockFormat().alignment() & Qt::AlignHorizontal_Mask, Qt::AlignRight);
+    EXPECT_NEAR(second.blockFormat().leftMargin(), 96, 0.01);
+    EXPECT_NEAR(second.blockFormat().textIndent(), -24, 0.01);
+    EXPECT_EQ(second.blockFormat().pageBreakPolicy(), QTextFormat::PageBreak_AlwaysBefore);
+    EXPECT_EQ(formatOf(*reread, "tag").verticalAlignment(), QTextCharFormat::AlignSuperScript);
+    EXPECT_EQ(listOf(*reread, "Roman item")->format().style(), QTextListFormat::ListUpperRoman);
+}
+
+TEST(DocxWriter, OutputReadsInPandoc) {
+    if (!hasPandoc())
+        GTEST_SKIP() << "pandoc is not installed";
+    TempFolder temp;
+    const auto original = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
+    const auto file = writeBytes(temp, "ours.docx", DocumentFormats::writeDocx(*original));
+    const QString html = pandoc({"-f", "docx", "-t", "html", QString::fromStdString(file)});
+    EXPECT_TRUE(html.contains(QRegularExpression("<h1[^>]*>(<strong>)?Quarterly report")))
+        << html.toStdString();
+    EXPECT_TRUE(html.contains("<strong>bold</strong>"));
+    EXPECT_TRUE(html.contains("<em>italic</em>"));
+    EXPECT_TRUE(html.contains(QRegularExpression("<ul>\\s*<li>\\s*(<p>)?Apples")));
+    EXPECT_TRUE(html.contains(QRegularExpression("<ol[^>]*>\\s*<li>\\s*(<p>)?First")));
+    EXPECT_TRUE(
+        html.contains(QRegularExpression("<table[\\s\\S]*Width[\\s\\S]*42[\\s\\S]*</table>")));
+    EXPECT_TRUE(html.contains("href=\"https://example.org/page?a=1&amp;b=2\""));
+    EXPECT_TRUE(html.contains("<img"));
+}
+
+TEST(DocxReader, ReadsWhatPandocWrites) {
+    if (!hasPandoc())
+        GTEST_SKIP() << "pandoc is not installed";
+    TempFolder temp;
+    const auto markdown = temp.write("source.md", R"(# Title One
+
+## Part Two
+
+Some **strong** and *soft* text with [a link](https://example.com/x).
+
+- alpha
+- beta
+    - nested
+
+1. one
+2. two
+
+| A | B |
+|---|---|
+| 1 | 2 |
+| 3 | 4 |
+)");
+    const auto file = temp / "pandoc.docx";
+    pandoc({"-f", "markdown", "-t", "docx", "-o", QString::fromStdString(file),
+            QString::fromStdString(markdown)});
+    const auto document = DocumentFormats::readDocx(file);
+    EXPECT_EQ(blockOf(*document, "Title One").blockFormat().headingLevel(), 1);
+    EXPECT_EQ(blockOf(*document, "Part Two").blockFormat().headingLevel(), 2);
+    EXPECT_EQ(formatOf(*document, "strong").fontWeight(), QFont::Bold);
+    EXPECT_TRUE(formatOf(*document, "soft").fontItalic());
+    EXPECT_EQ(formatOf(*document, "a link").anchorHref(), "https://example.com/x");
+    QTextList* bullets = listOf(*document, "alpha");
+    ASSERT_NE(bullets, nullptr);
+    EXPECT_EQ(listOf(*document, "beta"), bullets);
+    EXPECT_EQ(listOf(*document, "nested")->format().indent(), 2);
+    EXPECT_EQ(listOf(*document, "one")->format().style(), QTextListFormat::ListDecimal);
+    EXPECT_EQ(listOf(*document, "two"), listOf(*document, "one"));
+    QTextTable* table = find(*document, "3").currentTable();
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->rows(), 3);
+    EXPECT_EQ(table->columns(), 2);
+}
+
+TEST(DocxReader, RefusesFilesThatAreNotWordDocuments) {
+    TempFolder temp;
+    EXPECT_THROW(DocumentFormats::readDocx(writeBytes(temp, "image.docx", picture)),
+                 std::exception);
+    const docx::Parts noDocument = {{"[Content_Types].xml", "<Types/>"},
+                                    {"word/styles.xml", styles}};
+    EXPECT_THROW(DocumentFormats::readDocx(docx::write(temp, "empty.docx", noDocument)),
+                 std::exception);
+    const QByteArray unclosed = docx::documentPart("<w:p><w:r><w:t>open</w:r></w:p>");
+    EXPECT_THROW(DocumentFormats::readDocx(docx::write(temp, "bad.docx", docx::package(unclosed))),
+                 std::exception);
+    const QByteArray withDtd =
+        "<?xml version=\"1.0\"?><!DOCTYPE w:document [<!ENTITY a \"aaaa\">]>"
+        "<w:document" +
+        docx::namespaces + "><w:body><w:p><w:r><w:t>&a;</w:t></w:r></w:p></w:body></w:document>";
+    EXPECT_THROW(DocumentFormats::readDocx(docx::write(temp, "dtd.docx", docx::package(withDtd))),
+                 std::exception);
+    const QByteArray otherRoot = "<?xml version=\"1.0\"?><html><body/></html>";
+    EXPECT_THROW(
+        DocumentFormats::readDocx(docx::write(temp, "html.docx", docx::package(otherRoot))),
+        std::exception);
+}
+
+TEST(DocxReader, SurvivesHostileNestingAndTables) {
+    TempFolder temp;
+    QElapsedTimer timer;
+    timer.start();
+    constexpr int deep = 100000;
+    const QByteArray deepBlocks =
+        docx::documentPart("<w:sdt>" + QByteArray("<w:customXml>").repeated(deep) +
+                           QByteArray("</w:customXml>").repeated(deep) + "</w:sdt>");
+    EXPECT_THROW(
+        DocumentFormats::readDocx(docx::write(temp, "deep.docx", docx::package(deepBlocks))),
+        std::exception);
+    // Inside a picture the reader only scans, so depth costs nothing there.
+    const QByteArray deepDrawing = docx::documentPart(
+        "<w:p><w:r><w:t>kept</w:t></w:r><w:r><w:drawing>" + QByteArray("<a:g>").repeated(deep) +
+        QByteArray("</a:g>").repeated(deep) + "</w:drawing></w:r></w:p>");
+    const auto drawn =
+        DocumentFormats::readDocx(docx::write(temp, "drawing.docx", docx::package(deepDrawing)));
+    EXPECT_FALSE(drawn->find("kept").isNull());
+
+    QByteArray nestedTables = "<w:p><w:r><w:t>innermost</w:t></w:r></w:p>";
+    for (int level = 0; level < 12; ++level)
+        nestedTables = "<w:tbl><w:tr><w:tc>" + nestedTables + "</w:tc></w:tr></w:tbl><w:p/>";
+    const QByteArray wideRow =
+        "<w:tbl><w:tr>" +
+        QByteArray("<w:tc><w:p><w:r><w:t>x</w:t></w:r></w:p></w:tc>").repeated(1000) +
+        "</w:tr><w:tr><w:tc><w:tcPr><w:gridSpan w:val=\"99999\"/></w:tcPr><w:p/></w:tc>"
+        "<w:tc><w:tcPr><w:vMerge/></w:tcPr><w:p/></w:tc></w:tr></w:tbl>";
+    const auto tables = DocumentFormats::readDocx(docx::write(
+        temp, "tables.docx", docx::package(docx::documentPart(nestedTables + wideRow))));
+    EXPECT_FALSE(tables->find("innermost").isNull());
+    QTextTable* wide = tables->find("x").currentTable();
+    ASSERT_NE(wide, nullptr);
+    EXPECT_LE(wide->columns(), 64);
+    const auto rewritten = DocumentFormats::readDocx(
+        writeBytes(temp, "rewritten.docx", DocumentFormats::writeDocx(*tables)));
+    EXPECT_FALSE(rewritten->find("innermost").isNull());
+    EXPECT_LT(timer.elapsed(), 60000);
+}
+
+TEST(DocxReader, IgnoresRelationshipsThatLeaveThePackageOrPointAtNonImages) {
+    TempFolder temp;
+    const QByteArray body = "<w:p><w:r><w:t>text stays</w:t></w:r>" +
+                            docx::drawing("rIdEscape", 914400, 914400) +
+                            docx::drawing("rIdStyles", 914400, 914400) +
+                            docx::drawing("rIdMissing", 914400, 914400) + "</w:p>";
+    const auto file = docx::write(
+        temp, "escape.docx",
+        docx::package(
+            docx::documentPart(body),
+            {{"word/styles.xml", styles},
+             {"word/_rels/document.xml.rels",
+              docx::relationshipsPart(docx::relationship("rIdEscape", "image", "../../etc/passwd") +
+                                      docx::relationship("rIdStyles", "image", "styles.xml"))}}));
+    const auto document = DocumentFormats::readDocx(file);
+    EXPECT_EQ(document->toPlainText(), "text stays");
+}
+
+TEST(DocxReader, RefusesPartsThatExpandAThousandfold) {
+    TempFolder temp;
+    const QByteArray padding(40 << 20, ' ');
+    const auto file =
+        docx::write(temp, "bomb.docx", docx::package(docx::documentPart("<w:p/>" + padding)));
+    ASSERT_LT(fs::file_size(file), 40u << 10 << 1);
+    EXPECT_THROW(DocumentFormats::readDocx(file), std::exception);
+}
+
+TEST(DocxReader, ResolvesStylesThroughCyclesAndMissingDefinitions) {
+    TempFolder temp;
+    const QByteArray cyclic = docx::stylesPart(R"(
+<w:style w:type="paragraph" w:styleId="A"><w:basedOn w:val="B"/><w:rPr><w:b/></w:rPr></w:style>
+<w:style w:type="paragraph" w:styleId="B"><w:basedOn w:val="A"/><w:rPr><w:i/></w:rPr></w:style>)");
+    const QByteArray body = R"(
+<w:p><w:pPr><w:pStyle w:val="A"/></w:pPr><w:r><w:t>loop</w:t></w:r></w:p>
+<w:p><w:pPr><w:pStyle w:val="Heading3"/></w:pPr><w:r><w:t>undefined</w:t></w:r></w:p>)";
+    const auto document = DocumentFormats::readDocx(
+        docx::write(temp, "cycle.docx",
+                    docx::package(docx::documentPart(body), {{"word/styles.xml", cyclic}})));
+    EXPECT_EQ(formatOf(*document, "loop").fontWeight(), QFont::Bold);
+    EXPECT_TRUE(formatOf(*document, "loop").fontItalic());
+    EXPECT_EQ(blockOf(*document, "loop").blockFormat().headingLevel(), 0);
+    EXPECT_EQ(blockOf(*document, "undefined").blockFormat().headingLevel(), 3);
+    EXPECT_EQ(formatOf(*document, "undefined").fontWeight(), QFont::Bold);
+}
+
+} // namespace
+} // namespace kelvane
