@@ -1,1 +1,535 @@
-// Filled in with the Rtf reader and writer.
+#include "documents/DocumentFormats.h"
+#include "documents/DocumentImages.h"
+#include "fixtures/TempFolder.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QImage>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextList>
+#include <QTextTable>
+
+#include <gtest/gtest.h>
+
+namespace kelvane {
+namespace {
+
+using fixtures::TempFolder;
+namespace fs = std::filesystem;
+
+QByteArray pngBytes(int width, int height, QColor colour) {
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+fs::path writeBytes(const TempFolder& temp, const char* name, const QByteArray& bytes) {
+    return temp.write(name,
+                      std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+}
+
+std::unique_ptr<QTextDocument> read(const QByteArray& body) {
+    return DocumentFormats::readRtf("{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0\\fswiss "
+                                    "Arial;}{\\f1\\froman\\fcharset0 Times New Roman;}"
+                                    "{\\f2\\fnil\\fcharset204 Cyr;}}{\\colortbl;\\red255\\green0"
+                                    "\\blue0;\\red255\\green255\\blue0;}\n" +
+                                    body + "}");
+}
+
+// The block holding exactly `text`, or else the first one containing it.
+QTextBlock blockWith(const QTextDocument& document, const QString& text) {
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        if (block.text() == text)
+            return block;
+    }
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        if (block.text().contains(text))
+            return block;
+    }
+    ADD_FAILURE() << "no block holds " << text.toStdString();
+    return {};
+}
+
+QTextCharFormat formatOf(const QTextDocument& document, const QString& text) {
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            if (it.fragment().text().contains(text))
+                return it.fragment().charFormat();
+        }
+    }
+    ADD_FAILURE() << "no fragment holds " << text.toStdString();
+    return {};
+}
+
+std::vector<QTextImageFormat> imagesOf(const QTextDocument& document) {
+    std::vector<QTextImageFormat> images;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            if (it.fragment().charFormat().isImageFormat())
+                images.push_back(it.fragment().charFormat().toImageFormat());
+        }
+    }
+    return images;
+}
+
+QTextTable* firstTable(const QTextDocument& document) {
+    for (QTextFrame* frame : document.rootFrame()->childFrames()) {
+        if (auto* table = qobject_cast<QTextTable*>(frame))
+            return table;
+    }
+    return nullptr;
+}
+
+QString cellText(QTextTable& table, int row, int column) {
+    QTextCursor cursor = table.cellAt(row, column).firstCursorPosition();
+    cursor.setPosition(table.cellAt(row, column).lastPosition(), QTextCursor::KeepAnchor);
+    return cursor.selectedText();
+}
+
+TEST(RtfReader, CharacterFormattingFontsAndColours) {
+    const auto document = read("\\pard {\\b bold} {\\i italic} {\\ul under}\\ulnone  plain "
+                               "{\\strike struck} {\\f1\\fs36 serif} {\\cf1 red} "
+                               "{\\highlight2 marked} {\\b\\plain reset} {\\super up}\\par");
+    EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
+    EXPECT_TRUE(formatOf(*document, "italic").fontItalic());
+    EXPECT_TRUE(formatOf(*document, "under").fontUnderline());
+    EXPECT_FALSE(formatOf(*document, "plain").fontUnderline());
+    EXPECT_TRUE(formatOf(*document, "struck").fontStrikeOut());
+    EXPECT_EQ(formatOf(*document, "serif").fontFamilies().toStringList().value(0),
+              "Times New Roman");
+    EXPECT_DOUBLE_EQ(formatOf(*document, "serif").fontPointSize(), 18);
+    EXPECT_EQ(formatOf(*document, "plain").fontFamilies().toStringList().value(0), "Arial");
+    EXPECT_DOUBLE_EQ(formatOf(*document, "plain").fontPointSize(), 12);
+    EXPECT_EQ(formatOf(*document, "red").foreground().color(), QColor(255, 0, 0));
+    EXPECT_EQ(formatOf(*document, "marked").background().color(), QColor(255, 255, 0));
+    EXPECT_NE(formatOf(*document, "reset").fontWeight(), QFont::Bold);
+    EXPECT_EQ(formatOf(*document, "up").verticalAlignment(), QTextCharFormat::AlignSuperScript);
+}
+
+TEST(RtfReader, ParagraphAlignmentIndentsAndBreaks) {
+    const auto document = read("\\pard\\qc centred\\par\\pard\\qr right\\par\\pard\\qj justified"
+                               "\\par\\pard\\li1440\\fi-720\\ri720 indented\\par"
+                               "\\pard\\outlinelevel1 {\\b\\fs32 Heading}\\par"
+                               "\\pard one\\line two\\tab three\\page after\\par");
+    EXPECT_EQ(blockWith(*document, "centred").blockFormat().alignment(), Qt::AlignHCenter);
+    EXPECT_EQ(blockWith(*document, "right").blockFormat().alignment(), Qt::AlignRight);
+    EXPECT_EQ(blockWith(*document, "justified").blockFormat().alignment(), Qt::AlignJustify);
+    const QTextBlockFormat indented = blockWith(*document, "indented").blockFormat();
+    EXPECT_DOUBLE_EQ(indented.leftMargin(), 96); // 1440 twips: one inch
+    EXPECT_DOUBLE_EQ(indented.textIndent(), -48);
+    EXPECT_DOUBLE_EQ(indented.rightMargin(), 48);
+    EXPECT_EQ(blockWith(*document, "Heading").blockFormat().headingLevel(), 2);
+    EXPECT_EQ(blockWith(*document, "one").text(), QString::fromUtf16(u"one\u2028two\tthree"));
+    EXPECT_TRUE(blockWith(*document, "after").blockFormat().pageBreakPolicy() &
+                QTextFormat::PageBreak_AlwaysBefore);
+    EXPECT_FALSE(blockWith(*document, "one").blockFormat().pageBreakPolicy() &
+                 QTextFormat::PageBreak_AlwaysBefore);
+}
+
+TEST(RtfReader, DecodesUnicodeEscapesAndCodePages) {
+    const auto document =
+        read("\\pard caf\\'e9 \\'80\\'93q\\'94 {\\f2 \\'c0\\'e1} \\u8364?x \\uc2\\u-3913ab|"
+             "\\uc0\\u21734 z {\\uc1\\u-10179?\\u-8704?} \\emdash\\~\\{\\}\\\\\\par");
+    // The space after a control word only ends it: "\\u21734 z" is two characters.
+    EXPECT_EQ(document->toRawText(),
+              QString::fromUtf16(u"café €\u201cq\u201d \u0410\u0431 €x \uF0B7|\u54E6z \U0001F600 "
+                                 u"\u2014\u00a0{}\\"));
+}
+
+TEST(RtfReader, SkipsDestinationsWithoutText) {
+    const auto document = read("{\\info{\\title Secret title}{\\author Someone}}"
+                               "{\\stylesheet{\\s1 heading 1;}}{\\header Head text\\par}"
+                               "{\\*\\generator Writer 1.0;}{\\*\\unknown {\\nested words}}"
+                               "\\pard Visible{\\footnote note}\\par");
+    EXPECT_EQ(document->toPlainText(), "Visible");
+}
+
+TEST(RtfReader, HyperlinkFieldBecomesAnAnchor) {
+    const auto document =
+        read("\\pard Go {\\field{\\*\\fldinst{HYPERLINK \"https://example.org/a?b=1\"}}"
+             "{\\fldrslt{\\ul\\cf1 there}}} {\\field{\\*\\fldinst PAGE}{\\fldrslt 7}} now\\par");
+    EXPECT_EQ(document->toPlainText(), "Go there 7 now");
+    const QTextCharFormat link = formatOf(*document, "there");
+    EXPECT_TRUE(link.isAnchor());
+    EXPECT_EQ(link.anchorHref(), "https://example.org/a?b=1");
+    EXPECT_FALSE(formatOf(*document, "7").isAnchor());
+    EXPECT_FALSE(formatOf(*document, "now").isAnchor());
+}
+
+TEST(RtfReader, PngAndJpegPicturesWithDisplaySize) {
+    const QByteArray png = pngBytes(40, 20, Qt::red);
+    QImage photo(8, 8, QImage::Format_RGB32);
+    photo.fill(Qt::blue);
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    buffer.open(QIODevice::WriteOnly);
+    photo.save(&buffer, "JPEG");
+    const auto document =
+        read("\\pard A{\\*\\shppict{\\pict\\pngblip\\picw40\\pich20\\picwgoal1440\\pichgoal720\n" +
+             png.toHex() + "}}{\\nonshppict{\\pict\\wmetafile8 0102}}B{\\pict\\jpegblip\\bin" +
+             QByteArray::number(jpeg.size()) + " " + jpeg + "}C{\\pict\\emfblip 0102}\\par");
+    EXPECT_EQ(document->toPlainText(), QString::fromUtf16(u"A\uFFFCB\uFFFCC"));
+    const auto images = imagesOf(*document);
+    ASSERT_EQ(images.size(), 2u);
+    const auto first = DocumentImages::encoded(*document, images[0]);
+    EXPECT_EQ(first.bytes, png);
+    EXPECT_DOUBLE_EQ(first.sizeInPoints.width(), 72);
+    EXPECT_DOUBLE_EQ(first.sizeInPoints.height(), 36);
+    EXPECT_EQ(DocumentImages::encoded(*document, images[1]).bytes, jpeg);
+}
+
+TEST(RtfReader, ListsFromListTablesAndFromListText) {
+    const auto document = read(
+        "{\\*\\listtable{\\list\\listtemplateid1{\\listlevel\\levelnfc23{\\leveltext\\'01\\'b7;}}"
+        "{\\listlevel\\levelnfc4{\\leveltext\\'02\\'01.;}}\\listid7}"
+        "{\\list{\\listlevel\\levelnfc0}\\listid8}}"
+        "{\\*\\listoverridetable{\\listoverride\\listid7\\listoverridecount0\\ls1}"
+        "{\\listoverride\\listid8\\listoverridecount0\\ls2}}\n"
+        "{\\listtext\\'b7\\tab}\\pard\\ls1\\ilvl0\\li720\\fi-360 dot one\\par"
+        "{\\listtext a.\\tab}\\pard\\ls1\\ilvl1 letter\\par"
+        "{\\listtext\\'b7\\tab}\\pard\\ls1\\ilvl0 dot two\\par"
+        "\\pard between\\par"
+        "{\\listtext 1.\\tab}\\pard\\ls2 num one\\par{\\listtext 2.\\tab}\\pard\\ls2 num two\\par"
+        "\\pard{\\pntext 1.\\tab}{\\*\\pn\\pnlvlbody\\pnucrm}old one\\par"
+        "\\pard{\\pntext 2.\\tab}{\\*\\pn\\pnlvlbody\\pnucrm}old two\\par"
+        "\\pard\\li360\\fi-360 \\bullet\\tab typed\\par");
+    const QTextList* dots = blockWith(*document, "dot one").textList();
+    ASSERT_TRUE(dots);
+    EXPECT_EQ(dots->format().style(), QTextListFormat::ListDisc);
+    EXPECT_EQ(dots->format().indent(), 1);
+    EXPECT_EQ(blockWith(*document, "dot two").textList(), dots);
+    EXPECT_EQ(dots->count(), 2);
+    EXPECT_DOUBLE_EQ(blockWith(*document, "dot one").blockFormat().leftMargin(), 0);
+    const QTextList* letters = blockWith(*document, "letter").textList();
+    ASSERT_TRUE(letters);
+    EXPECT_EQ(letters->format().style(), QTextListFormat::ListLowerAlpha);
+    EXPECT_EQ(letters->format().indent(), 2);
+    EXPECT_FALSE(blockWith(*document, "between").textList());
+    const QTextList* numbers = blockWith(*document, "num one").textList();
+    ASSERT_TRUE(numbers);
+    EXPECT_EQ(numbers->format().style(), QTextListFormat::ListDecimal);
+    EXPECT_EQ(blockWith(*document, "num two").textList(), numbers);
+    const QTextList* old = blockWith(*document, "old one").textList();
+    ASSERT_TRUE(old);
+    EXPECT_EQ(old->format().style(), QTextListFormat::ListUpperRoman);
+    EXPECT_EQ(blockWith(*document, "old two").textList(), old);
+    EXPECT_EQ(blockWith(*document, "old two").text(), "old two"); // the marker is not text
+    const QTextBlock typed = blockWith(*document, "typed");
+    ASSERT_TRUE(typed.textList());
+    EXPECT_EQ(typed.text(), "typed");
+}
+
+TEST(RtfReader, TableRowsAndCells) {
+    const auto document =
+        read("\\pard before\\par\\trowd\\trgaph108\\cellx2000\\cellx4000\n"
+             "\\pard\\intbl {\\b A1}\\cell\\pard\\intbl B1 first\\par B1 second\\cell\\row\n"
+             "\\trowd\\cellx2000\\cellx4000\n\\pard\\intbl A2\\cell\\pard\\intbl\\cell\\row\n"
+             "\\pard after\\par");
+    QTextTable* table = firstTable(*document);
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->rows(), 2);
+    EXPECT_EQ(table->columns(), 2);
+    EXPECT_EQ(cellText(*table, 0, 0), "A1");
+    EXPECT_EQ(cellText(*table, 0, 1), QString::fromUtf16(u"B1 first\u2029B1 second"));
+    EXPECT_EQ(cellText(*table, 1, 0), "A2");
+    EXPECT_EQ(cellText(*table, 1, 1), "");
+    EXPECT_EQ(formatOf(*document, "A1").fontWeight(), QFont::Bold);
+    EXPECT_FALSE(QTextCursor(blockWith(*document, "before")).currentTable());
+    EXPECT_FALSE(QTextCursor(blockWith(*document, "after")).currentTable());
+}
+
+TEST(RtfReader, IrregularTablesStayRectangularAndEndCleanly) {
+    // A row with more cells than its \\cellx list, a row written with \\par before \\cell,
+    // and a page break right after the last \\row.
+    const auto document =
+        read("\\trowd\\cellx1000\\pard\\intbl a\\cell b\\cell c\\cell\\row"
+             "\\trowd\\cellx1000\\cellx2000\\pard\\intbl {d\\par}\\cell{e\\par}\\cell\\row"
+             "\\page\\pard after\\par");
+    QTextTable* table = firstTable(*document);
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->rows(), 2);
+    EXPECT_EQ(table->columns(), 3);
+    EXPECT_EQ(cellText(*table, 0, 2), "c");
+    EXPECT_EQ(cellText(*table, 1, 0), "d");
+    EXPECT_EQ(cellText(*table, 1, 1), "e");
+    EXPECT_EQ(cellText(*table, 1, 2), "");
+    const QTextBlock after = blockWith(*document, "after");
+    EXPECT_FALSE(QTextCursor(after).currentTable());
+    EXPECT_TRUE(after.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore);
+}
+
+TEST(RtfReader, RtfdPackageReadsOnlyItsOwnAttachments) {
+    TempFolder temp;
+    const QByteArray inside = pngBytes(10, 10, Qt::green);
+    temp.makeFolder("doc.rtfd");
+    writeBytes(temp, "doc.rtfd/image one.png", inside);
+    writeBytes(temp, "outside.png", pngBytes(12, 12, Qt::red));
+    fs::create_symlink(temp / "outside.png", temp / "doc.rtfd" / "link.png");
+    temp.write("doc.rtfd/TXT.rtf",
+               "{\\rtf1\\ansi\\ansicpg1252\\cocoartf2639{\\fonttbl\\f0\\fswiss Helvetica;}\n"
+               "\\pard\\f0 Start {{\\NeXTGraphic image one.png \\width1440 \\height1440\n}\xac}"
+               " mid {{\\NeXTGraphic ../outside.png \\width20 \\height20}\xac}"
+               " {{\\NeXTGraphic link.png}\xac} {{\\NeXTGraphic /etc/passwd}\xac}end\\par}");
+    const auto document = DocumentFormats::readRtfd(temp / "doc.rtfd");
+    const auto images = imagesOf(*document);
+    ASSERT_EQ(images.size(), 1u);
+    const auto image = DocumentImages::encoded(*document, images[0]);
+    EXPECT_EQ(image.bytes, inside);
+    EXPECT_DOUBLE_EQ(image.sizeInPoints.width(), 72);
+    EXPECT_EQ(document->toPlainText(), QString::fromUtf16(u"Start \uFFFC mid   end"));
+
+    EXPECT_THROW(DocumentFormats::readRtfd(temp / "missing.rtfd"), std::exception);
+    temp.makeFolder("escape.rtfd");
+    fs::create_symlink(temp / "doc.rtfd" / "TXT.rtf", temp / "escape.rtfd" / "TXT.rtf");
+    EXPECT_THROW(DocumentFormats::readRtfd(temp / "escape.rtfd"), std::exception);
+}
+
+// A document holding everything the model carries, built through the Qt API.
+std::unique_ptr<QTextDocument> richDocument(const QByteArray& png) {
+    auto document = std::make_unique<QTextDocument>();
+    QTextCursor cursor(document.get());
+    QTextBlockFormat heading;
+    heading.setHeadingLevel(1);
+    QTextCharFormat headingChars;
+    headingChars.setFontWeight(QFont::Bold);
+    headingChars.setFontPointSize(20);
+    cursor.setBlockFormat(heading);
+    cursor.insertText("Report title", headingChars);
+
+    QTextBlockFormat indented;
+    indented.setLeftMargin(48);
+    indented.setTextIndent(24);
+    indented.setAlignment(Qt::AlignRight);
+    cursor.insertBlock(indented, {});
+    QTextCharFormat bold;
+    bold.setFontWeight(QFont::Bold);
+    QTextCharFormat italic;
+    italic.setFontItalic(true);
+    italic.setForeground(QColor(0, 128, 0));
+    QTextCharFormat serif;
+    serif.setFontFamilies(QStringList{"DejaVu Serif"});
+    serif.setFontPointSize(15);
+    serif.setFontUnderline(true);
+    serif.setBackground(QColor(255, 255, 0));
+    QTextCharFormat link;
+    link.setAnchor(true);
+    link.setAnchorHref("https://example.org/page?q=1");
+    cursor.insertText("Some ", {});
+    cursor.insertText("strong", bold);
+    cursor.insertText(" and ", {});
+    cursor.insertText("green", italic);
+    cursor.insertText(QString::fromUtf16(u" \\{braces}\u2028Žluťoučký \U0001F600\t"), {});
+    cursor.insertText("serif", serif);
+    cursor.insertText(" see ", {});
+    cursor.insertText("the site", link);
+
+    QTextBlockFormat plain;
+    cursor.insertBlock(plain, {});
+    QTextListFormat bullets;
+    bullets.setStyle(QTextListFormat::ListDisc);
+    cursor.insertList(bullets);
+    cursor.insertText("apple", {});
+    QTextListFormat numbers;
+    numbers.setStyle(QTextListFormat::ListDecimal);
+    numbers.setIndent(2);
+    cursor.insertBlock();
+    cursor.insertList(numbers);
+    cursor.insertText("nested one", {});
+    cursor.insertBlock();
+    cursor.insertText("nested two", {});
+
+    cursor.insertBlock(plain, {});
+    cursor.insertText("Before the table", {});
+    QTextTable* table = cursor.insertTable(2, 2);
+    const char* cells[] = {"top left", "top right", "bottom left", "bottom right"};
+    for (int i = 0; i < 4; ++i)
+        table->cellAt(i / 2, i % 2).firstCursorPosition().insertText(cells[i], bold);
+    cursor.movePosition(QTextCursor::End);
+    QTextBlockFormat broken;
+    broken.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    cursor.setBlockFormat(broken);
+    cursor.insertText("Picture ", {});
+    DocumentImages::insert(cursor, png, QSizeF(60, 30));
+    return document;
+}
+
+void expectRichDocument(const QTextDocument& document, const QByteArray& png) {
+    EXPECT_EQ(blockWith(document, "Report title").blockFormat().headingLevel(), 1);
+    EXPECT_EQ(formatOf(document, "Report title").fontWeight(), QFont::Bold);
+    EXPECT_DOUBLE_EQ(formatOf(document, "Report title").fontPointSize(), 20);
+    const QTextBlockFormat indented = blockWith(document, "strong").blockFormat();
+    EXPECT_DOUBLE_EQ(indented.leftMargin(), 48);
+    EXPECT_DOUBLE_EQ(indented.textIndent(), 24);
+    EXPECT_EQ(indented.alignment() & Qt::AlignHorizontal_Mask, Qt::AlignRight);
+    EXPECT_EQ(
+        blockWith(document, "strong").text(),
+        QString::fromUtf16(u"Some strong and green \\{braces}\u2028Žluťoučký \U0001F600\tserif see "
+                           u"the site"));
+    EXPECT_EQ(formatOf(document, "strong").fontWeight(), QFont::Bold);
+    EXPECT_TRUE(formatOf(document, "green").fontItalic());
+    EXPECT_EQ(formatOf(document, "green").foreground().color(), QColor(0, 128, 0));
+    const QTextCharFormat serif = formatOf(document, "serif");
+    EXPECT_EQ(serif.fontFamilies().toStringList().value(0), "DejaVu Serif");
+    EXPECT_DOUBLE_EQ(serif.fontPointSize(), 15);
+    EXPECT_TRUE(serif.fontUnderline());
+    EXPECT_EQ(serif.background().color(), QColor(255, 255, 0));
+    EXPECT_EQ(formatOf(document, "the site").anchorHref(), "https://example.org/page?q=1");
+
+    const QTextList* bullets = blockWith(document, "apple").textList();
+    const QTextList* numbers = blockWith(document, "nested one").textList();
+    ASSERT_TRUE(bullets && numbers);
+    EXPECT_EQ(bullets->format().style(), QTextListFormat::ListDisc);
+    EXPECT_EQ(bullets->format().indent(), 1);
+    EXPECT_EQ(numbers->format().style(), QTextListFormat::ListDecimal);
+    EXPECT_EQ(numbers->format().indent(), 2);
+    EXPECT_EQ(blockWith(document, "nested two").textList(), numbers);
+    EXPECT_FALSE(blockWith(document, "Before the table").textList());
+
+    QTextTable* table = firstTable(document);
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->rows(), 2);
+    EXPECT_EQ(table->columns(), 2);
+    EXPECT_EQ(cellText(*table, 1, 1), "bottom right");
+    EXPECT_EQ(formatOf(document, "top left").fontWeight(), QFont::Bold);
+
+    EXPECT_TRUE(blockWith(document, "Picture").blockFormat().pageBreakPolicy() &
+                QTextFormat::PageBreak_AlwaysBefore);
+    const auto images = imagesOf(document);
+    ASSERT_EQ(images.size(), 1u);
+    const auto image = DocumentImages::encoded(document, images[0]);
+    EXPECT_EQ(image.bytes, png);
+    EXPECT_NEAR(image.sizeInPoints.width(), 60, 0.1);
+    EXPECT_NEAR(image.sizeInPoints.height(), 30, 0.1);
+}
+
+TEST(RtfWriter, WhatItWritesReadsBackTheSame) {
+    const QByteArray png = pngBytes(30, 15, Qt::magenta);
+    const auto original = richDocument(png);
+    const QByteArray rtf = DocumentFormats::writeRtf(*original);
+    const auto document = DocumentFormats::readRtf(rtf);
+    expectRichDocument(*document, png);
+    // Written again, nothing drifts.
+    EXPECT_EQ(DocumentFormats::writeRtf(*document), rtf);
+}
+
+TEST(RtfWriter, EdgeDocumentsReadBack) {
+    QTextDocument empty;
+    EXPECT_EQ(DocumentFormats::readRtf(DocumentFormats::writeRtf(empty))->toPlainText(), "");
+
+    // A table first and last, and two identical images that Qt keeps as one fragment.
+    QTextDocument document;
+    QTextCursor cursor(&document);
+    cursor.insertTable(1, 3)->cellAt(0, 2).firstCursorPosition().insertText("{only}");
+    cursor.movePosition(QTextCursor::End);
+    const QByteArray png = pngBytes(4, 4, Qt::cyan);
+    DocumentImages::insert(cursor, png, QSizeF(12, 12));
+    cursor.insertImage(cursor.charFormat().toImageFormat());
+    cursor.insertTable(1, 1);
+    const auto read = DocumentFormats::readRtf(DocumentFormats::writeRtf(document));
+    QTextTable* table = firstTable(*read);
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->columns(), 3);
+    EXPECT_EQ(cellText(*table, 0, 2), "{only}");
+    const auto images = imagesOf(*read);
+    ASSERT_EQ(images.size(), 2u);
+    EXPECT_EQ(DocumentImages::encoded(*read, images[1]).bytes, png);
+    EXPECT_EQ(read->rootFrame()->childFrames().size(), 2);
+}
+
+QString pandoc(const fs::path& folder, const QStringList& arguments) {
+    QProcess process;
+    process.setWorkingDirectory(QString::fromStdString(folder.string()));
+    process.start("pandoc", arguments);
+    if (!process.waitForFinished(60000) || process.exitCode() != 0) {
+        ADD_FAILURE() << "pandoc failed: " << process.readAllStandardError().toStdString();
+        return {};
+    }
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+TEST(RtfWriter, PandocReadsWhatItWrites) {
+    if (QStandardPaths::findExecutable("pandoc").isEmpty())
+        GTEST_SKIP() << "pandoc is not installed";
+    TempFolder temp;
+    writeBytes(temp, "out.rtf", DocumentFormats::writeRtf(*richDocument(pngBytes(8, 4, Qt::red))));
+    const QString html = pandoc(temp.path(), {"-f", "rtf", "-t", "html", "--wrap=none", "out.rtf"});
+    EXPECT_TRUE(html.contains(QRegularExpression("<h1[^>]*>Report title</h1>")))
+        << html.toStdString();
+    EXPECT_TRUE(html.contains("<strong>strong</strong>"));
+    EXPECT_TRUE(html.contains("<em>green</em>"));
+    EXPECT_TRUE(html.contains(QString::fromUtf16(u"Žluťoučký")));
+    EXPECT_TRUE(html.contains("\\{braces}"));
+    EXPECT_TRUE(html.contains("<a href=\"https://example.org/page?q=1\">the site</a>"));
+    EXPECT_TRUE(html.contains(QRegularExpression("<ul>\\s*<li>(<p>)?apple")));
+    EXPECT_TRUE(html.contains(QRegularExpression("<ol[^>]*>\\s*<li>(<p>)?nested one")));
+    EXPECT_TRUE(html.contains("<table>"));
+    EXPECT_TRUE(html.contains("bottom right"));
+    EXPECT_TRUE(html.contains("<img"));
+}
+
+TEST(RtfReader, ReadsPandocRtf) {
+    if (QStandardPaths::findExecutable("pandoc").isEmpty())
+        GTEST_SKIP() << "pandoc is not installed";
+    TempFolder temp;
+    temp.write("in.md", "# Heading One\n\nSome **bold** and *italic* and "
+                        "[link](https://example.org/) text.\n\n- a\n- b\n"
+                        "    1. inner\n    2. inner2\n\n| A | B |\n|---|---|\n| 1 | 2 |\n\n"
+                        "Caf\xc3\xa9 \xe2\x80\x94 done\n");
+    const QString rtf = pandoc(temp.path(), {"-s", "-f", "markdown", "-t", "rtf", "in.md"});
+    const auto document = DocumentFormats::readRtf(rtf.toUtf8());
+    EXPECT_EQ(blockWith(*document, "Heading One").blockFormat().headingLevel(), 1);
+    EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
+    EXPECT_TRUE(formatOf(*document, "italic").fontItalic());
+    EXPECT_EQ(formatOf(*document, "link").anchorHref(), "https://example.org/");
+    ASSERT_TRUE(blockWith(*document, "a").textList() && blockWith(*document, "inner").textList());
+    EXPECT_EQ(blockWith(*document, "b").textList(), blockWith(*document, "a").textList());
+    EXPECT_EQ(blockWith(*document, "inner2").textList()->format().style(),
+              QTextListFormat::ListDecimal);
+    EXPECT_GT(blockWith(*document, "inner").textList()->format().indent(),
+              blockWith(*document, "a").textList()->format().indent());
+    QTextTable* table = firstTable(*document);
+    ASSERT_TRUE(table);
+    EXPECT_EQ(cellText(*table, 1, 1), "2");
+    EXPECT_EQ(blockWith(*document, "done").text(), QString::fromUtf16(u"Café — done"));
+}
+
+TEST(RtfReader, HostileInputFailsOrDegradesQuickly) {
+    EXPECT_THROW(DocumentFormats::readRtf(""), std::exception);
+    EXPECT_THROW(DocumentFormats::readRtf("plain text {\\rtf1 later}"), std::exception);
+
+    QElapsedTimer timer;
+    timer.start();
+    const QByteArray deep = "{\\rtf1 " + QByteArray(10'000'000, '{');
+    EXPECT_THROW(DocumentFormats::readRtf(deep), std::exception);
+    // Inside a skipped destination nesting costs nothing and is still bounded by the file.
+    const auto skipped =
+        DocumentFormats::readRtf("{\\rtf1 {\\*\\unknown " + QByteArray(1'000'000, '{') + "} kept");
+    EXPECT_EQ(skipped->toPlainText(), "");
+    EXPECT_LT(timer.elapsed(), 20000);
+
+    EXPECT_EQ(DocumentFormats::readRtf("{\\rtf1 open {\\b bold")->toPlainText(), "open bold");
+    EXPECT_EQ(DocumentFormats::readRtf("{\\rtf1 closed}} after}")->toPlainText(), "closed");
+    EXPECT_EQ(
+        DocumentFormats::readRtf("{\\rtf1 a{\\pict\\pngblip\\bin999999999 12}b}")->toPlainText(),
+        "a");
+    const QByteArray png = pngBytes(20, 20, Qt::black).toHex();
+    const auto truncated =
+        DocumentFormats::readRtf("{\\rtf1 x{\\pict\\pngblip " + png.left(png.size() / 2));
+    EXPECT_TRUE(imagesOf(*truncated).empty());
+    EXPECT_EQ(DocumentFormats::readRtf("{\\rtf1 \\uc999999999\\u233 abcdefghijklmnopqrstuvwxyz}")
+                  ->toPlainText(),
+              QString::fromUtf16(u"éqrstuvwxyz"));
+    EXPECT_NO_THROW(DocumentFormats::readRtf("{\\rtf1 \\'zz\\'4\\u\\fs-5 \\fs99999999999 x\\"));
+}
+
+} // namespace
+} // namespace kelvane

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QSizeF>
+#include <QTextBlockFormat>
+#include <QTextCharFormat>
+#include <QTextCursor>
+#include <QTextListFormat>
+
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+class QTextDocument;
+class QTextList;
+class QTextTable;
+
+namespace kelvane::Rtf {
+
+struct ListItem {
+    int group = 0; // items of one group and level continue one list
+    int level = 1; // nesting, from 1
+    QTextListFormat::Style style = QTextListFormat::ListDisc;
+};
+
+// How a paragraph ends up once its closing \par, \cell or the end of the text is reached:
+// RTF states paragraph properties anywhere inside the paragraph, so they are applied last.
+struct ParagraphEnd {
+    QTextBlockFormat format;
+    std::optional<ListItem> listItem;
+    // A hanging indent without list properties may hold a typed marker such as "•\t" or
+    // "2.\t"; such paragraphs become list items at this level.
+    int typedListLevel = 0;
+};
+
+// Lays text out in a QTextDocument in the order RTF states it. A new block is opened only
+// when something goes into it, so a closing \par leaves no empty paragraph behind, and
+// table rows and cells are entered as \intbl paragraphs arrive.
+class Builder {
+public:
+    explicit Builder(QTextDocument& document);
+
+    void insertText(const QString& text, const QTextCharFormat& format, bool inTable);
+    void insertImage(const QByteArray& bytes, QSizeF points, bool inTable);
+    void endParagraph(const ParagraphEnd& end, bool inTable);
+    void breakPage();
+    void endCell(const ParagraphEnd& end);
+    void endRow();
+    void defineRow();
+    void addCellBoundary();
+    void finish(const ParagraphEnd& end);
+
+    // The current paragraph holds text or an image.
+    bool paragraphStarted() const {
+        return blockTouched_ && !needBlock_ && !(table_ && (cellEnded_ || rowEnded_));
+    }
+
+private:
+    void enter(bool inTable);
+    void startTable();
+    void leaveTable();
+    void moveToPendingCell();
+    void moveToCell(int row, int column);
+    void applyParagraph(const ParagraphEnd& end);
+    void joinList(const ListItem& item);
+    std::optional<ListItem> takeTypedMarker(int level);
+
+    QTextCursor cursor_;
+    bool needBlock_ = false;    // the last paragraph ended; the next content opens a block
+    bool blockTouched_ = false; // the current block holds content
+    bool breakBefore_ = false;  // the current block starts a page
+    bool pendingBreak_ = false; // the next block starts a page
+    std::map<std::pair<int, int>, QTextList*> lists_;
+
+    QTextTable* table_ = nullptr;
+    int rowCells_ = 0; // cells the last \trowd defined
+    int row_ = 0;
+    int column_ = 0;
+    bool cellEnded_ = false;
+    bool rowEnded_ = false;
+};
+
+} // namespace kelvane::Rtf
