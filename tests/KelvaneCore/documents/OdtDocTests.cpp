@@ -1,1 +1,484 @@
-// Filled in with the OdtDoc reader and writer.
+#include "documents/DocReader.h"
+#include "documents/DocumentFormats.h"
+#include "documents/DocumentImages.h"
+#include "documents/ZipContainer.h"
+#include "fixtures/TempFolder.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QImage>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextList>
+#include <QTextTable>
+
+#include <gtest/gtest.h>
+
+namespace kelvane {
+namespace {
+
+using fixtures::TempFolder;
+namespace fs = std::filesystem;
+
+const char* const namespaces =
+    R"( xmlns:office="urn:oasis:names:tc:opendocument:xmlns:office:1.0")"
+    R"( xmlns:style="urn:oasis:names:tc:opendocument:xmlns:style:1.0")"
+    R"( xmlns:text="urn:oasis:names:tc:opendocument:xmlns:text:1.0")"
+    R"( xmlns:table="urn:oasis:names:tc:opendocument:xmlns:table:1.0")"
+    R"( xmlns:draw="urn:oasis:names:tc:opendocument:xmlns:drawing:1.0")"
+    R"( xmlns:fo="urn:oasis:names:tc:opendocument:xmlns:xsl-fo-compatible:1.0")"
+    R"( xmlns:svg="urn:oasis:names:tc:opendocument:xmlns:svg-compatible:1.0")"
+    R"( xmlns:xlink="http://www.w3.org/1999/xlink")";
+
+QByteArray pngBytes(int width, int height, QColor colour) {
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+fs::path writeBytes(const TempFolder& temp, const char* name, const QByteArray& bytes) {
+    return temp.write(name,
+                      std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+}
+
+QByteArray content(const QByteArray& automaticStyles, const QByteArray& body) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><office:document-content" +
+           QByteArray(namespaces) + "><office:automatic-styles>" + automaticStyles +
+           "</office:automatic-styles><office:body><office:text>" + body +
+           "</office:text></office:body></office:document-content>";
+}
+
+fs::path writeOdt(const TempFolder& temp, const char* name,
+                  const std::vector<std::pair<std::string, QByteArray>>& parts) {
+    ZipBuilder zip;
+    for (const auto& [part, bytes] : parts)
+        zip.add(part, bytes);
+    return writeBytes(temp, name, zip.finish());
+}
+
+const QByteArray commonStyles =
+    "<office:document-styles" + QByteArray(namespaces) +
+    "><office:font-face-decls><style:font-face style:name=\"Sans1\" "
+    "svg:font-family=\"'DejaVu Sans'\"/></office:font-face-decls><office:styles>"
+    "<style:default-style style:family=\"paragraph\"><style:text-properties "
+    "style:font-name=\"Sans1\" fo:font-size=\"11pt\"/></style:default-style>"
+    "<style:style style:name=\"Body\" style:family=\"paragraph\"><style:paragraph-properties "
+    "fo:margin-left=\"2.54cm\" fo:text-indent=\"0.5in\"/><style:text-properties "
+    "fo:font-size=\"10pt\"/></style:style>"
+    "<style:style style:name=\"Heading_20_2\" style:family=\"paragraph\">"
+    "<style:text-properties fo:font-size=\"16pt\" fo:color=\"#800000\"/></style:style>"
+    "</office:styles></office:document-styles>";
+
+const QByteArray automaticStyles =
+    "<office:font-face-decls/>"
+    "<style:style style:name=\"P1\" style:family=\"paragraph\" style:parent-style-name=\"Body\">"
+    "<style:paragraph-properties fo:text-align=\"center\" fo:break-before=\"page\"/></style:style>"
+    "<style:style style:name=\"T1\" style:family=\"text\"><style:text-properties "
+    "fo:font-weight=\"bold\" fo:font-style=\"italic\" style:text-underline-style=\"solid\" "
+    "style:text-line-through-style=\"solid\" fo:color=\"#112233\" fo:background-color=\"#ffff00\" "
+    "fo:font-family=\"'DejaVu Serif'\" fo:font-size=\"150%\"/></style:style>"
+    "<text:list-style style:name=\"L1\"><text:list-level-style-bullet text:level=\"1\" "
+    "text:bullet-char=\"•\"/><text:list-level-style-number text:level=\"2\" "
+    "style:num-format=\"a\"/>"
+    "<text:list-level-style-number text:level=\"3\" style:num-format=\"I\"/></text:list-style>";
+
+const QByteArray body =
+    "<text:sequence-decls><text:sequence-decl text:name=\"Figure\"/></text:sequence-decls>"
+    "<text:h text:style-name=\"Heading_20_2\" text:outline-level=\"2\">Chapter "
+    "<text:span>two</text:span></text:h>"
+    "<text:p text:style-name=\"P1\">\n  Plain   spaced <text:span text:style-name=\"T1\">styled"
+    "</text:span><text:s text:c=\"3\"/>gap<text:tab/>tab<text:line-break/>next <text:a "
+    "xlink:href=\"https://example.org/x\">link</text:a><office:annotation><text:p>comment"
+    "</text:p></office:annotation><text:soft-page-break/>\n</text:p>"
+    "<text:list text:style-name=\"L1\"><text:list-item><text:p>one</text:p><text:list>"
+    "<text:list-item><text:p>one-a</text:p><text:list><text:list-item><text:p>deep</text:p>"
+    "</text:list-item></text:list></text:list-item><text:list-item><text:p>one-b</text:p>"
+    "</text:list-item></text:list></text:list-item><text:list-item><text:p>two</text:p>"
+    "<text:p>two continued</text:p></text:list-item></text:list>"
+    "<table:table><table:table-column table:number-columns-repeated=\"3\"/>"
+    "<table:table-header-rows><table:table-row><table:table-cell "
+    "table:number-columns-spanned=\"2\"><text:p>wide</text:p></table:table-cell>"
+    "<table:covered-table-cell/><table:table-cell><text:p>H3</text:p></table:table-cell>"
+    "</table:table-row></table:table-header-rows><table:table-row><table:table-cell "
+    "table:number-columns-repeated=\"2\"><text:p>same</text:p></table:table-cell>"
+    "<table:table-cell><text:p><text:span text:style-name=\"T1\">B</text:span></text:p>"
+    "</table:table-cell></table:table-row><table:table-row table:number-rows-repeated=\"2\">"
+    "<table:table-cell><text:p>r</text:p></table:table-cell></table:table-row></table:table>"
+    "<text:p>after table</text:p>"
+    "<text:p>Picture <draw:frame svg:width=\"2in\" svg:height=\"1in\"><draw:image "
+    "xlink:href=\"Pictures/x.png\"/><svg:title>frame title</svg:title></draw:frame> and note"
+    "<text:note text:note-class=\"footnote\"><text:note-citation>1</text:note-citation>"
+    "<text:note-body><text:p>Footnote body</text:p></text:note-body></text:note></text:p>"
+    "<text:p><draw:frame><draw:image xlink:href=\"../../outside.png\"/></draw:frame>escape"
+    "</text:p>";
+
+std::unique_ptr<QTextDocument> readHandWritten(const TempFolder& temp) {
+    return DocumentFormats::readOdt(writeOdt(
+        temp, "hand.odt",
+        {{"mimetype", "application/vnd.oasis.opendocument.text"},
+         {"content.xml", content(automaticStyles, body)},
+         {"styles.xml", commonStyles},
+         {"META-INF/manifest.xml", "<manifest:manifest xmlns:manifest="
+                                   "\"urn:oasis:names:tc:opendocument:xmlns:manifest:1.0\"/>"},
+         {"Pictures/x.png", pngBytes(8, 4, Qt::blue)}}));
+}
+
+QTextBlock blockWith(const QTextDocument& document, const QString& text) {
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+        if (block.text() == text)
+            return block;
+    ADD_FAILURE() << "no paragraph " << text.toStdString();
+    return {};
+}
+
+// The format of the last character of the first occurrence of `text`.
+QTextCharFormat formatOf(const QTextDocument& document, const QString& text) {
+    const QTextCursor found = document.find(text, 0, QTextDocument::FindCaseSensitively);
+    EXPECT_FALSE(found.isNull()) << text.toStdString();
+    return found.charFormat();
+}
+
+std::vector<QTextImageFormat> images(const QTextDocument& document) {
+    std::vector<QTextImageFormat> found;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
+            if (fragment.fragment().charFormat().isImageFormat())
+                found.push_back(fragment.fragment().charFormat().toImageFormat());
+    return found;
+}
+
+QTextTable* firstTable(const QTextDocument& document) {
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+        if (auto* table = qobject_cast<QTextTable*>(QTextCursor(block).currentTable()))
+            return table;
+    return nullptr;
+}
+
+QString cellText(QTextTable* table, int row, int column) {
+    QTextCursor cursor = table->cellAt(row, column).firstCursorPosition();
+    cursor.setPosition(table->cellAt(row, column).lastPosition(), QTextCursor::KeepAnchor);
+    return cursor.selectedText();
+}
+
+TEST(OdtReader, ParagraphAndCharacterStylesFollowInheritance) {
+    TempFolder temp;
+    const auto document = readHandWritten(temp);
+    EXPECT_EQ(document->defaultFont().family(), "DejaVu Sans");
+    EXPECT_DOUBLE_EQ(document->defaultFont().pointSizeF(), 11);
+
+    const QTextBlock heading = blockWith(*document, "Chapter two");
+    EXPECT_EQ(heading.blockFormat().headingLevel(), 2);
+    EXPECT_EQ(heading.charFormat().fontWeight(), QFont::Bold);
+    EXPECT_EQ(formatOf(*document, "two").fontPointSize(), 16);
+    EXPECT_EQ(formatOf(*document, "two").foreground().color(), QColor("#800000"));
+
+    const QString expected = QStringLiteral("Plain spaced styled   gap\ttab") +
+                             QChar::LineSeparator + QStringLiteral("next link");
+    const QTextBlock styled = blockWith(*document, expected);
+    EXPECT_EQ(styled.blockFormat().alignment(), Qt::AlignHCenter);
+    EXPECT_DOUBLE_EQ(styled.blockFormat().leftMargin(), 96);
+    EXPECT_DOUBLE_EQ(styled.blockFormat().textIndent(), 48);
+    EXPECT_EQ(styled.blockFormat().pageBreakPolicy(), QTextFormat::PageBreak_AlwaysBefore);
+    EXPECT_EQ(formatOf(*document, "Plain").fontPointSize(), 10);
+    EXPECT_NE(formatOf(*document, "Plain").fontWeight(), QFont::Bold);
+
+    const QTextCharFormat chars = formatOf(*document, "styled");
+    EXPECT_EQ(chars.fontPointSize(), 15);
+    EXPECT_EQ(chars.fontWeight(), QFont::Bold);
+    EXPECT_TRUE(chars.fontItalic());
+    EXPECT_TRUE(chars.fontUnderline());
+    EXPECT_TRUE(chars.fontStrikeOut());
+    EXPECT_EQ(chars.foreground().color(), QColor("#112233"));
+    EXPECT_EQ(chars.background().color(), QColor("#ffff00"));
+    EXPECT_EQ(chars.fontFamilies().toStringList(), QStringList{"DejaVu Serif"});
+    EXPECT_EQ(formatOf(*document, "link").anchorHref(), "https://example.org/x");
+    EXPECT_TRUE(document->find("comment").isNull());
+}
+
+TEST(OdtReader, NestedListsTakeTheirLevelStyleAndIndent) {
+    TempFolder temp;
+    const auto document = readHandWritten(temp);
+    QTextList* outer = blockWith(*document, "one").textList();
+    QTextList* middle = blockWith(*document, "one-a").textList();
+    QTextList* inner = blockWith(*document, "deep").textList();
+    ASSERT_TRUE(outer && middle && inner);
+    EXPECT_EQ(blockWith(*document, "two").textList(), outer);
+    EXPECT_EQ(blockWith(*document, "one-b").textList(), middle);
+    EXPECT_EQ(outer->format().style(), QTextListFormat::ListDisc);
+    EXPECT_EQ(middle->format().style(), QTextListFormat::ListLowerAlpha);
+    EXPECT_EQ(inner->format().style(), QTextListFormat::ListUpperRoman);
+    EXPECT_EQ(outer->format().indent(), 1);
+    EXPECT_EQ(middle->format().indent(), 2);
+    EXPECT_EQ(inner->format().indent(), 3);
+    EXPECT_EQ(outer->count(), 2);
+    EXPECT_EQ(blockWith(*document, "two continued").textList(), nullptr);
+}
+
+TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
+    TempFolder temp;
+    const auto document = readHandWritten(temp);
+    QTextTable* table = firstTable(*document);
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->rows(), 4);
+    EXPECT_EQ(table->columns(), 3);
+    EXPECT_EQ(cellText(table, 0, 0), "wide");
+    EXPECT_EQ(cellText(table, 0, 1), "");
+    EXPECT_EQ(cellText(table, 0, 2), "H3");
+    EXPECT_EQ(cellText(table, 1, 0), "same");
+    EXPECT_EQ(cellText(table, 1, 1), "same");
+    EXPECT_EQ(cellText(table, 3, 0), "r");
+    EXPECT_EQ(formatOf(*document, "B").fontWeight(), QFont::Bold);
+    EXPECT_EQ(QTextCursor(blockWith(*document, "after table")).currentTable(), nullptr);
+}
+
+TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
+    TempFolder temp;
+    const auto document = readHandWritten(temp);
+    const auto found = images(*document);
+    ASSERT_EQ(found.size(), 1u); // the frame pointing outside the package shows nothing
+    const auto image = DocumentImages::encoded(*document, found.front());
+    EXPECT_EQ(image.bytes, pngBytes(8, 4, Qt::blue));
+    EXPECT_NEAR(image.sizeInPoints.width(), 144, 0.01);
+    EXPECT_NEAR(image.sizeInPoints.height(), 72, 0.01);
+    EXPECT_TRUE(document->find("frame title").isNull());
+    EXPECT_FALSE(document->find("escape").isNull());
+    const QTextBlock last = document->lastBlock();
+    EXPECT_TRUE(last.text().contains("Footnote body"));
+    EXPECT_EQ(formatOf(*document, "note1").verticalAlignment(), QTextCharFormat::AlignSuperScript);
+}
+
+TEST(OdtReader, ReadsBackWhatOurOdtConversionWrites) {
+    QTextDocument source;
+    QTextCursor cursor(&source);
+    QTextCharFormat heading;
+    heading.setFontWeight(QFont::Bold);
+    heading.setFontPointSize(20);
+    cursor.insertText("Title", heading);
+    QTextBlockFormat centred;
+    centred.setAlignment(Qt::AlignHCenter);
+    centred.setLeftMargin(48);
+    cursor.insertBlock(centred, {});
+    cursor.insertText("plain ");
+    QTextCharFormat styled;
+    styled.setFontWeight(QFont::Bold);
+    styled.setFontItalic(true);
+    styled.setFontUnderline(true);
+    styled.setForeground(QColor("#ff0000"));
+    styled.setFontPointSize(15);
+    cursor.insertText("styled", styled);
+    cursor.insertBlock(QTextBlockFormat(), {});
+    QTextListFormat numbered;
+    numbered.setStyle(QTextListFormat::ListDecimal);
+    cursor.createList(numbered);
+    cursor.insertText("first");
+    cursor.insertBlock();
+    cursor.insertText("second");
+    QTextBlockFormat breakBefore;
+    breakBefore.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    cursor.insertBlock(breakBefore);
+    cursor.insertText("next page");
+    QTextTable* table = cursor.insertTable(2, 2);
+    table->cellAt(1, 1).firstCursorPosition().insertText("B2");
+    cursor.movePosition(QTextCursor::End);
+    DocumentImages::insert(cursor, pngBytes(6, 3, Qt::red), QSizeF(60, 30));
+
+    TempFolder temp;
+    const auto file = writeBytes(temp, "ours.odt", DocumentFormats::writeOdt(source));
+    const auto document = DocumentFormats::readOdt(file);
+    EXPECT_EQ(formatOf(*document, "Title").fontWeight(), QFont::Bold);
+    EXPECT_EQ(formatOf(*document, "Title").fontPointSize(), 20);
+    EXPECT_EQ(blockWith(*document, "plain styled").blockFormat().alignment(), Qt::AlignHCenter);
+    EXPECT_NEAR(blockWith(*document, "plain styled").blockFormat().leftMargin(), 48, 0.01);
+    const QTextCharFormat chars = formatOf(*document, "styled");
+    EXPECT_TRUE(chars.fontItalic() && chars.fontUnderline());
+    EXPECT_EQ(chars.fontWeight(), QFont::Bold);
+    EXPECT_EQ(chars.foreground().color(), QColor("#ff0000"));
+    ASSERT_TRUE(blockWith(*document, "first").textList());
+    EXPECT_EQ(blockWith(*document, "first").textList(), blockWith(*document, "second").textList());
+    EXPECT_EQ(blockWith(*document, "first").textList()->format().style(),
+              QTextListFormat::ListDecimal);
+    EXPECT_EQ(blockWith(*document, "next page").blockFormat().pageBreakPolicy(),
+              QTextFormat::PageBreak_AlwaysBefore);
+    ASSERT_TRUE(firstTable(*document));
+    EXPECT_EQ(cellText(firstTable(*document), 1, 1), "B2");
+    const auto found = images(*document);
+    ASSERT_EQ(found.size(), 1u);
+    const auto image = DocumentImages::encoded(*document, found.front());
+    EXPECT_EQ(QImage::fromData(image.bytes).pixelColor(0, 0), QColor(Qt::red));
+    EXPECT_NEAR(image.sizeInPoints.width(), 60, 0.01);
+}
+
+TEST(OdtReader, ReadsPandocOdt) {
+    if (QStandardPaths::findExecutable("pandoc").isEmpty())
+        GTEST_SKIP() << "pandoc is not installed";
+    TempFolder temp;
+    writeBytes(temp, "pic.png", pngBytes(5, 5, Qt::green));
+    temp.write("in.md", "# Heading One\n\nSome **bold** and *italic* and "
+                        "[link](https://example.org/) text.\n\n## Sub\n\n- a\n- b\n"
+                        "    1. inner\n    2. inner2\n\n| A | B |\n|---|---|\n| 1 | 2 |\n\n"
+                        "![cap](pic.png){width=2in}\n\nfoo[^1]\n\n[^1]: note text\n");
+    QProcess pandoc;
+    pandoc.setWorkingDirectory(QString::fromStdString(temp.path().string()));
+    pandoc.start("pandoc", {"-f", "markdown", "-t", "odt", "-o", "out.odt", "in.md"});
+    ASSERT_TRUE(pandoc.waitForFinished(60000));
+    ASSERT_EQ(pandoc.exitCode(), 0) << pandoc.readAllStandardError().toStdString();
+
+    const auto document = DocumentFormats::readOdt(temp / "out.odt");
+    EXPECT_EQ(blockWith(*document, "Heading One").blockFormat().headingLevel(), 1);
+    EXPECT_EQ(blockWith(*document, "Sub").blockFormat().headingLevel(), 2);
+    EXPECT_EQ(formatOf(*document, "Heading One").fontWeight(), QFont::Bold);
+    EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
+    EXPECT_TRUE(formatOf(*document, "italic").fontItalic());
+    EXPECT_EQ(formatOf(*document, "link").anchorHref(), "https://example.org/");
+    ASSERT_TRUE(blockWith(*document, "a").textList() && blockWith(*document, "inner").textList());
+    EXPECT_EQ(blockWith(*document, "b").textList(), blockWith(*document, "a").textList());
+    EXPECT_EQ(blockWith(*document, "a").textList()->format().indent(), 1);
+    EXPECT_EQ(blockWith(*document, "inner").textList()->format().indent(), 2);
+    EXPECT_EQ(blockWith(*document, "inner").textList()->format().style(),
+              QTextListFormat::ListDecimal);
+    QTextTable* table = firstTable(*document);
+    ASSERT_TRUE(table);
+    EXPECT_EQ(cellText(table, 0, 1), "B");
+    EXPECT_EQ(cellText(table, 1, 0), "1");
+    const auto found = images(*document);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(
+        QImage::fromData(DocumentImages::encoded(*document, found.front()).bytes).pixelColor(2, 2),
+        QColor(Qt::green));
+    EXPECT_TRUE(document->lastBlock().text().contains("note text"));
+}
+
+TEST(OdtReader, RefusesWhatIsNotAReadableTextDocument) {
+    TempFolder temp;
+    const auto odt = [&](const char* name, const QByteArray& xml, const char* mime) {
+        return writeOdt(temp, name, {{"mimetype", mime}, {"content.xml", xml}});
+    };
+    const char* text = "application/vnd.oasis.opendocument.text";
+    const auto nested = [](const char* open, const char* close, int times) {
+        return content({}, "<text:p>" + QByteArray(open).repeated(times) + "x" +
+                               QByteArray(close).repeated(times) + "</text:p>");
+    };
+    const std::vector<fs::path> broken = {
+        writeBytes(temp, "picture.odt", pngBytes(4, 4, Qt::black)),
+        odt("truncated.odt", content({}, "<text:p>x</text:p>").chopped(30), text),
+        odt("sheet.odt", content({}, "<text:p>x</text:p>"),
+            "application/vnd.oasis.opendocument.spreadsheet"),
+        odt("notext.odt", "<office:document-content" + QByteArray(namespaces) + "/>", text),
+        writeOdt(temp, "nocontent.odt", {{"mimetype", text}, {"styles.xml", commonStyles}}),
+        odt("deep.odt", nested("<text:span>", "</text:span>", 500), text),
+        odt("deeplists.odt",
+            content({}, QByteArray("<text:list><text:list-item>").repeated(200) + "<text:p/>" +
+                            QByteArray("</text:list-item></text:list>").repeated(200)),
+            text),
+    };
+    for (const auto& file : broken)
+        EXPECT_THROW(DocumentFormats::readOdt(file), std::exception) << file.filename();
+}
+
+TEST(OdtReader, RepeatedRowsAndColumnsStayBounded) {
+    TempFolder temp;
+    const QByteArray table =
+        "<table:table><table:table-row table:number-rows-repeated=\"1000000\">"
+        "<table:table-cell table:number-columns-repeated=\"16384\"><text:p>x</text:p>"
+        "</table:table-cell></table:table-row></table:table>";
+    QElapsedTimer timer;
+    timer.start();
+    const auto document = DocumentFormats::readOdt(
+        writeOdt(temp, "huge.odt",
+                 {{"content.xml", content({}, table.repeated(3) + "<text:p>end</text:p>")}}));
+    EXPECT_LT(timer.elapsed(), 60000);
+    QTextTable* first = firstTable(*document);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->columns(), 64);
+    EXPECT_EQ(first->rows(), 1000);
+    EXPECT_EQ(cellText(first, 999, 63), "x");
+    int cells = 0;
+    for (QTextFrame* frame : document->rootFrame()->childFrames())
+        if (auto* found = qobject_cast<QTextTable*>(frame))
+            cells += found->rows() * found->columns();
+    EXPECT_LE(cells, (1 << 16) + 3); // later tables get no more repeated cells
+    EXPECT_FALSE(document->find("end").isNull());
+}
+
+// A stand-in for antiword: a shell script that records how it was called.
+fs::path fakeTool(const TempFolder& temp, const std::string& script) {
+    const auto tool = temp.write("bin/antiword", "#!/bin/sh\n" + script);
+    fs::permissions(tool, fs::perms::owner_all);
+    return tool;
+}
+
+QString toolPath(const fs::path& tool) {
+    return QString::fromStdString(tool.string());
+}
+
+TEST(DocReader, TakesOverTheToolsUtf8TextAsParagraphs) {
+    TempFolder temp;
+    const auto word = temp.write("-n.doc", "stand-in");
+    const auto tool =
+        fakeTool(temp, "printf '%s|' \"$LC_ALL\" \"$@\" > \"$(dirname \"$0\")/args\"\n"
+                       "printf 'First para\\n\\n\\nSecond \\303\\274 line\\nsame para\\n"
+                       "\\fAfter break\\n'\n");
+    const auto document =
+        DocumentFormats::readDocWith(word, toolPath(tool), std::chrono::seconds(10));
+    EXPECT_EQ(fixtures::readFile(temp / "bin/args"),
+              "C.UTF-8|-m|UTF-8.txt|-w|0|--|" + word.string() + "|");
+    ASSERT_EQ(document->blockCount(), 4);
+    EXPECT_EQ(document->begin().text(), "First para");
+    EXPECT_EQ(document->begin().next().text(), QStringLiteral("Second ü line"));
+    EXPECT_EQ(document->begin().next().next().text(), "same para");
+    EXPECT_EQ(document->lastBlock().text(), "After break");
+    EXPECT_EQ(document->lastBlock().blockFormat().pageBreakPolicy(),
+              QTextFormat::PageBreak_AlwaysBefore);
+}
+
+TEST(DocReader, FailsWhenTheToolFailsHangsOrIsMissing) {
+    TempFolder temp;
+    const auto word = temp.write("a.doc", "stand-in");
+    const auto timeout = std::chrono::seconds(10);
+    EXPECT_THROW(DocumentFormats::readDocWith(word, toolPath(fakeTool(temp, "echo text; exit 1\n")),
+                                              timeout),
+                 std::runtime_error);
+    EXPECT_THROW(
+        DocumentFormats::readDocWith(word, toolPath(fakeTool(temp, "echo '  '\n")), timeout),
+        std::runtime_error);
+
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_THROW(DocumentFormats::readDocWith(word, toolPath(fakeTool(temp, "exec sleep 600\n")),
+                                              std::chrono::milliseconds(500)),
+                 std::runtime_error);
+    EXPECT_LT(timer.elapsed(), 5000);
+
+    EXPECT_THROW(DocumentFormats::readDocWith(word, toolPath(temp / "missing/antiword"), timeout),
+                 std::runtime_error);
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", QByteArray::fromStdString(temp.makeFolder("empty").string()));
+    try {
+        DocumentFormats::readDoc(word);
+        ADD_FAILURE() << "read without antiword";
+    } catch (const std::runtime_error& error) {
+        EXPECT_NE(std::string(error.what()).find("antiword is not installed"), std::string::npos);
+    }
+    qputenv("PATH", path);
+}
+
+TEST(DocReader, AntiwordRefusesFilesThatAreNotWordDocuments) {
+    if (QStandardPaths::findExecutable("antiword").isEmpty())
+        GTEST_SKIP() << "antiword is not installed";
+    TempFolder temp;
+    EXPECT_THROW(DocumentFormats::readDoc(temp.write("notes.doc", "Just some text\n")),
+                 std::runtime_error);
+    EXPECT_THROW(DocumentFormats::readDoc(writeBytes(temp, "picture.doc", pngBytes(4, 4, Qt::red))),
+                 std::runtime_error);
+    EXPECT_THROW(DocumentFormats::readDoc(temp / "missing.doc"), std::runtime_error);
+}
+
+} // namespace
+} // namespace kelvane
