@@ -6,13 +6,18 @@ JOBS           ?= $(shell nproc)
 
 CMAKE_COMMON = -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: run test deps build build-tests format clean
+.PHONY: run test bench deps build build-tests format clean
 
 run: build
 	./$(BUILD_DIR)/kelvane-cli/kelvane-cli --help
 
 test: build-tests
 	cd $(TEST_BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure --timeout 600 -j $(JOBS)
+
+# Times our CLI against the plain command-line tools on the same inputs (not a test).
+bench: build
+	@bash scripts/install-deps.sh --bench
+	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/documents.sh
 
 deps:
 	@bash scripts/install-deps.sh

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages Kelvane needs to build, run and test. Idempotent: only
+# Installs the Debian packages Kelvane needs to build, run and test (and, with --bench,
+# to benchmark). Idempotent: only
 # missing packages are installed, and nothing happens when all are present. Works as root
 # or through sudo, without questions.
 set -euo pipefail
@@ -25,6 +26,11 @@ packages=(
     libpoppler-qt6-dev
     poppler-utils
 )
+
+# `--bench` adds the reference tools the benchmarks time our CLI against.
+if [[ "${1:-}" == "--bench" ]]; then
+    packages+=(bc libreoffice-writer-nogui)
+fi
 
 missing=()
 for package in "${packages[@]}"; do
