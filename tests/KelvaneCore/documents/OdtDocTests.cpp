@@ -1,6 +1,7 @@
 #include "documents/DocReader.h"
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/DocumentTools.h"
 #include "documents/ZipContainer.h"
 #include "fixtures/TempFolder.h"
 
@@ -478,6 +479,25 @@ TEST(DocReader, AntiwordRefusesFilesThatAreNotWordDocuments) {
     EXPECT_THROW(DocumentFormats::readDoc(writeBytes(temp, "picture.doc", pngBytes(4, 4, Qt::red))),
                  std::runtime_error);
     EXPECT_THROW(DocumentFormats::readDoc(temp / "missing.doc"), std::runtime_error);
+}
+
+TEST(DocReader, ARealWordDocumentConvertsToEveryFormat) {
+    ASSERT_FALSE(QStandardPaths::findExecutable("antiword").isEmpty())
+        << "antiword is installed by scripts/install-deps.sh";
+    TempFolder temp;
+    const auto letter = temp.path() / "letter.doc";
+    std::filesystem::copy_file(KELVANE_TEST_FILES "/letter.doc", letter);
+    for (Recipe recipe : RecipeGroup(RecipeGroup::documents).recipes()) {
+        if (!recipe.accepts().contains(FileKind::document))
+            continue;
+        const auto result = DocumentTools::convert(letter, recipe, {});
+        EXPECT_TRUE(std::filesystem::file_size(result) > 0) << recipe.rawValue();
+    }
+    const auto text = QString::fromStdString(fixtures::readFile(temp / "letter (converted).txt"));
+    EXPECT_TRUE(text.contains("Letter to the committee"));
+    EXPECT_TRUE(text.contains("Paragraph 4: The figures for the third quarter are final"));
+    EXPECT_TRUE(text.contains(QString::fromUtf8("Caf\xc3\xa9 Z\xc3\xbcrich")));
+    EXPECT_EQ(text.count("Paragraph "), 4) << "one paragraph each, not wrapped lines";
 }
 
 } // namespace
