@@ -42,15 +42,7 @@ double vmlLength(const QString& style, QStringView property) {
 PictureReference readDrawing(QXmlStreamReader& xml) {
     QSizeF extent;
     QString embed;
-    for (int level = 1; level > 0;) {
-        Ooxml::readNext(xml);
-        if (xml.isEndElement()) {
-            --level;
-            continue;
-        }
-        if (!xml.isStartElement())
-            continue;
-        ++level;
+    Ooxml::forEachDescendant(xml, [&] {
         if (xml.name() == u"extent" && xml.namespaceUri() == ns::wp && extent.isEmpty()) {
             const auto attributes = xml.attributes();
             extent =
@@ -59,30 +51,22 @@ PictureReference readDrawing(QXmlStreamReader& xml) {
         } else if (xml.name() == u"blip" && xml.namespaceUri() == ns::a && embed.isEmpty()) {
             embed = rAttribute(xml, u"embed");
         }
-    }
+    });
     return {embed, extent};
 }
 
 PictureReference readVmlPicture(QXmlStreamReader& xml) {
     QSizeF size;
     QString id;
-    for (int level = 1; level > 0;) {
-        Ooxml::readNext(xml);
-        if (xml.isEndElement()) {
-            --level;
-            continue;
-        }
-        if (!xml.isStartElement())
-            continue;
-        ++level;
+    Ooxml::forEachDescendant(xml, [&] {
         if (xml.namespaceUri() != ns::v)
-            continue;
+            return;
         const QString style = xml.attributes().value(QStringLiteral("style")).toString();
         if ((xml.name() == u"shape" || xml.name() == u"rect") && !style.isEmpty())
             size = QSizeF(vmlLength(style, u"width"), vmlLength(style, u"height"));
         else if (xml.name() == u"imagedata" && id.isEmpty())
             id = rAttribute(xml, u"id");
-    }
+    });
     return {id, size};
 }
 

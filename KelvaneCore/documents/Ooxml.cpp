@@ -109,4 +109,18 @@ Relationships readRelationships(const ZipContainer& zip, const std::string& part
     return relationships;
 }
 
+void forEachDescendant(QXmlStreamReader& xml, const std::function<void()>& visit) {
+    for (int level = 1; level > 0;) {
+        readNext(xml);
+        if (xml.isEndElement()) {
+            --level;
+            continue;
+        }
+        if (!xml.isStartElement())
+            continue;
+        ++level;
+        visit();
+    }
+}
+
 } // namespace kelvane::Ooxml

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -70,6 +71,10 @@ std::optional<double> numericValue(const QXmlStreamReader& xml, QStringView name
 void readNext(QXmlStreamReader& xml);
 // Advances to the next child start element of the current element; false at its end.
 bool nextChild(QXmlStreamReader& xml);
+
+// Calls `visit` at the start of every element inside the current one, however deep, and
+// returns at the current element's end; depth costs no stack.
+void forEachDescendant(QXmlStreamReader& xml, const std::function<void()>& visit);
 
 struct Relationship {
     QString type;        // the last segment of the type URI: "image", "hyperlink"

@@ -3,6 +3,7 @@
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
 #include "documents/ZipContainer.h"
+#include "fixtures/Bytes.h"
 #include "fixtures/TempFolder.h"
 
 #include <QBuffer>
@@ -34,20 +35,8 @@ const char* const namespaces =
     R"( xmlns:svg="urn:oasis:names:tc:opendocument:xmlns:svg-compatible:1.0")"
     R"( xmlns:xlink="http://www.w3.org/1999/xlink")";
 
-QByteArray pngBytes(int width, int height, QColor colour) {
-    QImage image(width, height, QImage::Format_RGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
-fs::path writeBytes(const TempFolder& temp, const char* name, const QByteArray& bytes) {
-    return temp.write(name,
-                      std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
-}
+using fixtures::pngBytes;
+using fixtures::writeBytes;
 
 QByteArray content(const QByteArray& automaticStyles, const QByteArray& body) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><office:document-content" +

@@ -1,5 +1,6 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "fixtures/Bytes.h"
 #include "fixtures/TempFolder.h"
 
 #include <QBuffer>
@@ -22,20 +23,8 @@ namespace {
 using fixtures::TempFolder;
 namespace fs = std::filesystem;
 
-QByteArray pngBytes(int width, int height, QColor colour) {
-    QImage image(width, height, QImage::Format_RGB32);
-    image.fill(colour);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
-fs::path writeBytes(const TempFolder& temp, const char* name, const QByteArray& bytes) {
-    return temp.write(name,
-                      std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
-}
+using fixtures::pngBytes;
+using fixtures::writeBytes;
 
 std::unique_ptr<QTextDocument> read(const QByteArray& body) {
     return DocumentFormats::readRtf("{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0\\fswiss "
