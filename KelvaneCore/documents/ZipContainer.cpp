@@ -129,6 +129,9 @@ std::optional<std::string> ZipContainer::resolve(std::string_view fromPart,
 ZipBuilder::ZipBuilder()
     : archive_(archive_write_new()) {
     archive_write_set_format_zip(archive_);
+    // libarchive pads the last block with zeros by default; a ZIP must end at its
+    // end-of-central-directory record or strict readers refuse it.
+    archive_write_set_bytes_in_last_block(archive_, 1);
     archive_write_set_options(archive_, "zip:compression=deflate,hdrcharset=UTF-8");
     const auto append = [](archive*, void* output, const void* buffer, size_t length) {
         static_cast<QByteArray*>(output)->append(static_cast<const char*>(buffer),

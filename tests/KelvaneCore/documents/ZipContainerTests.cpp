@@ -27,6 +27,15 @@ TEST(ZipContainer, ReadsBackWhatTheBuilderWrote) {
     EXPECT_FALSE(zip.part("word/missing.xml"));
 }
 
+TEST(ZipContainer, BuiltArchivesEndAtTheirEndRecord) {
+    ZipBuilder builder;
+    builder.add("word/document.xml", QByteArray(30000, 'x'));
+    const QByteArray zip = builder.finish();
+    // The end-of-central-directory record, without a comment, is the last 22 bytes.
+    ASSERT_GT(zip.size(), 22);
+    EXPECT_TRUE(zip.right(22).startsWith("PK\x05\x06"));
+}
+
 TEST(ZipContainer, RefusesArchivesThatExpandFarBeyondTheirSize) {
     TempFolder temp;
     const auto bomb = writeZip(temp, "bomb.docx", {{"word/document.xml", QByteArray(40 << 20, ' ')}});
