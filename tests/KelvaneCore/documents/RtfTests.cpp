@@ -264,7 +264,7 @@ TEST(RtfReader, RtfdPackageReadsOnlyItsOwnAttachments) {
     writeBytes(temp, "outside.png", pngBytes(12, 12, Qt::red));
     fs::create_symlink(temp / "outside.png", temp / "doc.rtfd" / "link.png");
     temp.write("doc.rtfd/TXT.rtf",
-               "{\\rtf1\\ansi\\ansicpg1252\\cocoartf2639{\\fonttbl\\f0\\fswiss Helvetica;}\n"
+               "{\\rtf1\\ansi\\ansicpg1252{\\fonttbl\\f0\\fswiss Helvetica;}\n"
                "\\pard\\f0 Start {{\\NeXTGraphic image one.png \\width1440 \\height1440\n}\xac}"
                " mid {{\\NeXTGraphic ../outside.png \\width20 \\height20}\xac}"
                " {{\\NeXTGraphic link.png}\xac} {{\\NeXTGraphic /etc/passwd}\xac}end\\par}");
