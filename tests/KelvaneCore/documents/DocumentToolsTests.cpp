@@ -1,13 +1,12 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
+#include "fixtures/Bytes.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 #include "naming/ConversionError.h"
 
-#include <QBuffer>
 #include <QElapsedTimer>
-#include <QImage>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -81,12 +80,7 @@ TEST(DocumentText, PlainTextIsUtf8WithoutByteOrderMarkAndDropsStyling) {
 }
 
 TEST(DocumentText, HtmlOutputDeclaresUtf8AndCarriesItsImages) {
-    QImage image(4, 3, QImage::Format_RGB32);
-    image.fill(Qt::blue);
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
+    const QByteArray png = fixtures::pngBytes(4, 3, Qt::blue);
 
     QTextDocument document;
     QTextCursor cursor(&document);
