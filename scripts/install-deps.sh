@@ -14,6 +14,27 @@ packages=(
     # Libraries
     qt6-base-dev
     libarchive-dev
+    libvips-dev
+    libcairo2-dev
+    libpoppler-cpp-dev
+    libavformat-dev
+    libavcodec-dev
+    libavfilter-dev
+    libswscale-dev
+    libswresample-dev
+    libavutil-dev
+    # The window: Qt Quick, its QML modules, and the icon font its symbols come from
+    qt6-declarative-dev
+    qml6-module-qtquick
+    qml6-module-qtquick-controls
+    qml6-module-qtquick-templates
+    qml6-module-qtquick-layouts
+    qml6-module-qtquick-window
+    qml6-module-qtqml-workerscript
+    qml6-module-qtquick-dialogs
+    qml6-module-qt-labs-platform
+    qml6-module-qttest
+    fonts-material-design-icons-iconfont
     fontconfig
     fonts-dejavu-core
     fonts-liberation2
@@ -25,11 +46,16 @@ packages=(
     pandoc
     libpoppler-qt6-dev
     poppler-utils
+    # Tests: clips made and probed with the ffmpeg tools, independent zip readers
+    ffmpeg
+    libarchive-tools
+    unzip
+    python3
 )
 
 # `--bench` adds the reference tools the benchmarks time our CLI against.
 if [[ "${1:-}" == "--bench" ]]; then
-    packages+=(bc libreoffice-writer-nogui)
+    packages+=(bc libreoffice-writer-nogui libvips-tools imagemagick zip time)
 fi
 
 missing=()

@@ -1,7 +1,9 @@
 #include "fixtures/TempFolder.h"
+#include "naming/FileTimes.h"
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
 
+#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <set>
@@ -157,6 +159,25 @@ TEST(PendingOutput, ResultsGetOrdinaryPermissionsNotPrivateTemporaryOnes) {
     ASSERT_EQ(::stat(published.c_str(), &folderStatus), 0);
     EXPECT_EQ(fileStatus.st_mode & 0777, 0666 & ~mask);
     EXPECT_EQ(folderStatus.st_mode & 0777, 0777 & ~mask);
+}
+
+TEST(PendingOutput, APublishedResultKeepsTheTimesAppliedBeforePublishing) {
+    TempFolder temp;
+    const fs::path input = temp.write("old.txt", "x");
+    const timespec past[2] = {{1'000'000'000, 0}, {1'200'000'000, 500}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, input.c_str(), past, 0), 0);
+
+    const FileTimes times = FileTimes::of(input);
+    PendingOutput pending = PendingOutput::file(temp.path(), "txt");
+    std::ofstream(pending.path()) << "converted";
+    times.applyTo(pending.path());
+    const fs::path published = pending.publish([&] { return OutputNaming::url(input, "txt"); });
+
+    struct stat status {};
+    ASSERT_EQ(::stat(published.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mtim.tv_sec, 1'200'000'000);
+    EXPECT_EQ(status.st_mtim.tv_nsec, 500);
+    EXPECT_THROW(FileTimes::of(temp / "missing.txt"), std::system_error);
 }
 
 } // namespace
