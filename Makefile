@@ -6,18 +6,28 @@ JOBS           ?= $(shell nproc)
 
 CMAKE_COMMON = -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: run test bench deps build build-tests format clean
+FUZZ_SECONDS   ?= 600
+
+.PHONY: run test fuzz fuzz-smoke bench deps build build-tests format clean
 
 run: build
 	./$(BUILD_DIR)/kelvane-cli/kelvane-cli --help
 
-test: build-tests
+# Every fuzz target for 30 s first, then the whole suite, ending with its summary.
+test: build-tests fuzz-smoke
 	cd $(TEST_BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure --timeout 600 -j $(JOBS)
 
 # Times our CLI against the plain command-line tools on the same inputs (not a test).
 bench: build
 	@bash scripts/install-deps.sh --bench
 	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/documents.sh
+
+# Each fuzz target for FUZZ_SECONDS (make fuzz FUZZ_SECONDS=3600).
+fuzz: deps
+	bash scripts/fuzz.sh $(FUZZ_SECONDS)
+
+fuzz-smoke: deps
+	bash scripts/fuzz.sh 30
 
 deps:
 	@bash scripts/install-deps.sh
@@ -35,4 +45,4 @@ format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD_DIR) $(TEST_BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(TEST_BUILD_DIR) build-fuzz

@@ -14,3 +14,12 @@ if(KELVANE_SANITIZE)
     target_compile_options(kelvane_compiler_flags INTERFACE ${_kelvane_sanitizers})
     target_link_options(kelvane_compiler_flags INTERFACE ${_kelvane_sanitizers})
 endif()
+
+# Coverage instrumentation for libFuzzer on every Kelvane target; the fuzz targets add the
+# fuzzer's own main when they link.
+if(KELVANE_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "KELVANE_FUZZ needs clang (configure with CXX=clang++)")
+    endif()
+    target_compile_options(kelvane_compiler_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

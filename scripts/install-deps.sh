@@ -8,6 +8,8 @@ set -euo pipefail
 packages=(
     # Toolchain
     build-essential
+    clang
+    libclang-rt-14-dev
     cmake
     ninja-build
     pkg-config
