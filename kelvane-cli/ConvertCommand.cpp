@@ -4,6 +4,7 @@
 #include "ProgressDisplay.h"
 
 #include "Store/Store.h"
+#include "Worker/WorkerRunner.h"
 #include "catalogue/Recipe.h"
 
 #include <QCoreApplication>
@@ -99,12 +100,16 @@ void describe(QCommandLineParser& parser) {
     parser.addOption({"recipe", "The recipe to run, by id (see 'kelvane-cli recipes').", "NAME"});
     addOptionFlags(parser);
     parser.addOption({"json", "Print the results as JSON."});
+    parser.addOption({"in-process",
+                      "Convert inside this process instead of one worker process per job."});
     parser.addPositionalArgument("files", "Files or folders to convert.", "FILE…");
 }
 
 int run(const QCommandLineParser& parser) {
     const Recipe recipe = recipeNamed(parser);
     Store store;
+    if (!parser.isSet("in-process"))
+        store.setRunner(WorkerRunner());
     store.setOptions(optionsFromFlags(parser));
     const auto inputs = existingInputs(parser.positionalArguments());
     const auto jobs = runJobs(store, recipe, inputs);

@@ -132,4 +132,12 @@ ConversionError ConversionError::archiverFailed(std::string_view toolName, int s
     return ConversionError(std::string(toolName) + " failed (" + std::to_string(status) + ").");
 }
 
+ConversionError ConversionError::converterStopped(std::string_view fileName) {
+    return ConversionError(quoted(fileName) + " stopped the converter unexpectedly.");
+}
+
+ConversionError ConversionError::converterTookTooLong(std::string_view fileName) {
+    return ConversionError(quoted(fileName) + " took too long to convert and was stopped.");
+}
+
 } // namespace kelvane

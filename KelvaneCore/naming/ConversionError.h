@@ -44,6 +44,9 @@ public:
     static ConversionError couldNotStartConverting();
     static ConversionError conversionFailed();
     static ConversionError archiverFailed(std::string_view toolName, int status);
+    // A job's worker process crashed, was killed, or ran past its limits.
+    static ConversionError converterStopped(std::string_view fileName);
+    static ConversionError converterTookTooLong(std::string_view fileName);
 };
 
 } // namespace kelvane

@@ -36,8 +36,10 @@ mode_t processUmask() {
     return mask;
 }
 
+// The process id in the name lets whoever started this process find what it left behind
+// if it died before publishing (see temporaryPrefix).
 std::vector<char> templateName(const fs::path& folder, std::string_view extension) {
-    std::string name = (folder / ".kelvane-XXXXXX").string();
+    std::string name = (folder / (temporaryPrefix(::getpid()) + "XXXXXX")).string();
     if (!extension.empty())
         name.append(".").append(extension);
     return {name.begin(), name.end() + 1};
@@ -140,6 +142,10 @@ bool moveFolderOverOwnClaim(const fs::path& source, const fs::path& target) {
 }
 
 } // namespace
+
+std::string temporaryPrefix(pid_t process) {
+    return ".kelvane-" + std::to_string(process) + "-";
+}
 
 PendingOutput PendingOutput::file(const fs::path& folder, std::string_view extension) {
     std::vector<char> name = templateName(folder, extension);

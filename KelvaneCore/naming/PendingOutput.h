@@ -2,7 +2,9 @@
 
 #include <filesystem>
 #include <functional>
+#include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace kelvane {
 
@@ -53,6 +55,10 @@ private:
     Kind kind_;
     bool settled_ = false;
 };
+
+// How the temporary outputs of a process begin: ".kelvane-<pid>-". A process that watched
+// another die removes the entries with this prefix from the folders it was writing into.
+std::string temporaryPrefix(pid_t process);
 
 // Writes `bytes` as a new file at the first free name `freeName` gives; returns that name.
 std::filesystem::path publishBytes(std::string_view bytes, const std::filesystem::path& folder,

@@ -1,0 +1,148 @@
+// kelvane-worker: runs one job's tool work in a process of its own, so that a file that
+// crashes or hangs a decoder takes down only this process and fails only its job. See
+// WorkerProtocol.h for the job and the messages.
+#include "Worker/WorkerProtocol.h"
+#include "catalogue/Recipe.h"
+#include "engine/Engine.h"
+#include "options/ConversionOptions.h"
+
+#include <QGuiApplication>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace kelvane;
+
+// Messages go to a private copy of the socket; the standard output itself is pointed at
+// the standard error, so whatever a library prints cannot be taken for a message.
+class MessageChannel {
+public:
+    MessageChannel()
+        : fd_(::dup(STDOUT_FILENO)) {
+        ::dup2(STDERR_FILENO, STDOUT_FILENO);
+    }
+
+    void send(const QByteArray& line) {
+        const std::lock_guard lock(mutex_);
+        const char* data = line.constData();
+        auto left = static_cast<std::size_t>(line.size());
+        while (left > 0) {
+            const ssize_t written = ::send(fd_, data, left, MSG_NOSIGNAL);
+            if (written < 0 && errno == EINTR)
+                continue;
+            if (written <= 0)
+                std::_Exit(3); // the runner is gone; nobody is waiting for the result
+            data += written;
+            left -= static_cast<std::size_t>(written);
+        }
+    }
+
+private:
+    int fd_;
+    std::mutex mutex_;
+};
+
+// The job line, read byte by byte so nothing after it is consumed; none at end of input
+// (the runner closed the socket of a spare it no longer needs).
+std::optional<QByteArray> readJobLine() {
+    constexpr qsizetype longest = 16 << 20;
+    QByteArray line;
+    char byte = 0;
+    for (;;) {
+        const ssize_t count = ::read(STDIN_FILENO, &byte, 1);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0 || line.size() > longest)
+            return std::nullopt;
+        if (byte == '\n')
+            return line;
+        line.append(byte);
+    }
+}
+
+// A worker must not outlive the application that started it, even when it hangs.
+void exitWithParent() {
+    const pid_t parent = ::getppid();
+    std::thread([parent] {
+        while (::getppid() == parent)
+            std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        std::_Exit(4);
+    }).detach();
+}
+
+// Limits for the job about to run. Only soft limits are set, so that the next job can have
+// its own: CPU time is counted over the life of the process, so its limit is what has been
+// used so far plus this job's share. Passing it ends the worker with SIGXCPU; the address
+// space limit turns a runaway allocation into a failed one. Sanitizer builds reserve
+// terabytes of shadow memory up front, so they run without that one.
+void applyLimits(rlim_t cpuSeconds, rlim_t memoryBytes) {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    const auto used = static_cast<rlim_t>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec + 1);
+    const auto setSoft = [](int resource, rlim_t soft) {
+        rlimit value{};
+        ::getrlimit(resource, &value);
+        value.rlim_cur = std::min(soft, value.rlim_max);
+        ::setrlimit(resource, &value);
+    };
+    if (cpuSeconds > 0)
+        setSoft(RLIMIT_CPU, used + cpuSeconds);
+#if !defined(__SANITIZE_ADDRESS__)
+    if (memoryBytes > 0)
+        setSoft(RLIMIT_AS, memoryBytes);
+#else
+    (void)memoryBytes;
+#endif
+}
+
+void runJob(MessageChannel& channel, Recipe recipe, const ConversionOptions& options,
+            const std::vector<std::filesystem::path>& inputs) {
+    const Engine::Progress progress = [&channel](double fraction) {
+        channel.send(WorkerProtocol::progressLine(fraction));
+    };
+    try {
+        for (const auto& output : Engine::run(recipe, inputs, options, progress))
+            channel.send(WorkerProtocol::outputLine(output));
+    } catch (const std::exception& failure) {
+        channel.send(WorkerProtocol::errorLine(QString::fromUtf8(failure.what())));
+    }
+    channel.send(WorkerProtocol::doneLine());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    exitWithParent();
+    const rlimit noCoreDumps{0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCoreDumps);
+    MessageChannel channel;
+    // Started ahead of its first job: everything that does not depend on a job happens now.
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    int qtArgc = std::min(argc, 1);
+    QGuiApplication application(qtArgc, argv);
+
+    // One job after another until the runner closes the socket.
+    while (const auto line = readJobLine()) {
+        const auto job = WorkerProtocol::parseJob(*line);
+        if (!job)
+            return 2;
+        channel.send(WorkerProtocol::acceptedLine());
+        applyLimits(job->cpuSeconds, job->memoryBytes);
+        runJob(channel, job->recipe, job->options, job->inputs);
+    }
+    return 0;
+}
