@@ -143,6 +143,15 @@ bool moveFolderOverOwnClaim(const fs::path& source, const fs::path& target) {
 
 } // namespace
 
+bool PendingOutput::removeTemporary(const fs::path& path, Kind kind) noexcept {
+    std::error_code error;
+    if (kind == Kind::file)
+        fs::remove(path, error);
+    else
+        fs::remove_all(path, error);
+    return !error;
+}
+
 std::string temporaryPrefix(pid_t process) {
     return ".kelvane-" + std::to_string(process) + "-";
 }
@@ -184,11 +193,18 @@ void PendingOutput::discard() noexcept {
     if (settled_)
         return;
     settled_ = true;
-    std::error_code ignored;
-    if (kind_ == Kind::file)
-        fs::remove(path_, ignored);
-    else
-        fs::remove_all(path_, ignored);
+    if (removeTemporary(path_, kind_))
+        return;
+    // The folder was made read-only while we wrote. It is ours, so for the moment it takes
+    // to remove our own unfinished output we let ourselves write to it again.
+    const fs::path folder = path_.parent_path();
+    struct stat status {};
+    if (::stat(folder.c_str(), &status) != 0 || status.st_uid != ::geteuid())
+        return;
+    if (::chmod(folder.c_str(), status.st_mode | S_IWUSR) != 0)
+        return;
+    removeTemporary(path_, kind_);
+    ::chmod(folder.c_str(), status.st_mode & 07777);
 }
 
 bool PendingOutput::tryPublishAt(const fs::path& target) {

@@ -48,6 +48,8 @@ private:
         : path_(std::move(path))
         , kind_(kind) {}
 
+    // True when nothing is left at `path`.
+    static bool removeTemporary(const std::filesystem::path& path, Kind kind) noexcept;
     // True when published at `target`, false when the name was taken.
     bool tryPublishAt(const std::filesystem::path& target);
 

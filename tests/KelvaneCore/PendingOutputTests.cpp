@@ -1,4 +1,5 @@
 #include "fixtures/TempFolder.h"
+#include "fixtures/Unprivileged.h"
 #include "naming/FileTimes.h"
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
@@ -178,6 +179,37 @@ TEST(PendingOutput, APublishedResultKeepsTheTimesAppliedBeforePublishing) {
     EXPECT_EQ(status.st_mtim.tv_sec, 1'200'000'000);
     EXPECT_EQ(status.st_mtim.tv_nsec, 500);
     EXPECT_THROW(FileTimes::of(temp / "missing.txt"), std::system_error);
+}
+
+TEST(PendingOutput, AFolderMadeReadOnlyMidJobGetsNoResultAndNoLeftover) {
+    // As an ordinary user: root could write into the read-only folder anyway.
+    const std::string outcome = fixtures::runUnprivileged([] {
+        std::string folderName = (fs::temp_directory_path() / "kelvane-readonly-XXXXXX").string();
+        if (::mkdtemp(folderName.data()) == nullptr)
+            return std::string("no folder");
+        const fs::path folder = folderName;
+        std::string result;
+        {
+            PendingOutput pending = PendingOutput::file(folder, "pdf");
+            std::ofstream(pending.path()) << "half a document";
+            ::chmod(folder.c_str(), 0555);
+            try {
+                pending.publish([&] { return folder / "Report.pdf"; });
+                result = "published";
+            } catch (const std::system_error& error) {
+                result = error.what();
+            }
+        }
+        struct stat status {};
+        ::stat(folder.c_str(), &status);
+        result += " | mode " + std::to_string(status.st_mode & 0777);
+        for (const auto& entry : fs::directory_iterator(folder))
+            result += " | left " + entry.path().filename().string();
+        ::chmod(folder.c_str(), 0755);
+        fs::remove_all(folder);
+        return result;
+    });
+    EXPECT_EQ(outcome, "Couldn’t save the result: Permission denied | mode 365");
 }
 
 } // namespace
