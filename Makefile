@@ -21,6 +21,7 @@ test: build-tests fuzz-smoke
 bench: build
 	@bash scripts/install-deps.sh --bench
 	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/documents.sh
+	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/archives.sh
 
 # Each fuzz target for FUZZ_SECONDS (make fuzz FUZZ_SECONDS=3600).
 fuzz: deps

@@ -1,7 +1,7 @@
 #include "documents/ZipContainer.h"
 
-#include <archive.h>
-#include <archive_entry.h>
+#include "archives/LibArchive.h"
+
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -9,15 +9,9 @@
 namespace kelvane {
 namespace {
 
-struct ArchiveReadDeleter {
-    void operator()(archive* a) const { archive_read_free(a); }
-};
-using ArchiveReader = std::unique_ptr<archive, ArchiveReadDeleter>;
-
 [[noreturn]] void fail(archive* a, const char* what) {
-    const char* reason = a != nullptr ? archive_error_string(a) : nullptr;
-    throw std::runtime_error(std::string(what) +
-                             (reason != nullptr ? ": " + std::string(reason) : ""));
+    const std::string reason = LibArchive::errorText(a);
+    throw std::runtime_error(std::string(what) + (reason.empty() ? "" : ": " + reason));
 }
 
 std::int64_t expansionLimit(std::int64_t archiveBytes) {
@@ -61,7 +55,7 @@ ZipContainer ZipContainer::open(const std::filesystem::path& file) {
     if (error)
         throw std::runtime_error("unreadable file");
 
-    ArchiveReader reader(archive_read_new());
+    LibArchive::Reader reader(archive_read_new());
     archive_read_support_format_zip(reader.get());
     if (archive_read_open_filename(reader.get(), file.c_str(), 1 << 16) != ARCHIVE_OK)
         fail(reader.get(), "not a ZIP archive");
@@ -74,9 +68,7 @@ ZipContainer ZipContainer::open(const std::filesystem::path& file) {
             fail(reader.get(), "damaged archive");
         if (archive_entry_filetype(entry) != AE_IFREG)
             continue;
-        const char* name = archive_entry_pathname_utf8(entry);
-        if (name == nullptr)
-            name = archive_entry_pathname(entry);
+        const char* name = LibArchive::pathname(entry);
         if (name == nullptr)
             continue;
         if (archive_entry_is_encrypted(entry))
@@ -153,8 +145,7 @@ void ZipBuilder::add(std::string_view name, const QByteArray& bytes, Compression
     const bool store = compression == Compression::store;
     if (store && archive_write_zip_set_compression_store(archive_) != ARCHIVE_OK)
         fail(archive_, "cannot store an entry");
-    std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
-                                                                        archive_entry_free);
+    const LibArchive::Entry entry(archive_entry_new());
     archive_entry_set_pathname_utf8(entry.get(), std::string(name).c_str());
     archive_entry_set_size(entry.get(), bytes.size());
     archive_entry_set_filetype(entry.get(), AE_IFREG);

@@ -1,5 +1,6 @@
 #include "engine/Engine.h"
 
+#include "archives/ArchiveTools.h"
 #include "documents/DocumentTools.h"
 #include "naming/ConversionError.h"
 
@@ -15,8 +16,7 @@ void validate(Recipe recipe, const std::vector<path>& inputs) {
         throw ConversionError::nothingToConvert();
     for (const path& input : inputs)
         if (!recipe.accepts().contains(FileKind::of(input)))
-            throw ConversionError::recipeDoesNotWorkWith(recipe.title(),
-                                                         input.filename().string());
+            throw ConversionError::recipeDoesNotWorkWith(recipe.title(), input.filename().string());
 }
 
 path convertDocument(const path& input, Recipe recipe, const ConversionOptions& options) {
@@ -28,22 +28,27 @@ path convertDocument(const path& input, Recipe recipe, const ConversionOptions& 
 // One input through the tool family of the recipe's group. Families whose tools are not
 // part of this build refuse with the layer's sentence instead of pretending to work.
 path convertOne(const path& input, Recipe recipe, const ConversionOptions& options,
-                const Progress&) {
+                const Progress& progress) {
     switch (recipe.group()) {
     case RecipeGroup::documents:
         return convertDocument(input, recipe, options);
+    case RecipeGroup::archives:
+        if (recipe == Recipe::unzip)
+            return ArchiveTools::unzip(input, progress);
+        break;
     case RecipeGroup::images:
     case RecipeGroup::video:
     case RecipeGroup::audio:
-    case RecipeGroup::archives:
         break;
     }
     throw ConversionError::unsupportedRecipe();
 }
 
-std::vector<path> convertCombined(Recipe, const std::vector<path>&, const ConversionOptions&,
-                                  const Progress&) {
-    throw ConversionError::unsupportedRecipe(); // zip and images-to-PDF arrive with their tools
+std::vector<path> convertCombined(Recipe recipe, const std::vector<path>& inputs,
+                                  const ConversionOptions&, const Progress& progress) {
+    if (recipe == Recipe::zip)
+        return {ArchiveTools::zip(inputs, progress)};
+    throw ConversionError::unsupportedRecipe(); // images-to-PDF arrives with the image tools
 }
 
 } // namespace
@@ -61,7 +66,9 @@ std::vector<path> run(Recipe recipe, const std::vector<path>& inputs,
     const double share = 1.0 / static_cast<double>(inputs.size());
     for (std::size_t index = 0; index < inputs.size(); ++index) {
         const double start = static_cast<double>(index) * share;
-        const Progress mapped = [&, start](double fraction) { progress(start + fraction * share); };
+        const Progress mapped = [&, start](double fraction) {
+            progress(start + fraction * share);
+        };
         results.push_back(convertOne(inputs[index], recipe, options, mapped));
     }
     return results;

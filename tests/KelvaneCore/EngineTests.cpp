@@ -3,7 +3,6 @@
 #include "naming/ConversionError.h"
 
 #include <gtest/gtest.h>
-
 #include <mutex>
 
 namespace kelvane {
@@ -90,9 +89,8 @@ TEST(Engine, FamiliesWithoutToolsRefuseInsteadOfPretending) {
     TempFolder temp;
     ProgressLog log;
     EXPECT_EQ(failureOf(Recipe::toJPG, {temp.write("a.png", "x")}, log), "Unsupported recipe.");
-    EXPECT_EQ(failureOf(Recipe::zip, {temp.write("b.txt", "x")}, log), "Unsupported recipe.");
     EXPECT_EQ(log.reports().back(), 1.0);
-    EXPECT_EQ(temp.entries().size(), 2u);
+    EXPECT_EQ(temp.entries().size(), 1u);
 }
 
 } // namespace
