@@ -20,6 +20,7 @@ declare -A seeds=(
     [OdtXmlFuzzer]=odt-xml
     [RtfReaderFuzzer]=rtf
     [OptionsJsonFuzzer]=options
+    [UnzipFuzzer]=zip
 )
 targets=("$@")
 [[ ${#targets[@]} -gt 0 ]] || targets=("${!seeds[@]}")

@@ -1,6 +1,7 @@
 // Writes the fuzzers' starting corpora from the same builders the tests use, so every seed
 // is a document our readers accept. Run once and commit the output (kept small):
 //   KelvaneFuzzSeeds tests/fuzz/corpus
+#include "archives/ArchiveTools.h"
 #include "documents/DocumentFormats.h"
 #include "documents/ZipContainer.h"
 #include "fixtures/StyledDocument.h"
@@ -63,6 +64,22 @@ void writeDocumentSeeds(const fs::path& corpus) {
     save(corpus / "rtf", "plain.rtf", DocumentFormats::writeRtf(*plain));
 }
 
+// Archives our own zip makes of a small tree: a folder, a nested empty one, a link.
+void writeZipSeeds(const fs::path& corpus) {
+    const fs::path tree = fs::temp_directory_path() / "kelvane-seed-tree";
+    fs::remove_all(tree);
+    fs::create_directories(tree / "Photos" / "empty");
+    std::ofstream(tree / "Photos" / "notes.txt") << "Dear reader,\nthank you.\n";
+    fs::create_symlink("notes.txt", tree / "Photos" / "link");
+    std::ofstream(tree / "single.txt") << "one file";
+    for (const fs::path& item : {tree / "Photos", tree / "single.txt"}) {
+        const fs::path zip = ArchiveTools::zip({item}, [](double) {});
+        fs::create_directories(corpus / "zip");
+        fs::copy_file(zip, corpus / "zip" / zip.filename(), fs::copy_options::overwrite_existing);
+    }
+    fs::remove_all(tree);
+}
+
 void writeOptionsSeeds(const fs::path& corpus) {
     ConversionOptions changed;
     changed.quality = 0.42;
@@ -85,5 +102,6 @@ int main(int argc, char** argv) {
     writeDocumentSeeds(argv[1]);
     writeXmlSeeds(argv[1]);
     writeOptionsSeeds(argv[1]);
+    writeZipSeeds(argv[1]);
     return 0;
 }

@@ -1,4 +1,6 @@
+#include "archives/ArchiveTools.h"
 #include "documents/DocumentFormats.h"
+#include "fixtures/TempFolder.h"
 #include "options/ConversionOptions.h"
 
 #include <QTextDocument>
@@ -56,6 +58,15 @@ TEST(FuzzCorpus, EverySeedIsADocumentOurReaderAccepts) {
     EXPECT_FALSE(optionSeeds.empty());
     for (const fs::path& seed : optionSeeds)
         EXPECT_TRUE(ConversionOptions::fromJSON(contents(seed))) << seed;
+
+    const auto zipSeeds = filesIn(fuzzFolder / "corpus" / "zip");
+    EXPECT_FALSE(zipSeeds.empty());
+    for (const fs::path& seed : zipSeeds) {
+        fixtures::TempFolder temp;
+        fs::copy_file(seed, temp.path() / seed.filename());
+        const fs::path expanded = ArchiveTools::unzip(temp.path() / seed.filename(), [](double) {});
+        EXPECT_FALSE(fs::is_empty(expanded)) << seed;
+    }
 }
 
 TEST(FuzzCorpus, InputsThatOnceCrashedAReaderAreReadOrRefused) {
@@ -67,6 +78,16 @@ TEST(FuzzCorpus, InputsThatOnceCrashedAReaderAreReadOrRefused) {
                 // Refused with a sentence: the expected outcome for most findings.
             }
         }
+    }
+    for (const fs::path& finding : filesIn(fuzzFolder / "findings" / "zip")) {
+        fixtures::TempFolder temp;
+        fs::copy_file(finding, temp.path() / "finding.zip");
+        try {
+            ArchiveTools::unzip(temp.path() / "finding.zip", [](double) {});
+        } catch (const std::exception&) {
+        }
+        for (const std::string& name : temp.entries())
+            EXPECT_TRUE(name == "finding.zip" || name == "finding") << name;
     }
     for (const fs::path& finding : filesIn(fuzzFolder / "findings" / "options"))
         EXPECT_EQ(
