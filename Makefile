@@ -9,7 +9,7 @@ CMAKE_COMMON = -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 .PHONY: run test bench deps build build-tests format clean
 
 run: build
-	./$(BUILD_DIR)/kelvane-cli/kelvane-cli --help
+	./$(BUILD_DIR)/Kelvane/kelvane
 
 test: build-tests
 	cd $(TEST_BUILD_DIR) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure --timeout 600 -j $(JOBS)
