@@ -11,7 +11,7 @@ FUZZ_SECONDS   ?= 600
 .PHONY: run test fuzz fuzz-smoke bench deps build build-tests format clean
 
 run: build
-	./$(BUILD_DIR)/kelvane-cli/kelvane-cli --help
+	./$(BUILD_DIR)/Kelvane/kelvane
 
 # Every fuzz target for 30 s first, then the whole suite, ending with its summary.
 test: build-tests fuzz-smoke

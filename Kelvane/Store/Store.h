@@ -56,6 +56,9 @@ public:
     void clearFinished();
     // Replaces the queue with fixed demonstration jobs; nothing is started.
     void seedDemo(RecipeGroup group);
+    // Empties the queue, running jobs included (what they deliver later is dropped): for
+    // snapshot mode, which replaces the queue wholesale between shots.
+    void clearAll();
 
     // "images", "audio or videos", "files": what a recipe accepting these kinds needs.
     static QString describe(FileKindSet kinds);

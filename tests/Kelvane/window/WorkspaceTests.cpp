@@ -1,0 +1,163 @@
+#include "WindowHarness.h"
+#include "fixtures/PdfProbe.h"
+
+namespace kelvane::testing {
+namespace {
+
+using State = Job::State;
+namespace fs = std::filesystem;
+
+struct WorkspaceTest : WindowHarness {};
+
+std::vector<QString> inputNames(const Store& store) {
+    std::vector<QString> names;
+    for (const Job& job : store.jobs())
+        names.push_back(job.title());
+    return names;
+}
+
+TEST_F(WorkspaceTest, DroppedFilesQueueInNaturalNameOrderWithTheChosenRecipe) {
+    store.setRecipe(Recipe::docToTXT);
+    dropFiles({temp.write("Page 10.txt", "ten\n"), temp.write("page 2.txt", "two\n"),
+               temp.write("Page 1.txt", "one\n")});
+
+    ASSERT_EQ(inputNames(store), (std::vector<QString>{"Page 1.txt", "page 2.txt", "Page 10.txt"}));
+    for (const Job& job : store.jobs()) {
+        EXPECT_EQ(job.recipe, Recipe::docToTXT);
+        EXPECT_FALSE(job.fromDock);
+    }
+    EXPECT_EQ(inRow(0, "jobTitle")->property("text").toString(), "Page 1.txt");
+    EXPECT_EQ(inRow(2, "jobTitle")->property("text").toString(), "Page 10.txt");
+
+    ASSERT_TRUE(waitForIdle());
+    for (const Job& job : store.jobs())
+        EXPECT_EQ(job.state, State::done) << job.message.value_or("").toStdString();
+    EXPECT_EQ(fixtures::readFile(temp / "Page 10 (converted).txt").substr(0, 3), "ten");
+    EXPECT_EQ(inRow(0, "doneLine")->property("text").toString(), "Page 1 (converted).txt");
+}
+
+TEST_F(WorkspaceTest, ADropWithoutLocalFilesQueuesNothing) {
+    drop({QUrl(QStringLiteral("https://example.com/photo.png"))});
+    drop({});
+    EXPECT_TRUE(store.jobs().empty());
+    EXPECT_TRUE(shows("hintStrip"));
+    EXPECT_FALSE(item("dropZone")->property("compact").toBool());
+}
+
+TEST_F(WorkspaceTest, FilesTheRecipeCannotTakeBecomeFailedRowsSayingWhatItNeeds) {
+    store.setRecipe(Recipe::docToPDF);
+    dropFiles({temp.write("photo.png", "not really"), temp.write("notes.txt", "Hello there.\n")});
+
+    // The accepted file stands on top, the rejected one below it, already failed.
+    ASSERT_EQ(store.jobs().size(), 2u);
+    EXPECT_EQ(store.jobs()[1].state, State::failed);
+    EXPECT_EQ(inRow(1, "failureLine")->property("text").toString(),
+              "Document to PDF needs documents.");
+    EXPECT_TRUE(inRow(1, "failureLine")->isVisible());
+    EXPECT_TRUE(inRow(1, "retryButton")->isVisible());
+
+    ASSERT_TRUE(waitForIdle());
+    ASSERT_EQ(store.jobs()[0].state, State::done) << store.jobs()[0].message->toStdString();
+    fixtures::PdfProbe pdf(store.jobs()[0].outputs.front());
+    ASSERT_TRUE(pdf.isValid());
+    EXPECT_TRUE(pdf.text(0).contains("Hello there."));
+}
+
+TEST_F(WorkspaceTest, ADragOverTheWorkspaceTurnsTheDropZoneToRelease) {
+    store.setRecipe(Recipe::docToPDF);
+    EXPECT_EQ(textOf("dropTitle"), "Drop files to document to pdf");
+    dragOver({QUrl::fromLocalFile(QString::fromStdString(temp.write("a.txt", "a").string()))});
+    EXPECT_TRUE(item("dropZone")->property("targeted").toBool());
+    EXPECT_EQ(textOf("dropTitle"), "Release to document to pdf");
+    dragAway();
+    EXPECT_FALSE(item("dropZone")->property("targeted").toBool());
+    EXPECT_EQ(textOf("dropTitle"), "Drop files to document to pdf");
+    EXPECT_TRUE(store.jobs().empty());
+
+    store.seedDemo(RecipeGroup::documents);
+    dragOver({QUrl::fromLocalFile(QString::fromStdString((temp / "a.txt").string()))});
+    EXPECT_EQ(textOf("compactTitle"), "Release to document to pdf");
+    dragAway();
+    EXPECT_EQ(textOf("compactTitle"), "Drop more files here");
+}
+
+TEST_F(WorkspaceTest, TheQueueReplacesTheHintsOnceThereAreJobs) {
+    EXPECT_TRUE(shows("hintStrip"));
+    EXPECT_FALSE(shows("queueView"));
+    EXPECT_TRUE(shows("chooseFilesButton"));
+
+    store.seedDemo(RecipeGroup::images);
+    EXPECT_FALSE(shows("hintStrip"));
+    EXPECT_TRUE(shows("queueView"));
+    EXPECT_TRUE(item("dropZone")->property("compact").toBool());
+    EXPECT_FALSE(shows("chooseFilesButton"));
+    EXPECT_EQ(item("queueList")->property("count").toInt(), 6);
+
+    store.clearAll();
+    EXPECT_TRUE(shows("hintStrip"));
+    EXPECT_FALSE(item("dropZone")->property("compact").toBool());
+}
+
+TEST_F(WorkspaceTest, SubtitleAndCapsuleCountTheActiveJobs) {
+    EXPECT_EQ(textOf("windowSubtitle"), "Offline file converter");
+    EXPECT_FALSE(shows("workingCapsule"));
+
+    store.setRecipe(Recipe::docToTXT);
+    dropFiles({temp.write("a.txt", "a"), temp.write("b.txt", "b"), temp.write("c.txt", "c")});
+    // Results come back through the event loop, so all three are still active here.
+    EXPECT_EQ(textOf("windowSubtitle"), "3 converting…");
+    EXPECT_TRUE(shows("workingCapsule"));
+    EXPECT_EQ(window->title(), "Kelvane — 3 converting…");
+
+    ASSERT_TRUE(waitForIdle());
+    EXPECT_EQ(textOf("windowSubtitle"), "Offline file converter");
+    EXPECT_FALSE(shows("workingCapsule"));
+
+    store.seedDemo(RecipeGroup::images); // one running, one queued
+    EXPECT_EQ(item("workingCapsule")->childItems().front()->property("text").toString(),
+              "2 working");
+}
+
+TEST_F(WorkspaceTest, ClearFinishedWaitsForAFinishedJobAndKeepsTheActiveOnes) {
+    QQuickItem* clear = item("Clear Finished");
+    EXPECT_FALSE(clear->isEnabled());
+    EXPECT_FALSE(shows("queueClearFinished"));
+
+    store.seedDemo(RecipeGroup::video);
+    EXPECT_TRUE(clear->isEnabled());
+    click(clear);
+    EXPECT_EQ(store.jobs().size(), 3u);
+    EXPECT_EQ(store.finishedCount(), 0);
+    EXPECT_FALSE(clear->isEnabled());
+}
+
+TEST_F(WorkspaceTest, TheAcceptLineAndHeaderFollowTheChosenRecipe) {
+    const std::pair<Recipe, const char*> lines[] = {
+        {Recipe::unzip, "ZIP archives"},
+        {Recipe::pdfToJPG, "PDF documents"},
+        {Recipe::imagesToPDF, "JPG, PNG, HEIC, TIFF, WebP, AVIF… all become one PDF"},
+        {Recipe::toWAV, "MP3, M4A, WAV, AIFF, CAF, FLAC — or a video’s soundtrack"},
+        {Recipe::video720, "MOV, MP4, MKV, WebM and other videos this computer plays"},
+        {Recipe::zip, "Any files or folders"},
+    };
+    click(item("recipe-stripMetadata")); // choosing in the sidebar sets the store's recipe
+    EXPECT_EQ(store.recipe(), Recipe::stripMetadata);
+    EXPECT_EQ(textOf("dropTitle"), "Drop files to strip metadata");
+    for (const auto& [recipe, line] : lines) {
+        store.setRecipe(recipe);
+        EXPECT_EQ(textOf("acceptLine"), QString::fromUtf8(line));
+        EXPECT_EQ(textOf("recipeTitle"), QString::fromUtf8(recipe.title().data()));
+        EXPECT_EQ(item("recipeList")->property("currentIndex").toInt(),
+                  static_cast<int>(static_cast<Recipe::Value>(recipe)));
+    }
+}
+
+TEST_F(WorkspaceTest, SavedThisSessionShowsOnlyOnceSomethingWasSaved) {
+    EXPECT_FALSE(shows("savedSummary"));
+    store.seedDemo(RecipeGroup::images);
+    EXPECT_TRUE(shows("savedSummary"));
+    EXPECT_EQ(model.savedText(), "7.4 MB");
+}
+
+} // namespace
+} // namespace kelvane::testing

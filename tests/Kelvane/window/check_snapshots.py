@@ -1,0 +1,60 @@
+"""Runs the application in snapshot mode and checks what it leaves behind: every shot as a
+PNG of the window's size at the device pixel ratio, and one "[snap] " line per shot."""
+
+import os
+import struct
+import subprocess
+import sys
+import tempfile
+
+SHOTS = ["warmup"] + [base + suffix for suffix in ("", "-dark")
+                      for base in ("empty", "queue", "shrink", "video", "document")]
+
+
+def png_size(path):
+    with open(path, "rb") as png:
+        header = png.read(24)
+    if header[:8] != b"\x89PNG\r\n\x1a\n" or header[12:16] != b"IHDR":
+        raise ValueError(f"{path} is not a PNG")
+    return struct.unpack(">II", header[16:24])
+
+
+def main(application, scale):
+    failures = []
+    with tempfile.TemporaryDirectory() as temp:
+        # Parents that do not exist yet must be created.
+        directory = os.path.join(temp, "not", "there", "yet")
+        environment = dict(os.environ, KELVANE_SNAPSHOT_DIR=directory, QT_QPA_PLATFORM="offscreen",
+                           QT_SCALE_FACTOR=scale, XDG_CONFIG_HOME=os.path.join(temp, "config"))
+        environment.pop("KELVANE_SNAPSHOT_STAY", None)
+        run = subprocess.run([application], env=environment, capture_output=True, text=True,
+                             timeout=120)
+        if run.returncode != 0:
+            failures.append(f"exit status {run.returncode}: {run.stderr}")
+        lines = [line for line in run.stdout.splitlines() if line.startswith("[snap] ")]
+        named = [line.split()[1] for line in lines]
+        if named != SHOTS:
+            failures.append(f"[snap] lines name {named}, expected {SHOTS}")
+        for line in lines:
+            for field in ("window=", "content=", "fitting=", "screen="):
+                if field not in line:
+                    failures.append(f"no {field} in: {line}")
+        expected = (round(1120 * float(scale)), round(720 * float(scale)))
+        for shot in SHOTS:
+            path = os.path.join(directory, shot + ".png")
+            if not os.path.exists(path):
+                failures.append(f"{shot}.png was not written")
+                continue
+            size = png_size(path)
+            if size != expected:
+                failures.append(f"{shot}.png is {size}, expected {expected}")
+        leftovers = set(os.listdir(directory)) - {shot + ".png" for shot in SHOTS} if os.path.isdir(directory) else set()
+        if leftovers:
+            failures.append(f"unexpected files: {sorted(leftovers)}")
+    for failure in failures:
+        print("FAIL:", failure)
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else "1"))
