@@ -1,6 +1,8 @@
 #include "engine/Engine.h"
 
 #include "documents/DocumentTools.h"
+#include "media/AudioTools.h"
+#include "media/VideoTools.h"
 #include "naming/ConversionError.h"
 
 #include <QScopeGuard>
@@ -15,8 +17,7 @@ void validate(Recipe recipe, const std::vector<path>& inputs) {
         throw ConversionError::nothingToConvert();
     for (const path& input : inputs)
         if (!recipe.accepts().contains(FileKind::of(input)))
-            throw ConversionError::recipeDoesNotWorkWith(recipe.title(),
-                                                         input.filename().string());
+            throw ConversionError::recipeDoesNotWorkWith(recipe.title(), input.filename().string());
 }
 
 path convertDocument(const path& input, Recipe recipe, const ConversionOptions& options) {
@@ -27,14 +28,30 @@ path convertDocument(const path& input, Recipe recipe, const ConversionOptions& 
 
 // One input through the tool family of the recipe's group. Families whose tools are not
 // part of this build refuse with the layer's sentence instead of pretending to work.
+path convertVideo(const path& input, Recipe recipe, const ConversionOptions& options,
+                  const Progress& progress) {
+    if (recipe == Recipe::videoToGIF)
+        return VideoTools::gif(input, options, progress);
+    if (recipe == Recipe::extractAudio) // "Convert to M4A" given a movie
+        return AudioTools::convert(input, Recipe::toM4A, options, progress);
+    return VideoTools::convert(input, recipe, options, progress);
+}
+
+path convertAudio(const path& input, Recipe recipe, const ConversionOptions& options,
+                  const Progress& progress) {
+    return AudioTools::convert(input, recipe, options, progress);
+}
+
 path convertOne(const path& input, Recipe recipe, const ConversionOptions& options,
-                const Progress&) {
+                const Progress& progress) {
     switch (recipe.group()) {
     case RecipeGroup::documents:
         return convertDocument(input, recipe, options);
-    case RecipeGroup::images:
     case RecipeGroup::video:
+        return convertVideo(input, recipe, options, progress);
     case RecipeGroup::audio:
+        return convertAudio(input, recipe, options, progress);
+    case RecipeGroup::images:
     case RecipeGroup::archives:
         break;
     }
@@ -61,7 +78,9 @@ std::vector<path> run(Recipe recipe, const std::vector<path>& inputs,
     const double share = 1.0 / static_cast<double>(inputs.size());
     for (std::size_t index = 0; index < inputs.size(); ++index) {
         const double start = static_cast<double>(index) * share;
-        const Progress mapped = [&, start](double fraction) { progress(start + fraction * share); };
+        const Progress mapped = [&, start](double fraction) {
+            progress(start + fraction * share);
+        };
         results.push_back(convertOne(inputs[index], recipe, options, mapped));
     }
     return results;
