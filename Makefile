@@ -22,6 +22,7 @@ bench: build
 	@bash scripts/install-deps.sh --bench
 	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/documents.sh
 	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/archives.sh
+	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/media.sh
 
 # Each fuzz target for FUZZ_SECONDS (make fuzz FUZZ_SECONDS=3600).
 fuzz: deps

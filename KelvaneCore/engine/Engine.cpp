@@ -2,6 +2,8 @@
 
 #include "archives/ArchiveTools.h"
 #include "documents/DocumentTools.h"
+#include "media/AudioTools.h"
+#include "media/VideoTools.h"
 #include "naming/ConversionError.h"
 
 #include <QScopeGuard>
@@ -27,6 +29,20 @@ path convertDocument(const path& input, Recipe recipe, const ConversionOptions& 
 
 // One input through the tool family of the recipe's group. Families whose tools are not
 // part of this build refuse with the layer's sentence instead of pretending to work.
+path convertVideo(const path& input, Recipe recipe, const ConversionOptions& options,
+                  const Progress& progress) {
+    if (recipe == Recipe::videoToGIF)
+        return VideoTools::gif(input, options, progress);
+    if (recipe == Recipe::extractAudio) // "Convert to M4A" given a movie
+        return AudioTools::convert(input, Recipe::toM4A, options, progress);
+    return VideoTools::convert(input, recipe, options, progress);
+}
+
+path convertAudio(const path& input, Recipe recipe, const ConversionOptions& options,
+                  const Progress& progress) {
+    return AudioTools::convert(input, recipe, options, progress);
+}
+
 path convertOne(const path& input, Recipe recipe, const ConversionOptions& options,
                 const Progress& progress) {
     switch (recipe.group()) {
@@ -36,9 +52,11 @@ path convertOne(const path& input, Recipe recipe, const ConversionOptions& optio
         if (recipe == Recipe::unzip)
             return ArchiveTools::unzip(input, progress);
         break;
-    case RecipeGroup::images:
     case RecipeGroup::video:
+        return convertVideo(input, recipe, options, progress);
     case RecipeGroup::audio:
+        return convertAudio(input, recipe, options, progress);
+    case RecipeGroup::images:
         break;
     }
     throw ConversionError::unsupportedRecipe();

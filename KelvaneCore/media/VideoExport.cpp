@@ -1,0 +1,247 @@
+#include "media/ExportSettings.h"
+#include "media/LibAv.h"
+#include "media/ProgressPoller.h"
+#include "media/ResultFile.h"
+#include "media/StreamLane.h"
+#include "media/VideoTools.h"
+#include "naming/ConversionError.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace kelvane::VideoTools {
+namespace {
+
+namespace fs = std::filesystem;
+using ExportSettings::muxer;
+using ExportSettings::networkFriendly;
+using LibAv::check;
+
+bool isAttachedPicture(const AVStream& stream) {
+    return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
+// The picture stream: the library's best guess unless that is a cover image.
+int videoStream(const AVFormatContext& input) {
+    const int best = av_find_best_stream(const_cast<AVFormatContext*>(&input), AVMEDIA_TYPE_VIDEO,
+                                         -1, -1, nullptr, 0);
+    if (best >= 0 && !isAttachedPicture(*input.streams[best]))
+        return best;
+    for (unsigned index = 0; index < input.nb_streams; ++index)
+        if (input.streams[index]->codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
+            !isAttachedPicture(*input.streams[index]))
+            return static_cast<int>(index);
+    return -1;
+}
+
+// Every sound track of a movie (languages, commentary), or the best one alone for M4A.
+std::vector<int> audioStreams(const AVFormatContext& input, bool bestOnly) {
+    if (bestOnly) {
+        const int best = av_find_best_stream(const_cast<AVFormatContext*>(&input),
+                                             AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+        return best >= 0 ? std::vector<int>{best} : std::vector<int>{};
+    }
+    std::vector<int> streams;
+    for (unsigned index = 0; index < input.nb_streams; ++index)
+        if (input.streams[index]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+            streams.push_back(static_cast<int>(index));
+    return streams;
+}
+
+using Lanes = std::vector<std::unique_ptr<StreamLane>>; // by input stream index
+
+Lanes makeLanes(const AVFormatContext& input, AVFormatContext& output, Preset preset,
+                const std::string& fileName) {
+    Lanes lanes(input.nb_streams);
+    const bool audioOnly = preset == Preset::appleM4A;
+    if (!audioOnly) {
+        const int video = videoStream(input);
+        if (video < 0)
+            throw ConversionError::hasNoVideo(fileName);
+        const AVStream& stream = *input.streams[video];
+        lanes[static_cast<std::size_t>(video)] =
+            preset == Preset::passthrough ? StreamLane::copy(stream, output)
+                                          : StreamLane::encodeVideo(input, stream, output, preset);
+    }
+    const std::vector<int> audio = audioStreams(input, audioOnly);
+    if (audioOnly && audio.empty())
+        throw ConversionError::hasNoAudio(fileName);
+    for (const int index : audio)
+        lanes[static_cast<std::size_t>(index)] =
+            preset == Preset::passthrough
+                ? StreamLane::copy(*input.streams[index], output)
+                : StreamLane::encodeAudio(*input.streams[index], output, preset);
+    return lanes;
+}
+
+void writeHeader(AVFormatContext& output, Container container) {
+    AVDictionary* options = nullptr;
+    if (networkFriendly(container))
+        av_dict_set(&options, "movflags", "+faststart", 0);
+    const int written = avformat_write_header(&output, &options);
+    av_dict_free(&options);
+    if (written < 0) // the muxer refused a stream it cannot carry
+        throw ConversionError::formatNotAvailable();
+}
+
+// Where the export stands: last written time ÷ duration, or the share of the input read
+// when the duration is unknown, so progress still moves and never claims too much.
+class Position {
+public:
+    Position(const AVFormatContext& input)
+        : input_(input)
+        , duration_(input.duration > 0 ? static_cast<double>(input.duration) / AV_TIME_BASE : 0)
+        , start_(input.start_time != AV_NOPTS_VALUE
+                     ? static_cast<double>(input.start_time) / AV_TIME_BASE
+                     : 0) {}
+
+    void written(const AVPacket& packet, AVRational timeBase) {
+        const int64_t stamp = packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
+        if (duration_ <= 0 || stamp == AV_NOPTS_VALUE)
+            return;
+        store((static_cast<double>(stamp) * av_q2d(timeBase) - start_) / duration_);
+    }
+    void read() {
+        if (duration_ > 0 || input_.pb == nullptr)
+            return;
+        const int64_t size = avio_size(input_.pb);
+        if (size > 0)
+            store(static_cast<double>(avio_tell(input_.pb)) / static_cast<double>(size));
+    }
+    const std::atomic<double>& fraction() const { return fraction_; }
+
+private:
+    // Streams interleave, so a packet may be stamped a little before the previous one:
+    // progress only moves forward. Stamps before the start (edit lists) say nothing new.
+    void store(double value) {
+        if (value > highest_) {
+            highest_ = std::min(value, 1.0);
+            fraction_.store(highest_, std::memory_order_relaxed);
+        }
+    }
+
+    const AVFormatContext& input_;
+    double duration_;
+    double start_;
+    double highest_ = 0.0; // touched by the export loop only
+    std::atomic<double> fraction_{0.0};
+};
+
+// The export loop: packets in file order through their lanes into the muxer.
+void runExport(const fs::path& inputFile, Preset preset, Container container,
+               const fs::path& destination, const Progress& progress, std::stop_token stop) {
+    if (stop.stop_requested())
+        throw Cancelled();
+    const std::string fileName = inputFile.filename().string();
+    LibAv::Input input;
+    try {
+        input = LibAv::openInput(inputFile);
+    } catch (const LibAv::Error&) {
+        throw ConversionError::unreadableVideo(fileName);
+    }
+    LibAv::Output output = LibAv::openOutput(destination, muxer(container));
+    Lanes lanes = makeLanes(*input, *output, preset, fileName);
+    writeHeader(*output, container);
+
+    Position position(*input);
+    const ProgressPoller poller(progress, position.fraction());
+    const StreamLane::Write write = [&](AVPacket& packet) {
+        position.written(packet, output->streams[packet.stream_index]->time_base);
+        check(av_interleaved_write_frame(output.get(), &packet));
+    };
+    const LibAv::Packet packet = LibAv::makePacket();
+    for (;;) {
+        if (stop.stop_requested())
+            throw Cancelled();
+        const int read = av_read_frame(input.get(), packet.get());
+        if (read == AVERROR_EOF)
+            break;
+        check(read);
+        position.read();
+        if (StreamLane* lane = lanes[static_cast<std::size_t>(packet->stream_index)].get())
+            lane->send(*packet, write);
+        av_packet_unref(packet.get());
+    }
+    for (const auto& lane : lanes)
+        if (lane)
+            lane->flush(write);
+    check(av_write_trailer(output.get()));
+}
+
+Preset firstPreset(Recipe recipe) {
+    switch (recipe) {
+    case Recipe::toMP4:
+    case Recipe::toMOV:
+        return Preset::passthrough;
+    case Recipe::video720:
+        return Preset::hd720;
+    case Recipe::video1080:
+        return Preset::hd1080;
+    case Recipe::videoHEVC:
+        return Preset::hevcHighestQuality;
+    default:
+        throw ConversionError::unsupportedRecipe();
+    }
+}
+
+void removeQuietly(const fs::path& file) {
+    std::error_code ignored;
+    fs::remove(file, ignored);
+}
+
+// The rewrap is its own test: whatever stops it, the partial file goes and the whole
+// movie is encoded once more at the highest quality under the same name.
+void rewrapOrEncode(const fs::path& input, Container container, const fs::path& destination,
+                    const Progress& progress, std::stop_token stop) {
+    try {
+        exportAsset(input, Preset::passthrough, container, destination, progress, stop);
+        return;
+    } catch (const std::exception&) {
+        removeQuietly(destination);
+    }
+    exportAsset(input, Preset::highestQuality, container, destination, progress, stop);
+}
+
+} // namespace
+
+void exportAsset(const fs::path& input, Preset preset, Container container,
+                 const fs::path& destination, const Progress& progress, std::stop_token stop) {
+    try {
+        runExport(input, preset, container, destination, progress, stop);
+    } catch (const Cancelled&) {
+        throw; // the partial output is the caller's
+    } catch (const ConversionError&) {
+        removeQuietly(destination);
+        throw;
+    } catch (const std::exception& error) {
+        removeQuietly(destination);
+        throw ConversionError(error.what());
+    }
+}
+
+fs::path convert(const fs::path& input, Recipe recipe, const ConversionOptions& options,
+                 const Progress& progress, std::stop_token stop) {
+    try {
+        LibAv::openInput(input);
+    } catch (const LibAv::Error&) {
+        throw ConversionError::unreadableVideo(input.filename().string());
+    }
+    const std::string ext(recipe.outputExtension().value_or("mp4"));
+    const Container container = ext == "mov" ? Container::quickTimeMovie : Container::mpeg4;
+    const Preset preset = firstPreset(recipe);
+
+    ResultFile result(input, ext, options.keepMetadata);
+    try {
+        if (preset == Preset::passthrough)
+            rewrapOrEncode(input, container, result.path(), progress, stop);
+        else
+            exportAsset(input, preset, container, result.path(), progress, stop);
+    } catch (const Cancelled&) {
+        if (fs::exists(result.path()))
+            result.publishPartial();
+        throw;
+    }
+    return result.publish();
+}
+
+} // namespace kelvane::VideoTools

@@ -1,0 +1,155 @@
+#include "MediaFixtures.h"
+#include "engine/Engine.h"
+#include "fixtures/TempFolder.h"
+#include "media/AudioTools.h"
+#include "naming/ConversionError.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+namespace kelvane {
+namespace {
+
+namespace fs = std::filesystem;
+using fixtures::ffmpeg;
+using fixtures::probe;
+
+fs::path convert(const fs::path& input, Recipe recipe) {
+    return AudioTools::convert(input, recipe, ConversionOptions(), [](double) {});
+}
+
+int peak(const std::vector<int16_t>& samples) {
+    int highest = 0;
+    for (const int16_t sample : samples)
+        highest = std::max(highest, std::abs(static_cast<int>(sample)));
+    return highest;
+}
+
+TEST(AudioTools, PcmKeepsTheSamplesRateChannelsAndByteOrderOfEachContainer) {
+    const fixtures::TempFolder temp;
+    ffmpeg(temp.path(), "-f lavfi -i sine=f=440:r=22050:d=1 -c:a flac -sample_fmt s16 Voice.flac");
+    const std::vector<int16_t> source = fixtures::decodeS16(temp / "Voice.flac");
+    ASSERT_EQ(source.size(), 22050u);
+    struct Case {
+        Recipe recipe;
+        const char* format;
+        const char* codec;
+    };
+    for (const Case& each :
+         {Case{Recipe::toWAV, "wav", "pcm_s16le"}, Case{Recipe::toAIFF, "aiff", "pcm_s16be"},
+          Case{Recipe::toCAF, "caf", "pcm_s16le"}}) {
+        SCOPED_TRACE(each.format);
+        const fs::path result = convert(temp / "Voice.flac", each.recipe);
+        EXPECT_EQ(result.extension().string(), std::string(".") + each.format);
+        const auto info = probe(result);
+        EXPECT_EQ(info.format, each.format);
+        const auto audio = info.first(AVMEDIA_TYPE_AUDIO);
+        EXPECT_EQ(audio.codec, each.codec);
+        EXPECT_EQ(audio.sampleRate, 22050);
+        EXPECT_EQ(audio.channels, 1);
+        EXPECT_EQ(fixtures::decodeS16(result), source);
+    }
+    // The WAV's data chunk holds the very samples, little-endian.
+    const std::string wav = fixtures::readFile(temp / "Voice (converted).wav");
+    const std::size_t data = wav.find("data") + 8;
+    EXPECT_EQ(static_cast<int16_t>(static_cast<unsigned char>(wav[data + 20]) |
+                                   static_cast<unsigned char>(wav[data + 21]) << 8),
+              source[10]);
+}
+
+TEST(AudioTools, SurroundBecomesStereoAndEveryTrackIsMixed) {
+    const fixtures::TempFolder temp;
+    ffmpeg(temp.path(), "-f lavfi -i sine=f=300:r=48000:d=1 -af 'pan=5.1|c0=c0|c1=c0' -c:a aac "
+                        "Surround.mp4");
+    const auto stereo =
+        probe(convert(temp / "Surround.mp4", Recipe::toWAV)).first(AVMEDIA_TYPE_AUDIO);
+    EXPECT_EQ(stereo.channels, 2);
+    EXPECT_EQ(stereo.sampleRate, 48000);
+
+    ffmpeg(temp.path(), "-f lavfi -i sine=f=500:r=44100:d=1 -c:a pcm_s16le One.wav");
+    ffmpeg(temp.path(), "-f lavfi -i sine=f=500:r=44100:d=1 -f lavfi -i sine=f=500:r=44100:d=1 "
+                        "-f lavfi -i testsrc2=s=160x90:r=5:d=1 -map 2 -map 0 -map 1 -c:v "
+                        "libx264 -c:a pcm_s16le Languages.mkv");
+    const int single = peak(fixtures::decodeS16(convert(temp / "One.wav", Recipe::toWAV)));
+    const int mixed = peak(fixtures::decodeS16(convert(temp / "Languages.mkv", Recipe::toAIFF)));
+    EXPECT_NEAR(static_cast<double>(mixed) / single, 2.0, 0.1); // two equal tones add up
+}
+
+TEST(AudioTools, CompressedSourcesOfEveryKindBecomePcm) {
+    const fixtures::TempFolder temp;
+    ffmpeg(temp.path(), "-f lavfi -i sine=r=44100:d=1 -c:a libmp3lame Song.mp3");
+    ffmpeg(temp.path(), "-f lavfi -i sine=r=48000:d=1 -c:a libopus Song.opus");
+    ffmpeg(temp.path(), "-f lavfi -i sine=r=44100:d=1 -c:a libvorbis Song.ogg");
+    for (const char* name : {"Song.mp3", "Song.opus", "Song.ogg"}) {
+        SCOPED_TRACE(name);
+        std::vector<double> reports;
+        const fs::path wav =
+            AudioTools::convert(temp / name, Recipe::toWAV, ConversionOptions(),
+                                [&](double fraction) { reports.push_back(fraction); });
+        const auto info = probe(wav);
+        EXPECT_NEAR(info.duration, 1.0, 0.1);
+        EXPECT_GT(peak(fixtures::decodeS16(wav)), 1000);
+        ASSERT_FALSE(reports.empty());
+        EXPECT_LE(*std::max_element(reports.begin(), reports.end()), 0.99);
+        fs::remove(wav);
+    }
+}
+
+TEST(AudioTools, M4AIsAacWithTheIndexFirstAndNoPicture) {
+    const fixtures::TempFolder temp;
+    ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -f lavfi -i sine=r=48000:d=1 "
+                        "-c:v libx264 -c:a aac -shortest Movie.mov");
+    ConversionOptions options;
+    const auto results =
+        Engine::run(Recipe::extractAudio, {temp / "Movie.mov"}, options, [](double) {});
+    ASSERT_EQ(results.size(), 1u);
+    EXPECT_EQ(results[0], temp / "Movie (converted).m4a");
+    const auto info = probe(results[0]);
+    EXPECT_EQ(info.count(AVMEDIA_TYPE_VIDEO), 0);
+    EXPECT_EQ(info.first(AVMEDIA_TYPE_AUDIO).codec, "aac");
+    EXPECT_EQ(info.first(AVMEDIA_TYPE_AUDIO).sampleRate, 48000);
+    EXPECT_NEAR(info.duration, 1.0, 0.1);
+    EXPECT_TRUE(fixtures::indexFirst(fixtures::readFile(results[0])));
+}
+
+TEST(AudioTools, SilentVideoAndUnreadableFilesHaveNoAudio) {
+    const fixtures::TempFolder temp;
+    ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -c:v libx264 Screen.mov");
+    temp.write("Empty.wav", "");
+    const auto failure = [&](const char* name, Recipe recipe) -> std::string {
+        try {
+            convert(temp / name, recipe);
+        } catch (const ConversionError& error) {
+            return error.message();
+        }
+        return "no failure";
+    };
+    EXPECT_EQ(failure("Screen.mov", Recipe::toWAV), "“Screen.mov” has no audio.");
+    EXPECT_EQ(failure("Screen.mov", Recipe::toM4A), "“Screen.mov” has no audio.");
+    EXPECT_EQ(failure("Empty.wav", Recipe::toCAF), "“Empty.wav” has no audio.");
+    EXPECT_EQ(temp.entries(), (std::vector<std::string>{"Empty.wav", "Screen.mov"}));
+}
+
+TEST(MediaEngine, EveryVideoAndAudioRecipeRunsThroughTheEngine) {
+    const fixtures::TempFolder temp;
+    ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -f lavfi -i sine=d=1 "
+                        "-c:v libx264 -c:a aac -shortest Clip.mkv");
+    for (const RecipeGroup group : {RecipeGroup::video, RecipeGroup::audio}) {
+        for (const Recipe recipe : group.recipes()) {
+            SCOPED_TRACE(std::string(recipe.rawValue()));
+            double last = -1;
+            const auto results = Engine::run(recipe, {temp / "Clip.mkv"}, ConversionOptions(),
+                                             [&](double fraction) { last = fraction; });
+            ASSERT_EQ(results.size(), 1u);
+            EXPECT_EQ(results[0].extension().string(),
+                      "." + std::string(recipe.outputExtension().value_or("")));
+            EXPECT_FALSE(probe(results[0]).streams.empty());
+            EXPECT_EQ(last, 1.0);
+            fs::remove(results[0]);
+        }
+    }
+}
+
+} // namespace
+} // namespace kelvane
