@@ -3,6 +3,7 @@
 #include "MainViews/MainViews.h"
 #include "MainViews/WindowModel.h"
 #include "Store/Store.h"
+#include "Worker/WorkerRunner.h"
 
 #include <QDir>
 #include <QGuiApplication>
@@ -43,6 +44,8 @@ int main(int argc, char** argv) {
 
     QSettings settings(QStringLiteral("Kelvane"), QStringLiteral("Kelvane"));
     kelvane::Store store(&settings);
+    // A file that crashes or hangs a decoder fails its own job, not the window.
+    store.setRunner(kelvane::WorkerRunner());
     kelvane::Appearance appearance;
     kelvane::WindowModel model(store);
     QQmlApplicationEngine engine;
