@@ -18,6 +18,7 @@ test: build-tests
 bench: build
 	@bash scripts/install-deps.sh --bench
 	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/documents.sh
+	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/images.sh
 
 deps:
 	@bash scripts/install-deps.sh

@@ -3,7 +3,6 @@
 #include "naming/ConversionError.h"
 
 #include <gtest/gtest.h>
-
 #include <mutex>
 
 namespace kelvane {
@@ -89,7 +88,7 @@ TEST(Engine, TheFirstFailureEndsTheRunAndKeepsEarlierResults) {
 TEST(Engine, FamiliesWithoutToolsRefuseInsteadOfPretending) {
     TempFolder temp;
     ProgressLog log;
-    EXPECT_EQ(failureOf(Recipe::toJPG, {temp.write("a.png", "x")}, log), "Unsupported recipe.");
+    EXPECT_EQ(failureOf(Recipe::toMP4, {temp.write("a.mov", "x")}, log), "Unsupported recipe.");
     EXPECT_EQ(failureOf(Recipe::zip, {temp.write("b.txt", "x")}, log), "Unsupported recipe.");
     EXPECT_EQ(log.reports().back(), 1.0);
     EXPECT_EQ(temp.entries().size(), 2u);
