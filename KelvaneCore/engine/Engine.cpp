@@ -2,6 +2,7 @@
 
 #include "archives/ArchiveTools.h"
 #include "documents/DocumentTools.h"
+#include "images/ImageTools.h"
 #include "media/AudioTools.h"
 #include "media/VideoTools.h"
 #include "naming/ConversionError.h"
@@ -21,14 +22,13 @@ void validate(Recipe recipe, const std::vector<path>& inputs) {
             throw ConversionError::recipeDoesNotWorkWith(recipe.title(), input.filename().string());
 }
 
-path convertDocument(const path& input, Recipe recipe, const ConversionOptions& options) {
+path convertDocument(const path& input, Recipe recipe, const ConversionOptions& options,
+                     const Progress& progress) {
     if (recipe == Recipe::pdfToPNG || recipe == Recipe::pdfToJPG)
-        throw ConversionError::unsupportedRecipe(); // PDF pages arrive with the image tools
+        return ImageTools::pdfPages(input, recipe == Recipe::pdfToPNG, options, progress);
     return DocumentTools::convert(input, recipe, options);
 }
 
-// One input through the tool family of the recipe's group. Families whose tools are not
-// part of this build refuse with the layer's sentence instead of pretending to work.
 path convertVideo(const path& input, Recipe recipe, const ConversionOptions& options,
                   const Progress& progress) {
     if (recipe == Recipe::videoToGIF)
@@ -43,11 +43,14 @@ path convertAudio(const path& input, Recipe recipe, const ConversionOptions& opt
     return AudioTools::convert(input, recipe, options, progress);
 }
 
+// One input through the tool family of the recipe's group.
 path convertOne(const path& input, Recipe recipe, const ConversionOptions& options,
                 const Progress& progress) {
     switch (recipe.group()) {
     case RecipeGroup::documents:
-        return convertDocument(input, recipe, options);
+        return convertDocument(input, recipe, options, progress);
+    case RecipeGroup::images:
+        return ImageTools::convert(input, recipe, options);
     case RecipeGroup::archives:
         if (recipe == Recipe::unzip)
             return ArchiveTools::unzip(input, progress);
@@ -56,17 +59,17 @@ path convertOne(const path& input, Recipe recipe, const ConversionOptions& optio
         return convertVideo(input, recipe, options, progress);
     case RecipeGroup::audio:
         return convertAudio(input, recipe, options, progress);
-    case RecipeGroup::images:
-        break;
     }
     throw ConversionError::unsupportedRecipe();
 }
 
 std::vector<path> convertCombined(Recipe recipe, const std::vector<path>& inputs,
-                                  const ConversionOptions&, const Progress& progress) {
+                                  const ConversionOptions& options, const Progress& progress) {
     if (recipe == Recipe::zip)
         return {ArchiveTools::zip(inputs, progress)};
-    throw ConversionError::unsupportedRecipe(); // images-to-PDF arrives with the image tools
+    if (recipe == Recipe::imagesToPDF)
+        return {ImageTools::imagesToPDF(inputs, options, progress)};
+    throw ConversionError::unsupportedRecipe();
 }
 
 } // namespace

@@ -85,13 +85,5 @@ TEST(Engine, TheFirstFailureEndsTheRunAndKeepsEarlierResults) {
     EXPECT_EQ(log.reports().back(), 1.0);
 }
 
-TEST(Engine, FamiliesWithoutToolsRefuseInsteadOfPretending) {
-    TempFolder temp;
-    ProgressLog log;
-    EXPECT_EQ(failureOf(Recipe::toJPG, {temp.write("a.png", "x")}, log), "Unsupported recipe.");
-    EXPECT_EQ(log.reports().back(), 1.0);
-    EXPECT_EQ(temp.entries().size(), 1u);
-}
-
 } // namespace
 } // namespace kelvane

@@ -1,0 +1,65 @@
+#pragma once
+
+// The libvips layer under ImageTools: loading, the metadata filter and encoding. Only the
+// image sources include this; the rest of the core sees ImageTools.h.
+
+// GLib's headers use `signals` as a name, which Qt defines as a macro.
+#pragma push_macro("signals")
+#undef signals
+#include <vips/vips8>
+#pragma pop_macro("signals")
+
+#include "images/ImageTools.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace kelvane::ImageTools {
+
+// Starts libvips once per process; safe from any thread.
+void ensureVips();
+
+// Images larger than this many pixels are refused from their header, before decoding.
+inline constexpr double maxPixelCount = 200'000'000.0;
+
+struct Loaded {
+    // Upright, decoded into memory, never larger than the cap; carries the source's metadata.
+    vips::VImage image;
+    // Dots per inch the file states, none when it states nothing usable.
+    std::optional<double> dpi;
+};
+
+// Throws ConversionError: unreadableImage when the file is no image (or claims more pixels
+// than maxPixelCount), couldNotDecode when its pixels cannot be decoded.
+Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel = std::nullopt);
+
+// The resolution a file states in dots per inch, none when it states nothing usable.
+std::optional<double> statedDpi(const vips::VImage& image);
+
+bool hasAlpha(const vips::VImage& image);
+// Composited on opaque white; the image unchanged when it has no alpha.
+vips::VImage flatten(const vips::VImage& image);
+// Flattened for the formats without transparency (JPEG, BMP), otherwise unchanged.
+vips::VImage prepared(const vips::VImage& image, ImageType type);
+// 8-bit sRGB (or grey) whatever the decoder produced.
+vips::VImage toSRGB8(const vips::VImage& image);
+
+// A copy carrying only the metadata Kelvane passes on: EXIF (TIFF, GPS and camera details,
+// orientation reset), IPTC, resolution and the colour profile. keepSource false gives a copy
+// with none of the source's metadata, colours converted to sRGB.
+vips::VImage withMetadata(const vips::VImage& image, bool keepSource);
+
+// Whether this build of libvips has an encoder for `type`.
+bool canWrite(ImageType type);
+
+// Encodes one image file at `file`. quality (0…1) applies to JPEG and HEIC only.
+// Throws ConversionError: cannotWriteFormat without an encoder, couldNotSaveImage otherwise.
+void write(const vips::VImage& image, ImageType type, std::optional<double> quality,
+           bool keepMetadata, const std::filesystem::path& file);
+
+// The encoded bytes without metadata, none when encoding fails.
+std::optional<std::string> data(const vips::VImage& image, ImageType type,
+                                std::optional<double> quality);
+
+} // namespace kelvane::ImageTools

@@ -1,0 +1,62 @@
+#include "images/ImageOutput.h"
+#include "naming/ConversionError.h"
+#include "naming/OutputNaming.h"
+
+#include <algorithm>
+
+namespace kelvane::ImageTools {
+namespace {
+
+constexpr double stripQualityFloor = 0.92;
+
+std::filesystem::path convertFormat(const std::filesystem::path& input, Recipe recipe,
+                                    const ConversionOptions& options) {
+    const auto extension = recipe.outputExtension();
+    if (!extension)
+        throw ConversionError::unsupportedRecipe();
+    const std::optional<int> cap =
+        options.limitDimension ? std::optional(options.maxDimension) : std::nullopt;
+    const Loaded loaded = load(input, cap);
+    const Format format{typeForExtension(*extension), std::string(*extension)};
+    return writeBeside(loaded.image, input, format, options.quality, options.keepMetadata,
+                       OutputNaming::suffix, options.keepMetadata);
+}
+
+// The loader never enlarges, so an image already within maxDimension keeps its size.
+std::filesystem::path resize(const std::filesystem::path& input, const ConversionOptions& options) {
+    const Loaded loaded = load(input, options.maxDimension);
+    return writeBeside(loaded.image, input, sameFormat(input), options.quality,
+                       options.keepMetadata, "resized", options.keepMetadata);
+}
+
+std::filesystem::path stripMetadata(const std::filesystem::path& input,
+                                    const ConversionOptions& options) {
+    const Loaded loaded = load(input);
+    return writeBeside(loaded.image, input, sameFormat(input),
+                       std::max(options.quality, stripQualityFloor), false, "clean",
+                       options.keepMetadata);
+}
+
+bool isSingleImageRecipe(Recipe recipe) {
+    return recipe.group() == RecipeGroup::images && !recipe.combinesInputs();
+}
+
+} // namespace
+
+std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
+                              const ConversionOptions& options) {
+    if (!isSingleImageRecipe(recipe))
+        throw ConversionError::unsupportedRecipe();
+    switch (recipe) {
+    case Recipe::shrink:
+        return shrink(input, options);
+    case Recipe::resize:
+        return resize(input, options);
+    case Recipe::stripMetadata:
+        return stripMetadata(input, options);
+    default:
+        return convertFormat(input, recipe, options);
+    }
+}
+
+} // namespace kelvane::ImageTools

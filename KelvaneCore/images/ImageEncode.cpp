@@ -1,0 +1,94 @@
+#include "images/ImageCodec.h"
+#include "naming/ConversionError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+namespace kelvane::ImageTools {
+namespace {
+
+using vips::VImage;
+
+const char* saverFor(ImageType type) {
+    switch (type) {
+    case ImageType::jpeg:
+        return "jpegsave";
+    case ImageType::heic:
+        return "heifsave";
+    case ImageType::tiff:
+        return "tiffsave";
+    case ImageType::gif:
+        return "gifsave";
+    case ImageType::bmp:
+        return "magicksave"; // libvips has no BMP writer of its own
+    case ImageType::png:
+        break;
+    }
+    return "pngsave";
+}
+
+int qualityFactor(double quality) {
+    return std::clamp(static_cast<int>(std::lround(quality * 100.0)), 1, 100);
+}
+
+// Options of the saver, quality only where the format is lossy.
+vips::VOption* saveOptions(ImageType type, std::optional<double> quality, bool strip) {
+    vips::VOption* options = VImage::option()->set("strip", strip);
+    const bool lossy = type == ImageType::jpeg || type == ImageType::heic;
+    if (lossy && quality)
+        options->set("Q", qualityFactor(*quality));
+    if (type == ImageType::heic)
+        options->set("compression", VIPS_FOREIGN_HEIF_COMPRESSION_HEVC);
+    if (type == ImageType::tiff)
+        options->set("compression", VIPS_FOREIGN_TIFF_COMPRESSION_LZW);
+    if (type == ImageType::bmp)
+        options->set("format", "BMP3"); // the classic BMP every viewer reads
+    return options;
+}
+
+VImage ready(const VImage& image, ImageType type, bool keepMetadata) {
+    return withMetadata(prepared(image, type), keepMetadata);
+}
+
+} // namespace
+
+bool canWrite(ImageType type) {
+    ensureVips();
+    return vips_type_find("VipsOperation", saverFor(type)) != 0;
+}
+
+void write(const vips::VImage& image, ImageType type, std::optional<double> quality,
+           bool keepMetadata, const std::filesystem::path& file) {
+    if (!canWrite(type))
+        throw ConversionError::cannotWriteFormat(preferredExtension(type));
+    try {
+        const VImage output = ready(image, type, keepMetadata);
+        vips::VOption* options = saveOptions(type, quality, !keepMetadata);
+        VImage::call(saverFor(type), options->set("in", output)->set("filename", file.c_str()));
+    } catch (const vips::VError&) {
+        throw ConversionError::couldNotSaveImage();
+    }
+}
+
+std::optional<std::string> data(const vips::VImage& image, ImageType type,
+                                std::optional<double> quality) {
+    if (!canWrite(type))
+        return std::nullopt;
+    VipsBlob* blob = nullptr;
+    try {
+        const std::string saver = std::string(saverFor(type)) + "_buffer";
+        const VImage output = ready(image, type, false);
+        vips::VOption* options = saveOptions(type, quality, true);
+        VImage::call(saver.c_str(), options->set("in", output)->set("buffer", &blob));
+    } catch (const vips::VError&) {
+        return std::nullopt;
+    }
+    const std::unique_ptr<VipsArea, decltype(&vips_area_unref)> owner(VIPS_AREA(blob),
+                                                                      vips_area_unref);
+    std::size_t length = 0;
+    const void* bytes = vips_blob_get(blob, &length);
+    return std::string(static_cast<const char*>(bytes), length);
+}
+
+} // namespace kelvane::ImageTools

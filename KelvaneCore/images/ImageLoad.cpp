@@ -1,0 +1,102 @@
+#include "images/ImageCodec.h"
+#include "naming/ConversionError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace kelvane::ImageTools {
+namespace {
+
+using vips::VImage;
+
+// Reading the header costs no pixel memory: libvips decodes lazily.
+VImage header(const std::filesystem::path& file) {
+    try {
+        return VImage::new_from_file(file.c_str(),
+                                     VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
+    } catch (const vips::VError&) {
+        throw ConversionError::unreadableImage(file.filename().string());
+    }
+}
+
+// Upright (the thumbnail path applies the EXIF orientation), bounded by `size`, decoded at
+// once so that damage shows here rather than halfway through writing the result.
+VImage decode(const std::filesystem::path& file, const std::string& loadOptions, int size) {
+    try {
+        const VImage image = VImage::thumbnail((file.string() + loadOptions).c_str(), size,
+                                               VImage::option()
+                                                   ->set("height", size)
+                                                   ->set("size", VIPS_SIZE_DOWN)
+                                                   ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
+        return image.copy_memory();
+    } catch (const vips::VError&) {
+        throw ConversionError::couldNotDecode(file.filename().string());
+    }
+}
+
+// HEIF files from phones hold thumbnails, depth maps and sometimes several top-level images;
+// the picture is the one the file marks as primary.
+std::string loadOptionsFor(const VImage& source) {
+    if (source.get_typeof("heif-primary") == 0)
+        return {};
+    return "[page=" + std::to_string(source.get_int("heif-primary")) + "]";
+}
+
+} // namespace
+
+std::optional<double> statedDpi(const vips::VImage& image) {
+    // libvips reports 1 pixel per millimetre and no unit when a file states no resolution.
+    const double pixelsPerMM = image.xres();
+    const bool stated = image.get_typeof("resolution-unit") != 0 || pixelsPerMM != 1.0;
+    if (!stated || !std::isfinite(pixelsPerMM) || pixelsPerMM <= 0)
+        return std::nullopt;
+    return pixelsPerMM * 25.4;
+}
+
+Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel) {
+    ensureVips();
+    const VImage source = header(file);
+    // A decompression bomb claims a huge canvas in a tiny file: refuse it before any
+    // pixel is allocated.
+    const double pixels = static_cast<double>(source.width()) * source.height();
+    if (pixels < 1 || pixels > maxPixelCount)
+        throw ConversionError::unreadableImage(file.filename().string());
+
+    const int longest = std::max({source.width(), source.height(), 1});
+    const int size = maxPixel ? std::clamp(*maxPixel, 1, longest) : longest;
+    return {decode(file, loadOptionsFor(source), size), statedDpi(source)};
+}
+
+bool hasAlpha(const vips::VImage& image) {
+    return image.has_alpha();
+}
+
+vips::VImage toSRGB8(const vips::VImage& image) {
+    const VipsInterpretation interpretation = image.interpretation();
+    if (image.format() == VIPS_FORMAT_UCHAR &&
+        (interpretation == VIPS_INTERPRETATION_sRGB || interpretation == VIPS_INTERPRETATION_B_W))
+        return image;
+    VImage converted = image;
+    try {
+        converted = image.colourspace(image.bands() >= 3 ? VIPS_INTERPRETATION_sRGB
+                                                         : VIPS_INTERPRETATION_B_W);
+    } catch (const vips::VError&) {
+        // An interpretation libvips cannot convert from: keep the numbers as they are.
+    }
+    return converted.format() == VIPS_FORMAT_UCHAR ? converted : converted.cast(VIPS_FORMAT_UCHAR);
+}
+
+vips::VImage flatten(const vips::VImage& image) {
+    if (!hasAlpha(image))
+        return image;
+    return toSRGB8(image).flatten(VImage::option()->set("background", std::vector<double>{255.0}));
+}
+
+vips::VImage prepared(const vips::VImage& image, ImageType type) {
+    if (type == ImageType::jpeg || type == ImageType::bmp)
+        return flatten(image);
+    return image;
+}
+
+} // namespace kelvane::ImageTools

@@ -1,0 +1,100 @@
+#include "fixtures/ImageFixtures.h"
+#include "images/ImageTools.h"
+#include "naming/ConversionError.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace kelvane {
+namespace {
+
+using fixtures::TempFolder;
+using fixtures::VImage;
+namespace fs = std::filesystem;
+
+ConversionOptions target(double megabytes) {
+    ConversionOptions options;
+    options.targetMB = megabytes;
+    return options;
+}
+
+std::string failureOf(const fs::path& input, double megabytes) {
+    try {
+        ImageTools::shrink(input, target(megabytes));
+    } catch (const ConversionError& error) {
+        return error.message();
+    }
+    return "no error";
+}
+
+// The widths the search passes through: each 0.75 of the one before, truncated.
+bool isReductionOf(int width, int original) {
+    for (int size = original; size >= 17; size = static_cast<int>(size * 0.75))
+        if (size == width)
+            return true;
+    return false;
+}
+
+TEST(Shrink, StaysUnderEveryTargetAndScalesOnlyWhenItMust) {
+    TempFolder temp;
+    const fs::path photo = fixtures::save(fixtures::noisyPicture(1200, 900), temp / "photo.png");
+    for (const double megabytes : {0.05, 0.2, 1.0, 20.0}) {
+        const fs::path result = ImageTools::shrink(photo, target(megabytes));
+        const auto bytes = fs::file_size(result);
+        EXPECT_LE(bytes, static_cast<std::uintmax_t>(megabytes * 1'000'000)) << megabytes;
+        if (megabytes <= 1.0) { // 20 MB is beyond even the best quality of this picture
+            EXPECT_GE(bytes, static_cast<std::uintmax_t>(megabytes * 1'000'000 * 0.5))
+                << "far below the target " << megabytes;
+        }
+        const VImage back = fixtures::readBack(result);
+        EXPECT_EQ(back.get_string("vips-loader"), std::string("jpegload"));
+        EXPECT_TRUE(isReductionOf(back.width(), 1200)) << back.width();
+        EXPECT_NEAR(static_cast<double>(back.width()) / back.height(), 4.0 / 3.0, 0.02);
+        if (megabytes >= 1.0) {
+            EXPECT_EQ(back.width(), 1200) << "scaled although quality 0.1 fitted";
+        }
+        if (megabytes == 0.05) {
+            EXPECT_LT(back.width(), 1200) << "a 0.05 MB noise picture must be scaled";
+        }
+    }
+}
+
+TEST(Shrink, ResultsAreNamedShrunkAndFlattenedForJpeg) {
+    TempFolder temp;
+    const VImage picture = fixtures::markedPicture(80, 60);
+    const fs::path png = fixtures::save(picture.bandjoin_const({0.0}).copy(VImage::option()->set(
+                                            "interpretation", VIPS_INTERPRETATION_sRGB)),
+                                        temp / "clear.png");
+    const fs::path result = ImageTools::shrink(png, target(1));
+    EXPECT_EQ(result, temp / "clear (shrunk).jpg");
+    const VImage back = fixtures::readBack(result);
+    EXPECT_FALSE(back.has_alpha());
+    EXPECT_GT(fixtures::colourAt(back, 40, 30)[0], 240);
+    EXPECT_GT(fixtures::colourAt(back, 40, 30)[2], 240);
+}
+
+TEST(Shrink, HeicStaysHeic) {
+    TempFolder temp;
+    const fs::path heic = fixtures::save(fixtures::noisyPicture(128, 96), temp / "phone.HEIC",
+                                         VImage::option()->set("Q", 95));
+    const fs::path result = ImageTools::shrink(heic, target(0.008));
+    EXPECT_EQ(result, temp / "phone (shrunk).heic");
+    EXPECT_LE(fs::file_size(result), 8000u);
+    EXPECT_EQ(fixtures::readBack(result).get_string("vips-loader"), std::string("heifload"));
+}
+
+TEST(Shrink, ATinyImageThatCannotFitFailsAtOnceAndWritesNothing) {
+    TempFolder temp;
+    const fs::path tiny = fixtures::save(fixtures::noisyPicture(20, 20), temp / "tiny.png");
+    EXPECT_EQ(failureOf(tiny, 0.0001),
+              "Couldn’t get “tiny.png” under " + Recipe::formatMB(0.0001) + ".");
+    for (const double nonsense : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN(),
+                                  std::numeric_limits<double>::infinity()})
+        EXPECT_EQ(failureOf(tiny, nonsense).rfind("Couldn’t get “tiny.png” under", 0), 0u)
+            << nonsense;
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"tiny.png"});
+}
+
+} // namespace
+} // namespace kelvane
