@@ -30,7 +30,7 @@ void requireAudio(const std::filesystem::path& input) {
 std::filesystem::path m4a(const std::filesystem::path& input, const ConversionOptions& options,
                           const Progress& progress) {
     ResultFile result(input, "m4a", options.keepMetadata);
-    VideoTools::exportAsset(input, VideoTools::Preset::appleM4A, VideoTools::Container::appleM4A,
+    VideoTools::exportAsset(input, VideoTools::Preset::m4aAudio, VideoTools::Container::m4aAudio,
                             result.path(), progress);
     return result.publish();
 }

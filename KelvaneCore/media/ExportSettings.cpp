@@ -116,7 +116,7 @@ const char* muxer(Container container) {
     switch (container) {
     case Container::quickTimeMovie:
         return "mov";
-    case Container::appleM4A:
+    case Container::m4aAudio:
         return "ipod";
     case Container::mpeg4:
         break;
@@ -171,7 +171,7 @@ LibAv::Codec openAudioEncoder(Preset preset, const AVCodecContext& decoder,
     context->sample_fmt = AV_SAMPLE_FMT_FLTP;
     context->time_base = {1, context->sample_rate};
     // 128 kb/s a channel for music files, 96 beside a picture: transparent for AAC.
-    const int perChannel = preset == Preset::appleM4A ? 128000 : 96000;
+    const int perChannel = preset == Preset::m4aAudio ? 128000 : 96000;
     context->bit_rate = static_cast<int64_t>(perChannel) * context->ch_layout.nb_channels;
     AVDictionary* options = nullptr;
     openEncoder(*context, *codec, output, &options);

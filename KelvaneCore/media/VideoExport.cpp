@@ -53,7 +53,7 @@ using Lanes = std::vector<std::unique_ptr<StreamLane>>; // by input stream index
 Lanes makeLanes(const AVFormatContext& input, AVFormatContext& output, Preset preset,
                 const std::string& fileName) {
     Lanes lanes(input.nb_streams);
-    const bool audioOnly = preset == Preset::appleM4A;
+    const bool audioOnly = preset == Preset::m4aAudio;
     if (!audioOnly) {
         const int video = videoStream(input);
         if (video < 0)

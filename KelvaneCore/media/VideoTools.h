@@ -20,10 +20,10 @@ enum class Preset {
     hd720,              // H.264 + AAC inside 1280 × 720, shape kept, never scaled up
     hd1080,             // H.264 + AAC inside 1920 × 1080, shape kept, never scaled up
     hevcHighestQuality, // HEVC (tagged hvc1) + AAC at the source's size
-    appleM4A,           // the best audio track alone, AAC
+    m4aAudio,           // the best audio track alone, AAC
 };
 
-enum class Container { mpeg4, quickTimeMovie, appleM4A };
+enum class Container { mpeg4, quickTimeMovie, m4aAudio };
 
 // The job was cancelled through its stop token. Not a ConversionError: nothing failed.
 class Cancelled : public std::runtime_error {
