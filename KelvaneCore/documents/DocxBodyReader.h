@@ -5,6 +5,7 @@
 #include "documents/DocxStyles.h"
 #include "documents/Ooxml.h"
 
+#include <QPointer>
 #include <QTextCursor>
 #include <QXmlStreamReader>
 
@@ -93,7 +94,8 @@ private:
     const Styles& styles_;
     const Numbering& numbering_;
     QTextCursor cursor_;
-    std::map<std::pair<int, int>, QTextList*> lists_; // by numId and level
+    // By numId and level. Qt deletes a list once its last block leaves it.
+    std::map<std::pair<int, int>, QPointer<QTextList>> lists_;
     QTextCharFormat paragraphChars_;
     bool blockUnused_ = true; // the cursor's block is still empty and awaits a paragraph
     bool hasContent_ = false; // the current paragraph has shown something

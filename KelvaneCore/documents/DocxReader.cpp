@@ -133,8 +133,8 @@ void BodyReader::joinList(int numId, int level, QTextListFormat::Style style) {
     std::erase_if(lists_, [&](const auto& entry) {
         return entry.first.first == numId && entry.first.second > level;
     });
-    QTextList*& list = lists_[{numId, level}];
-    if (list != nullptr) {
+    QPointer<QTextList>& list = lists_[{numId, level}];
+    if (list) {
         list->add(cursor_.block());
         return;
     }

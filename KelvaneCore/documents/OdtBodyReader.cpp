@@ -245,7 +245,7 @@ void BodyReader::readList(int depth) {
     QString style = attribute(xml_, ns::text, "style-name");
     if (style.isEmpty() && !lists_.empty())
         style = lists_.back().style;
-    lists_.push_back({style});
+    lists_.push_back({style, nullptr, false});
     while (xml_.readNextStartElement()) {
         const bool item = isElement(xml_, ns::text, u"list-item");
         if (!item && !isElement(xml_, ns::text, u"list-header")) {

@@ -2,6 +2,7 @@
 
 #include "documents/OdtStyles.h"
 
+#include <QPointer>
 #include <QTextCursor>
 #include <QTextDocumentFragment>
 #include <QXmlStreamReader>
@@ -48,7 +49,8 @@ private:
     };
     struct ListLevel {
         QString style;
-        QTextList* list = nullptr;
+        // Qt deletes a list once its last block leaves it (another list can take it over).
+        QPointer<QTextList> list;
         bool awaitingItem = false; // the next paragraph starts a numbered item
     };
     struct Table {

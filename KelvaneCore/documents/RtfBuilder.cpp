@@ -178,7 +178,7 @@ void Builder::joinList(const ListItem& item) {
     std::erase_if(lists_, [&](const auto& entry) {
         return entry.first.first == item.group && entry.first.second > item.level;
     });
-    QTextList*& list = lists_[{item.group, item.level}];
+    QPointer<QTextList>& list = lists_[{item.group, item.level}];
     if (list && list->format().style() == item.style) {
         list->add(cursor_.block());
         return;

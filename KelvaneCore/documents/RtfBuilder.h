@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QSizeF>
 #include <QTextBlockFormat>
 #include <QTextCharFormat>
@@ -70,7 +71,8 @@ private:
     bool blockTouched_ = false; // the current block holds content
     bool breakBefore_ = false;  // the current block starts a page
     bool pendingBreak_ = false; // the next block starts a page
-    std::map<std::pair<int, int>, QTextList*> lists_;
+    // Qt deletes a list once its last block leaves it (another list can take it over).
+    std::map<std::pair<int, int>, QPointer<QTextList>> lists_;
 
     QTextTable* table_ = nullptr;
     int rowCells_ = 0; // cells the last \trowd defined
