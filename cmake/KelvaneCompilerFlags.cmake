@@ -23,3 +23,14 @@ if(KELVANE_FUZZ)
     endif()
     target_compile_options(kelvane_compiler_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+
+# Qt's and the standard library's headers parsed once per target instead of once per file:
+# most of a clean build's time otherwise goes into parsing them again and again.
+option(KELVANE_PRECOMPILE_HEADERS "Precompile the common Qt and standard headers" ON)
+function(kelvane_precompile_headers target)
+    if(KELVANE_PRECOMPILE_HEADERS)
+        target_precompile_headers(${target} PRIVATE
+            <QByteArray> <QList> <QObject> <QString>
+            <filesystem> <functional> <memory> <optional> <string> <vector> ${ARGN})
+    endif()
+endfunction()

@@ -27,6 +27,7 @@ targets=("$@")
 [[ ${#targets[@]} -gt 0 ]] || targets=("${!seeds[@]}")
 
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g1 -DNDEBUG" \
     -DCMAKE_CXX_COMPILER=clang++ -DKELVANE_FUZZ=ON -DKELVANE_SANITIZE=ON -DKELVANE_WERROR=ON \
     >/dev/null
 cmake --build "$build" -j "$jobs" --target "${targets[@]}"
