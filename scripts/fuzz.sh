@@ -22,6 +22,7 @@ declare -A seeds=(
     [RtfReaderFuzzer]=rtf
     [OptionsJsonFuzzer]=options
     [UnzipFuzzer]=zip
+    [UriListFuzzer]=uri-list
 )
 targets=("$@")
 [[ ${#targets[@]} -gt 0 ]] || targets=("${!seeds[@]}")

@@ -22,8 +22,10 @@ QList<QUrl> urlsFromUriList(const QByteArray& uriList) {
 
 std::vector<std::filesystem::path> loadURLs(const QList<QUrl>& urls) {
     std::vector<std::filesystem::path> files;
+    // "file:file:///x" is a local file URL too, but its path is relative: nothing a drop
+    // could mean, so only absolute paths count.
     for (const QUrl& url : urls)
-        if (url.isLocalFile() && !url.toLocalFile().isEmpty())
+        if (url.isLocalFile() && url.toLocalFile().startsWith(QLatin1Char('/')))
             files.emplace_back(url.toLocalFile().toStdString());
 
     // The C locale's collation knows nothing of numbers; natural order needs a real one.

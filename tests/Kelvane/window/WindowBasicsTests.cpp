@@ -139,6 +139,13 @@ TEST(LoadURLs, ReadsAUriListWithCommentsAndEncodedNames) {
               (std::vector<std::filesystem::path>{"/home/u/Scan 9.png", "/home/u/Scan 10.png"}));
 }
 
+TEST(LoadURLs, AFileUrlWithARelativePathIsNoFile) {
+    // Found by fuzzing: "file:file:///…" parses as a local file whose path is relative,
+    // which would have been taken from wherever the application was started.
+    const auto urls = urlsFromUriList("file:file:///tmp/caf///%C3%A9%20\nfile:///tmp/real.txt\n");
+    EXPECT_EQ(loadURLs(urls), (std::vector<std::filesystem::path>{"/tmp/real.txt"}));
+}
+
 TEST(Symbols, EverySymbolTheWindowUsesHasAGlyphInTheIconFont) {
     const QString family = Symbols::fontFamily();
     ASSERT_FALSE(family.isEmpty());
