@@ -80,17 +80,17 @@ void writeZip(const fs::path& zip, const std::vector<EntrySpec>& entries,
     }
     if (archive_write_open_filename(a, zip.c_str()) != ARCHIVE_OK)
         throw std::runtime_error(archive_error_string(a));
-    for (const EntrySpec& spec : entries) {
+    for (const EntrySpec& wanted : entries) {
         std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
                                                                             archive_entry_free);
         archive_entry* e = entry.get();
-        archive_entry_set_pathname_utf8(e, spec.name.c_str());
+        archive_entry_set_pathname_utf8(e, wanted.name.c_str());
         archive_entry_set_mtime(e, 1'700'000'000, 0);
-        switch (spec.type) {
+        switch (wanted.type) {
         case EntrySpec::Type::file:
             archive_entry_set_filetype(e, AE_IFREG);
             archive_entry_set_perm(e, 0644);
-            archive_entry_set_size(e, static_cast<la_int64_t>(spec.contents.size()));
+            archive_entry_set_size(e, static_cast<la_int64_t>(wanted.contents.size()));
             break;
         case EntrySpec::Type::folder:
             archive_entry_set_filetype(e, AE_IFDIR);
@@ -99,13 +99,13 @@ void writeZip(const fs::path& zip, const std::vector<EntrySpec>& entries,
         case EntrySpec::Type::link:
             archive_entry_set_filetype(e, AE_IFLNK);
             archive_entry_set_perm(e, 0777);
-            archive_entry_set_symlink_utf8(e, spec.contents.c_str());
+            archive_entry_set_symlink_utf8(e, wanted.contents.c_str());
             break;
         }
         if (archive_write_header(a, e) < ARCHIVE_WARN)
             throw std::runtime_error(archive_error_string(a));
-        if (spec.type == EntrySpec::Type::file)
-            archive_write_data(a, spec.contents.data(), spec.contents.size());
+        if (wanted.type == EntrySpec::Type::file)
+            archive_write_data(a, wanted.contents.data(), wanted.contents.size());
     }
     if (archive_write_close(a) != ARCHIVE_OK)
         throw std::runtime_error(archive_error_string(a));
