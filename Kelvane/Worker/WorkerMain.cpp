@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -123,17 +124,26 @@ void runJob(MessageChannel& channel, Recipe recipe, const ConversionOptions& opt
     channel.send(WorkerProtocol::doneLine());
 }
 
+// Text layout and fonts need a GUI application, and starting one (fonts, platform) is most
+// of a worker's start-up: only document jobs get one, the first time one arrives. The
+// offscreen platform needs no display.
+void startGuiApplicationFor(Recipe recipe, char* programName) {
+    static std::unique_ptr<QGuiApplication> application;
+    if (application || recipe.group() != RecipeGroup::documents)
+        return;
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    static int argc = 1;
+    static char* argv[] = {programName, nullptr};
+    application = std::make_unique<QGuiApplication>(argc, argv);
+}
+
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int, char** argv) {
     exitWithParent();
     const rlimit noCoreDumps{0, 0};
     ::setrlimit(RLIMIT_CORE, &noCoreDumps);
     MessageChannel channel;
-    // Started ahead of its first job: everything that does not depend on a job happens now.
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    int qtArgc = std::min(argc, 1);
-    QGuiApplication application(qtArgc, argv);
 
     // One job after another until the runner closes the socket.
     while (const auto line = readJobLine()) {
@@ -141,6 +151,7 @@ int main(int argc, char** argv) {
         if (!job)
             return 2;
         channel.send(WorkerProtocol::acceptedLine());
+        startGuiApplicationFor(job->recipe, argv[0]);
         applyLimits(job->cpuSeconds, job->memoryBytes);
         runJob(channel, job->recipe, job->options, job->inputs);
     }
