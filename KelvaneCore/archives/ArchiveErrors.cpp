@@ -40,10 +40,14 @@ std::string sizeLabel(std::int64_t bytes) {
 } // namespace
 
 ConversionError toolFailed(std::string_view tool, archive* a, int status) {
-    const std::string reason = LibArchive::errorText(a);
-    if (!reason.empty())
-        return ConversionError(reason);
-    return ConversionError::archiverFailed(tool, status);
+    std::string reason = LibArchive::errorText(a);
+    if (reason.empty())
+        return ConversionError::archiverFailed(tool, status);
+    // The library's texts are phrases ("Damaged Zip archive"); shown alone they end as a
+    // sentence does.
+    if (const char last = reason.back(); last != '.' && last != '?' && last != '!')
+        reason += '.';
+    return ConversionError(reason);
 }
 
 ConversionError changedWhileZipping(std::string_view fileName) {

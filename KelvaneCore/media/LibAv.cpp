@@ -1,5 +1,7 @@
 #include "media/LibAv.h"
 
+#include <cerrno>
+
 extern "C" {
 #include <libavutil/display.h>
 #include <libavutil/error.h>
@@ -27,7 +29,15 @@ void OutputDeleter::operator()(AVFormatContext* context) const {
 }
 
 Error::Error(int code)
-    : std::runtime_error(errorText(code)) {}
+    : std::runtime_error(errorText(code))
+    , code_(code) {}
+
+bool Error::isStorageFailure() const {
+    for (const int error : {ENOSPC, EDQUOT, EFBIG, EACCES, EPERM, EROFS, EIO})
+        if (code_ == AVERROR(error))
+            return true;
+    return false;
+}
 
 std::string errorText(int code) {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};

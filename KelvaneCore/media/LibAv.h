@@ -49,6 +49,14 @@ public:
     explicit Error(int code);
     explicit Error(const std::string& message)
         : std::runtime_error(message) {}
+
+    int code() const { return code_; }
+    // A full disk, a missing permission, a failing drive: the library's own text says it
+    // best. Anything else is the file's fault and gets the tool's sentence instead.
+    bool isStorageFailure() const;
+
+private:
+    int code_ = 0;
 };
 
 // "Invalid data found when processing input."

@@ -238,7 +238,9 @@ fs::path pcm(const fs::path& input, PcmContainer container, const ConversionOpti
     } catch (const ConversionError&) {
         throw;
     } catch (const LibAv::Error& error) {
-        throw ConversionError(error.what());
+        if (error.isStorageFailure())
+            throw ConversionError(error.what());
+        throw ConversionError::couldNotReadAudio();
     } catch (const std::exception&) {
         throw ConversionError::conversionFailed();
     }

@@ -213,6 +213,11 @@ void exportAsset(const fs::path& input, Preset preset, Container container,
     } catch (const ConversionError&) {
         removeQuietly(destination);
         throw;
+    } catch (const LibAv::Error& error) {
+        removeQuietly(destination);
+        if (error.isStorageFailure())
+            throw ConversionError(error.what());
+        throw ConversionError::exportDidNotFinish();
     } catch (const std::exception& error) {
         removeQuietly(destination);
         throw ConversionError(error.what());

@@ -230,8 +230,8 @@ TEST_F(HostileArchive, DamagedAndFakeArchivesFailWithTheReadersReason) {
     EXPECT_EQ(damaged.find('\n'), std::string::npos);
 
     const fs::path fake = temp.write("box/fake.zip", "\x89PNG\r\n\x1a\n not a zip at all");
-    EXPECT_EQ(refusal(fake), "Unrecognized archive format");
-    EXPECT_EQ(refusal(temp.write("box/empty.zip", "")), "Unrecognized archive format");
+    EXPECT_EQ(refusal(fake), "Unrecognized archive format.");
+    EXPECT_EQ(refusal(temp.write("box/empty.zip", "")), "Unrecognized archive format.");
 }
 
 TEST_F(HostileArchive, EncryptedArchivesGetAClearSentence) {

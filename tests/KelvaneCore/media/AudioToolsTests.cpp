@@ -131,6 +131,25 @@ TEST(AudioTools, SilentVideoAndUnreadableFilesHaveNoAudio) {
     EXPECT_EQ(temp.entries(), (std::vector<std::string>{"Empty.wav", "Screen.mov"}));
 }
 
+TEST(AudioTools, AnEmptyFlacFailsWithTheAudioSentenceNotTheLibrarysText) {
+    // The FLAC demuxer accepts an empty file as a stream with one audio track; decoding it
+    // then fails inside the library with "Invalid argument".
+    const fixtures::TempFolder temp;
+    temp.write("Empty.flac", "");
+    for (const Recipe recipe : {Recipe::toWAV, Recipe::toAIFF}) {
+        try {
+            convert(temp / "Empty.flac", recipe);
+            ADD_FAILURE() << "an empty FLAC converted";
+        } catch (const ConversionError& error) {
+            const std::string sentence = error.message();
+            EXPECT_TRUE(sentence == "Couldn’t read the audio." ||
+                        sentence == "“Empty.flac” has no audio.")
+                << sentence;
+        }
+    }
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"Empty.flac"});
+}
+
 TEST(MediaEngine, EveryVideoAndAudioRecipeRunsThroughTheEngine) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -f lavfi -i sine=d=1 "
