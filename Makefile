@@ -8,7 +8,7 @@ CMAKE_COMMON = -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
 FUZZ_SECONDS   ?= 600
 
-.PHONY: run test fuzz fuzz-smoke bench deps build build-tests format clean
+.PHONY: run test fuzz fuzz-smoke corruption bench deps build build-tests format clean
 
 run: build
 	./$(BUILD_DIR)/Kelvane/kelvane
@@ -31,6 +31,11 @@ fuzz: deps
 
 fuzz-smoke: deps
 	bash scripts/fuzz.sh 30
+
+# Every damaged variant of every format through every recipe that takes it (`make test`
+# runs a quick share of it).
+corruption: build
+	python3 tests/corruption/corruption_corpus.py --cli $(BUILD_DIR)/kelvane-cli/kelvane-cli
 
 deps:
 	@bash scripts/install-deps.sh

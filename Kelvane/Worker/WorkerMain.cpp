@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -121,7 +122,6 @@ void runJob(MessageChannel& channel, Recipe recipe, const ConversionOptions& opt
     } catch (const std::exception& failure) {
         channel.send(WorkerProtocol::errorLine(QString::fromUtf8(failure.what())));
     }
-    channel.send(WorkerProtocol::doneLine());
 }
 
 // Text layout and fonts need a GUI application, and starting one (fonts, platform) is most
@@ -137,6 +137,55 @@ void startGuiApplicationFor(Recipe recipe, char* programName) {
     application = std::make_unique<QGuiApplication>(argc, argv);
 }
 
+// With KELVANE_WORKER_STATS set, each job's peak memory and CPU time go to the standard
+// error as one line, for the corruption corpus and for profiling. The kernel's peak (VmHWM)
+// is reset before every job, so a reused worker reports each job on its own.
+class JobStatistics {
+public:
+    JobStatistics()
+        : enabled_(std::getenv("KELVANE_WORKER_STATS") != nullptr) {}
+
+    void start() {
+        if (!enabled_)
+            return;
+        std::ofstream("/proc/self/clear_refs") << "5";
+        cpuAtStart_ = cpuMilliseconds();
+    }
+
+    void report(Recipe recipe, const std::vector<std::filesystem::path>& inputs) const {
+        if (!enabled_)
+            return;
+        const std::string name(recipe.rawValue());
+        const std::string first =
+            inputs.empty() ? std::string() : inputs.front().filename().string();
+        std::fprintf(stderr, "kelvane-worker: peak %ld KiB, %ld ms CPU: %s %s\n", peakKiB(),
+                     cpuMilliseconds() - cpuAtStart_, name.c_str(), first.c_str());
+    }
+
+private:
+    static long cpuMilliseconds() {
+        rusage usage{};
+        ::getrusage(RUSAGE_SELF, &usage);
+        return (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1000 +
+               (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1000;
+    }
+
+    static long peakKiB() {
+        std::ifstream status("/proc/self/status");
+        std::string key;
+        long value = 0;
+        while (status >> key) {
+            if (key == "VmHWM:" && status >> value)
+                return value;
+            status.ignore(4096, '\n');
+        }
+        return 0;
+    }
+
+    bool enabled_;
+    long cpuAtStart_ = 0;
+};
+
 } // namespace
 
 int main(int, char** argv) {
@@ -144,6 +193,7 @@ int main(int, char** argv) {
     const rlimit noCoreDumps{0, 0};
     ::setrlimit(RLIMIT_CORE, &noCoreDumps);
     MessageChannel channel;
+    JobStatistics statistics;
 
     // One job after another until the runner closes the socket.
     while (const auto line = readJobLine()) {
@@ -153,7 +203,10 @@ int main(int, char** argv) {
         channel.send(WorkerProtocol::acceptedLine());
         startGuiApplicationFor(job->recipe, argv[0]);
         applyLimits(job->cpuSeconds, job->memoryBytes);
+        statistics.start();
         runJob(channel, job->recipe, job->options, job->inputs);
+        statistics.report(job->recipe, job->inputs);
+        channel.send(WorkerProtocol::doneLine());
     }
     return 0;
 }
