@@ -33,7 +33,8 @@ Error::Error(int code)
     , code_(code) {}
 
 bool Error::isStorageFailure() const {
-    for (const int error : {ENOSPC, EDQUOT, EFBIG, EACCES, EPERM, EROFS, EIO})
+    // Not EPERM: AVERROR(EPERM) is -1, what many library calls return for any failure.
+    for (const int error : {ENOSPC, EDQUOT, EFBIG, EACCES, EROFS, EIO})
         if (code_ == AVERROR(error))
             return true;
     return false;
