@@ -1,5 +1,6 @@
 #include "Worker/WorkerRunner.h"
 
+#include "Worker/Watchdog.h"
 #include "Worker/WorkerProcess.h"
 #include "Worker/WorkerProtocol.h"
 #include "catalogue/FileSize.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <poll.h>
 #include <set>
 #include <string>
@@ -55,15 +57,18 @@ void handle(const QByteArray& line, WorkerOutcome& outcome, const Engine::Progre
     }
 }
 
-// Reads messages until the worker says it is done, closes its end, or the deadline passes.
-WorkerOutcome readMessages(int fd, Clock::time_point deadline, const Engine::Progress& progress) {
+// Reads messages until the worker says it is done, closes its end, or the watchdog finds
+// it hung.
+WorkerOutcome readMessages(int fd, Watchdog& watchdog, const Engine::Progress& progress) {
     WorkerOutcome outcome;
     QByteArray pending;
     char buffer[4096];
     for (;;) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            watchdog.nextLook() - Clock::now());
         if (left.count() <= 0) {
+            if (watchdog.mayGoOn())
+                continue;
             outcome.timedOut = true;
             return outcome;
         }
@@ -114,8 +119,8 @@ WorkerOutcome runOn(WorkerProcess& worker, const QByteArray& job,
                     const WorkerRunner::Limits& limits, const Engine::Progress& progress) {
     if (!worker.send(job))
         return {};
-    WorkerOutcome outcome =
-        readMessages(worker.socket(), Clock::now() + limits.wallClock, progress);
+    Watchdog watchdog(worker.pid(), limits.wallClock);
+    WorkerOutcome outcome = readMessages(worker.socket(), watchdog, progress);
     if (outcome.timedOut)
         worker.kill();
     return outcome;
@@ -170,10 +175,11 @@ std::vector<fs::path> WorkerRunner::operator()(Recipe recipe, const std::vector<
         return outcome.outputs;
     }
     worker->kill();
-    worker->wait();
+    const int status = worker->wait();
     removeLeftovers(worker->pid(), inputs);
     const std::string name = inputAt(outcome.lastProgress, inputs);
-    if (outcome.timedOut)
+    const bool outOfCpuTime = WIFSIGNALED(status) && WTERMSIG(status) == SIGXCPU;
+    if (outcome.timedOut || outOfCpuTime)
         throw ConversionError::converterTookTooLong(name);
     throw ConversionError::converterStopped(name);
 }

@@ -23,7 +23,7 @@ class WorkerPool;
 class WorkerRunner {
 public:
     struct Limits {
-        std::chrono::milliseconds wallClock; // the watchdog for hangs
+        std::chrono::milliseconds wallClock; // the watchdog for hangs (see Watchdog.h)
         std::uint64_t cpuSeconds;
         std::uint64_t memoryBytes; // address space
     };

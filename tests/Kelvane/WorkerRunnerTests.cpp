@@ -100,6 +100,30 @@ TEST(WorkerRunner, TheWatchdogStopsAHungWorker) {
               "“clip.mov” took too long to convert and was stopped.");
 }
 
+TEST(WorkerRunner, AWorkerStillComputingIsNotTakenForAHungOne) {
+    // Busy for one second of wall-clock time against a limit of a quarter of that: a huge
+    // image on a loaded machine. The watchdog sees the processor time grow and waits.
+    TempFolder temp;
+    const fs::path input = temp.write("huge.png", "x");
+    const fs::path output = temp.write("huge.jpg", "converted");
+    const std::string spin = "end=$(( ${EPOCHREALTIME/./} + 1000000 )); "
+                             "while (( ${EPOCHREALTIME/./} < end )); do :; done; ";
+    WorkerRunner runner(fakeWorker(temp, "read -r job\necho accepted\nexec bash -c '" + spin +
+                                             "echo \"output " + output.string() +
+                                             "\"; echo done; read -r next'"));
+    runner.setLimits({std::chrono::milliseconds(250), 60, 1u << 30});
+    const auto outputs = runner(Recipe::toJPG, {input}, ConversionOptions{}, [](double) {});
+    EXPECT_EQ(outputs, std::vector<fs::path>{output});
+}
+
+TEST(WorkerRunner, AWorkerStoppedByItsCpuLimitTookTooLong) {
+    TempFolder temp;
+    const fs::path input = temp.write("endless.mov", "x");
+    const WorkerRunner runner(fakeWorker(temp, "read -r job\necho accepted\nkill -XCPU $$"));
+    EXPECT_EQ(failureOf(runner, Recipe::toMP4, {input}),
+              "“endless.mov” took too long to convert and was stopped.");
+}
+
 TEST(WorkerRunner, TheWorkerGetsItsLimitsAndAPrivateTemporaryFolder) {
     TempFolder temp;
     const fs::path input = temp.write("clip.mov", "x");

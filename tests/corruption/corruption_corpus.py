@@ -14,6 +14,7 @@ check failed; the summary lists peak memory and CPU time of the heaviest jobs.""
 
 import argparse
 import collections
+import fnmatch
 import hashlib
 import json
 import os
@@ -40,7 +41,9 @@ STATS = re.compile(r"kelvane-worker: peak (\d+) KiB, (\d+) ms CPU: (\S+) (.*)$")
 
 
 class Corpus:
-    def __init__(self, cli, work, quick):
+    def __init__(self, cli, work, quick, only=(), pattern="*"):
+        self.only = set(only)
+        self.pattern = pattern
         self.cli = cli
         self.work = work
         self.quick = quick
@@ -86,7 +89,10 @@ class Corpus:
         for recipe in (r for group in self.command("recipes", "--json") for r in group["recipes"]):
             if self.quick and recipe["id"] not in QUICK_RECIPES:
                 continue
-            taken = [f for f in files if self.kinds[f.name] in recipe["accepts"]]
+            if self.only and recipe["id"] not in self.only:
+                continue
+            taken = [f for f in files if self.kinds[f.name] in recipe["accepts"]
+                     and fnmatch.fnmatch(f.name, self.pattern)]
             if not taken:
                 continue
             started = time.monotonic()
@@ -113,17 +119,19 @@ class Corpus:
                                     capture_output=True, text=True, env=self.environment,
                                     timeout=RUN_TIME_LIMIT, check=False)
         except subprocess.TimeoutExpired:
-            self.problem(recipe, files, f"no answer after {RUN_TIME_LIMIT} s")
+            self.problem(recipe, [f.name for f in files], f"no answer after {RUN_TIME_LIMIT} s")
             return
         self.collect_statistics(result.stderr)
         if result.returncode not in (0, 1):
-            self.problem(recipe, files, f"converter exited with {result.returncode}: "
+            self.problem(recipe, [f.name for f in files], f"converter exited with {result.returncode}: "
                          f"{result.stderr[-400:]}")
             return
         published = self.check_reports(recipe, folder, json.loads(result.stdout))
         self.check_folder(recipe, folder, digests, published)
-        if snapshot(self.work, folder) != outside:
-            self.problem(recipe, files, "something outside the inputs' folder changed")
+        if (after := snapshot(self.work, folder)) != outside:
+            changed = sorted(set(after.items()) ^ set(outside.items()))[:4]
+            self.problem(recipe, [f.name for f in files],
+                         f"something outside the inputs' folder changed: {changed}")
         shutil.rmtree(folder)
 
     def check_reports(self, recipe, folder, reports):
@@ -224,10 +232,13 @@ def main():
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--work")
     parser.add_argument("--keep", action="store_true")
+    parser.add_argument("--recipes", default="", help="only these recipes, comma-separated")
+    parser.add_argument("--files", default="*", help="only the corpus files matching this")
     arguments = parser.parse_args()
 
     work = pathlib.Path(arguments.work or tempfile.mkdtemp(prefix="kelvane-corpus-"))
-    corpus = Corpus(str(pathlib.Path(arguments.cli).resolve()), work, arguments.quick)
+    corpus = Corpus(str(pathlib.Path(arguments.cli).resolve()), work, arguments.quick,
+                    filter(None, arguments.recipes.split(",")), arguments.files)
     started = time.monotonic()
     try:
         files = corpus.build()
