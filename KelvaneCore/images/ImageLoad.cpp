@@ -20,6 +20,20 @@ VImage header(const std::filesystem::path& file) {
     }
 }
 
+// The HEIF loader of libvips 8.14 attaches the EXIF block without a copy of its own: it
+// points into memory that goes with the loader, and a later save would read it freed. While
+// the loader is still alive, each metadata block is replaced by a copy the image owns.
+void ownMetadataBlocks(VImage& image) {
+    for (const char* name :
+         {VIPS_META_EXIF_NAME, VIPS_META_XMP_NAME, VIPS_META_IPTC_NAME, VIPS_META_ICC_NAME}) {
+        if (image.get_typeof(name) != VIPS_TYPE_BLOB)
+            continue;
+        std::size_t length = 0;
+        const void* data = image.get_blob(name, &length);
+        vips_image_set_blob_copy(image.get_image(), name, data, length);
+    }
+}
+
 // Upright (the thumbnail path applies the EXIF orientation), bounded by `size`, decoded at
 // once so that damage shows here rather than halfway through writing the result.
 VImage decode(const std::filesystem::path& file, const std::string& loadOptions, int size) {
@@ -29,7 +43,9 @@ VImage decode(const std::filesystem::path& file, const std::string& loadOptions,
                                                    ->set("height", size)
                                                    ->set("size", VIPS_SIZE_DOWN)
                                                    ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
-        return image.copy_memory();
+        VImage decoded = image.copy_memory();
+        ownMetadataBlocks(decoded);
+        return decoded;
     } catch (const vips::VError&) {
         throw ConversionError::couldNotDecode(file.filename().string());
     }

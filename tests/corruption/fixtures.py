@@ -69,8 +69,8 @@ def _sound():
 
 
 def _converted(cli, recipe, source, folder, name):
-    """Runs our converter in-process and moves its one result to folder/name."""
-    result = subprocess.run([cli, "convert", "--in-process", "--json", "--recipe", recipe,
+    """Runs our converter and moves its one result to folder/name."""
+    result = subprocess.run([cli, "convert", "--json", "--recipe", recipe,
                              str(source)], capture_output=True, text=True, check=False)
     reports = json.loads(result.stdout)
     outputs = reports[0]["outputs"] if reports else []

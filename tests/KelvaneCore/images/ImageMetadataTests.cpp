@@ -67,6 +67,22 @@ TEST(ImageMetadata, KeepingPassesExifGpsIptcAndDpiButNotXmpOrTheTurn) {
     }
 }
 
+TEST(ImageMetadata, CameraDetailsOfAHeicSurviveIntoEveryFormat) {
+    // The HEIF loader's EXIF block lives in the loader's memory; writing it out after the
+    // loader has gone read freed memory (caught under AddressSanitizer).
+    TempFolder temp;
+    ConversionOptions options;
+    options.keepMetadata = true;
+    const fs::path heic = ImageTools::convert(photoWithEverything(temp), Recipe::toHEIC, options);
+    for (const Recipe recipe : {Recipe::toJPG, Recipe::toPNG, Recipe::toHEIC}) {
+        const VImage back = fixtures::readBack(ImageTools::convert(heic, recipe, options));
+        EXPECT_NE(field(back, "exif-ifd0-Make").find("Kelvane Test Camera"), std::string::npos)
+            << recipe.rawValue();
+        EXPECT_NE(field(back, "exif-ifd3-GPSLatitudeRef").find('N'), std::string::npos)
+            << recipe.rawValue();
+    }
+}
+
 TEST(ImageMetadata, NotKeepingAndStrippingLeaveNoneOfTheSourcesDetails) {
     TempFolder temp;
     const fs::path photo = photoWithEverything(temp);
