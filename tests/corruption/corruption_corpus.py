@@ -188,7 +188,8 @@ class Corpus:
                 self.statistics.append((int(peak), int(cpu), recipe, name))
 
     def problem(self, recipe, names, what):
-        line = f"{recipe} {', '.join(names)}: {what}"
+        shown = ", ".join(names[:3]) + (f" and {len(names) - 3} more" if len(names) > 3 else "")
+        line = f"{recipe} {shown}: {what}"
         self.problems.append(line)
         print(f"corpus: PROBLEM {line}", flush=True)
 
@@ -213,9 +214,10 @@ def digest(path):
 
 
 def snapshot(root, exclude):
-    """Path, size and modification time of everything under root except the run's folder
-    and the temporary folder (which the workers use, and which must end up empty)."""
-    skipped = {exclude, root / "tmp"}
+    """Path, size and modification time of everything under root except the run's folder,
+    the temporary folder (which the workers use, and which must end up empty) and the
+    session's runtime folder (where libraries keep sockets and locks)."""
+    skipped = {exclude, root / "tmp", root / "runtime"}
     seen = {}
     for folder, subfolders, names in os.walk(root):
         subfolders[:] = [s for s in subfolders if pathlib.Path(folder) / s not in skipped]
