@@ -1,6 +1,8 @@
 #include "Worker/Watchdog.h"
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <unistd.h>
