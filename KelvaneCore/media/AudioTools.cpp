@@ -1,5 +1,6 @@
 #include "media/AudioTools.h"
 
+#include "catalogue/FileKind.h"
 #include "media/LibAv.h"
 #include "media/ResultFile.h"
 #include "media/VideoTools.h"
@@ -15,13 +16,22 @@ bool hasAudio(const AVFormatContext& input) {
     return false;
 }
 
+// A file no demuxer opens is damaged or of another kind: say so in the words of what the
+// user dropped, a movie or a recording, rather than claim it is silent.
+ConversionError unreadable(const std::filesystem::path& input) {
+    const std::string name = input.filename().string();
+    if (FileKind::of(input) == FileKind::video)
+        return ConversionError::unreadableVideo(name);
+    return ConversionError::unreadableAudio(name);
+}
+
 void requireAudio(const std::filesystem::path& input) {
     const std::string name = input.filename().string();
     LibAv::Input opened;
     try {
         opened = LibAv::openInput(input);
     } catch (const LibAv::Error&) {
-        throw ConversionError::hasNoAudio(name); // nothing in it can be heard
+        throw unreadable(input);
     }
     if (!hasAudio(*opened))
         throw ConversionError::hasNoAudio(name);

@@ -116,6 +116,10 @@ ConversionError ConversionError::hasNoAudio(std::string_view fileName) {
     return ConversionError(quoted(fileName) + " has no audio.");
 }
 
+ConversionError ConversionError::unreadableAudio(std::string_view fileName) {
+    return ConversionError(quoted(fileName) + " isn’t audio this computer can read.");
+}
+
 ConversionError ConversionError::couldNotReadAudio() {
     return ConversionError("Couldn’t read the audio.");
 }

@@ -40,6 +40,7 @@ public:
     static ConversionError formatNotAvailable();
     static ConversionError exportDidNotFinish();
     static ConversionError hasNoAudio(std::string_view fileName);
+    static ConversionError unreadableAudio(std::string_view fileName);
     static ConversionError couldNotReadAudio();
     static ConversionError couldNotStartConverting();
     static ConversionError conversionFailed();

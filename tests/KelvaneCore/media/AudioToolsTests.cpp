@@ -113,10 +113,15 @@ TEST(AudioTools, M4AIsAacWithTheIndexFirstAndNoPicture) {
     EXPECT_TRUE(fixtures::indexFirst(fixtures::readFile(results[0])));
 }
 
-TEST(AudioTools, SilentVideoAndUnreadableFilesHaveNoAudio) {
+TEST(AudioTools, SilentVideoHasNoAudioAndUnreadableFilesSaySo) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -c:v libx264 Screen.mov");
+    ffmpeg(temp.path(), "-f lavfi -i sine=d=2 -c:a libmp3lame Song.mp3");
     temp.write("Empty.wav", "");
+    temp.write("Notes.mp3", "These are notes, not a recording.\n");
+    // A movie cut after its first kilobyte: no demuxer finds its streams.
+    const std::string movie = fixtures::readFile(temp / "Screen.mov");
+    temp.write("Cut.mov", movie.substr(0, 1024));
     const auto failure = [&](const char* name, Recipe recipe) -> std::string {
         try {
             convert(temp / name, recipe);
@@ -127,8 +132,17 @@ TEST(AudioTools, SilentVideoAndUnreadableFilesHaveNoAudio) {
     };
     EXPECT_EQ(failure("Screen.mov", Recipe::toWAV), "“Screen.mov” has no audio.");
     EXPECT_EQ(failure("Screen.mov", Recipe::toM4A), "“Screen.mov” has no audio.");
-    EXPECT_EQ(failure("Empty.wav", Recipe::toCAF), "“Empty.wav” has no audio.");
-    EXPECT_EQ(temp.entries(), (std::vector<std::string>{"Empty.wav", "Screen.mov"}));
+    EXPECT_EQ(failure("Empty.wav", Recipe::toCAF),
+              "“Empty.wav” isn’t audio this computer can read.");
+    EXPECT_EQ(failure("Notes.mp3", Recipe::toWAV),
+              "“Notes.mp3” isn’t audio this computer can read.");
+    EXPECT_EQ(failure("Cut.mov", Recipe::extractAudio),
+              "“Cut.mov” isn’t a video this computer can read.");
+    // The real recording beside them still converts.
+    EXPECT_EQ(failure("Song.mp3", Recipe::toWAV), "no failure");
+    EXPECT_EQ(temp.entries(),
+              (std::vector<std::string>{"Cut.mov", "Empty.wav", "Notes.mp3", "Screen.mov",
+                                        "Song (converted).wav", "Song.mp3"}));
 }
 
 TEST(AudioTools, AnEmptyFlacFailsWithTheAudioSentenceNotTheLibrarysText) {
