@@ -37,17 +37,28 @@ std::string sizeLabel(std::int64_t bytes) {
     return label;
 }
 
+// The library's texts are phrases ("Damaged Zip archive"); shown alone they end as a
+// sentence does.
+std::string asSentence(std::string reason) {
+    if (const char last = reason.back(); last != '.' && last != '?' && last != '!')
+        reason += '.';
+    return reason;
+}
+
 } // namespace
 
 ConversionError toolFailed(std::string_view tool, archive* a, int status) {
-    std::string reason = LibArchive::errorText(a);
+    const std::string reason = LibArchive::errorText(a);
     if (reason.empty())
         return ConversionError::archiverFailed(tool, status);
-    // The library's texts are phrases ("Damaged Zip archive"); shown alone they end as a
-    // sentence does.
-    if (const char last = reason.back(); last != '.' && last != '?' && last != '!')
-        reason += '.';
-    return ConversionError(reason);
+    return ConversionError(asSentence(reason));
+}
+
+ConversionError readFailed(std::string_view archiveName, archive* reader) {
+    const std::string reason = LibArchive::errorText(reader);
+    if (reason.empty())
+        return ConversionError(quoted(archiveName) + " is damaged and can’t be expanded.");
+    return ConversionError(asSentence(reason));
 }
 
 ConversionError changedWhileZipping(std::string_view fileName) {

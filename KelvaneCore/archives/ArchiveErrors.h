@@ -13,6 +13,9 @@ namespace kelvane::ArchiveErrors {
 
 // libarchive's own message, trimmed, or "<tool> failed (<status>)." when it gave none.
 ConversionError toolFailed(std::string_view tool, archive* a, int status);
+// A failure while reading an archive: libarchive's message, trimmed, or when it gave none
+// (it gives none for some headers that lie), the sentence that the archive is damaged.
+ConversionError readFailed(std::string_view archiveName, archive* reader);
 
 ConversionError changedWhileZipping(std::string_view fileName);
 ConversionError leavesFolder(std::string_view archiveName, std::string_view entryName);

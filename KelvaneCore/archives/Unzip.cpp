@@ -72,7 +72,7 @@ public:
         archive_entry* entry = nullptr;
         for (int status;
              (status = archive_read_next_header(reader_.get(), &entry)) != ARCHIVE_EOF;) {
-            check(reader_.get(), status);
+            checkRead(status);
             if (UnzipCheck::isSkipped(entry))
                 continue;
             UnzipCheck::checkEntry(entry, archiveName_);
@@ -89,13 +89,18 @@ public:
     }
 
 private:
+    void checkRead(int status) const {
+        if (status < ARCHIVE_WARN)
+            throw ArchiveErrors::readFailed(archiveName_, reader_.get());
+    }
+
     void copyData() {
         const void* block = nullptr;
         std::size_t size = 0;
         la_int64_t offset = 0;
         for (int status; (status = archive_read_data_block(reader_.get(), &block, &size,
                                                            &offset)) != ARCHIVE_EOF;) {
-            check(reader_.get(), status);
+            checkRead(status);
             written_ += static_cast<std::int64_t>(size);
             if (written_ > plan_.budgetBytes)
                 throw overBudget();

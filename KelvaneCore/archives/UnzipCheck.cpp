@@ -11,7 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view toolName = "unzip";
 // One component, and the whole relative path, as long as Linux file systems take them.
 constexpr std::size_t longestComponent = 255;
 constexpr std::size_t longestPath = 4000;
@@ -72,9 +71,8 @@ fs::path folderOf(const fs::path& archive) {
 LibArchive::Reader openReader(const fs::path& archive) {
     LibArchive::Reader reader(archive_read_new());
     archive_read_support_format_zip(reader.get());
-    const int status = archive_read_open_filename(reader.get(), archive.c_str(), 1 << 16);
-    if (status < ARCHIVE_WARN)
-        throw ArchiveErrors::toolFailed(toolName, reader.get(), status);
+    if (archive_read_open_filename(reader.get(), archive.c_str(), 1 << 16) < ARCHIVE_WARN)
+        throw ArchiveErrors::readFailed(archive.filename().string(), reader.get());
     return reader;
 }
 
@@ -115,7 +113,7 @@ Plan inspect(const fs::path& archive, const ArchiveTools::ExpansionLimits& limit
     archive_entry* entry = nullptr;
     for (int status; (status = archive_read_next_header(reader.get(), &entry)) != ARCHIVE_EOF;) {
         if (status < ARCHIVE_WARN)
-            throw ArchiveErrors::toolFailed(toolName, reader.get(), status);
+            throw ArchiveErrors::readFailed(archiveName, reader.get());
         if (++entries > limits.maxEntries)
             throw ArchiveErrors::tooManyItems(archiveName, limits.maxEntries);
         if (isSkipped(entry))

@@ -232,6 +232,12 @@ TEST_F(HostileArchive, DamagedAndFakeArchivesFailWithTheReadersReason) {
     const fs::path fake = temp.write("box/fake.zip", "\x89PNG\r\n\x1a\n not a zip at all");
     EXPECT_EQ(refusal(fake), "Unrecognized archive format.");
     EXPECT_EQ(refusal(temp.write("box/empty.zip", "")), "Unrecognized archive format.");
+
+    // Every flag bit set in the first entry's header: the reader gives up without a reason.
+    std::string garbled = bytes;
+    garbled.replace(6, 2, "\xFF\x7F");
+    EXPECT_EQ(refusal(temp.write("box/garbled.zip", garbled)),
+              "“garbled.zip” is damaged and can’t be expanded.");
 }
 
 TEST_F(HostileArchive, EncryptedArchivesGetAClearSentence) {
