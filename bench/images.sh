@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Image and PDF benchmark: batches of 12-megapixel photos JPG→PNG and PNG→JPG with our CLI
+# Image and PDF benchmark: batches of 12-megapixel photos JPG→PNG, PNG→JPG and JPG→BMP with our CLI
 # against the vips CLI and ImageMagick's convert; shrinking a 12 MP photo to 1 MB against one
 # plain encode; a 100-page PDF to PNG at 144 dpi against pdftoppm; peak memory of one 24 MP
 # conversion. Inputs are generated here. Prints seconds and ratios ours/theirs.
@@ -56,6 +56,7 @@ run_batch() { # recipe ext-in ext-out
 }
 run_batch toPNG jpg png
 run_batch toJPG png jpg
+run_batch toBMP jpg bmp
 
 # Shrink to 1 MB against one plain JPEG encode of the same photo.
 rm -rf shrink && mkdir shrink && cp png/photo01.png shrink/photo.png

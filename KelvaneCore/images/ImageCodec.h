@@ -15,6 +15,8 @@
 #include <optional>
 #include <string>
 
+class QIODevice;
+
 namespace kelvane::ImageTools {
 
 // Starts libvips once per process; safe from any thread.
@@ -57,6 +59,10 @@ bool canWrite(ImageType type);
 // Throws ConversionError: cannotWriteFormat without an encoder, couldNotSaveImage otherwise.
 void write(const vips::VImage& image, ImageType type, std::optional<double> quality,
            bool keepMetadata, const std::filesystem::path& file);
+
+// Writes a 24-bit BMP of `image` (flattened on white, in sRGB) with its resolution to `device`;
+// false when the image or the device fails.
+bool writeBmp(const vips::VImage& image, QIODevice& device);
 
 // The encoded bytes without metadata, none when encoding fails.
 std::optional<std::string> data(const vips::VImage& image, ImageType type,

@@ -1,6 +1,9 @@
 #include "images/ImageCodec.h"
 #include "naming/ConversionError.h"
 
+#include <QBuffer>
+#include <QFile>
+
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -20,8 +23,7 @@ const char* saverFor(ImageType type) {
         return "tiffsave";
     case ImageType::gif:
         return "gifsave";
-    case ImageType::bmp:
-        return "magicksave"; // libvips has no BMP writer of its own
+    case ImageType::bmp: // written by writeBmp
     case ImageType::png:
         break;
     }
@@ -42,8 +44,6 @@ vips::VOption* saveOptions(ImageType type, std::optional<double> quality, bool s
         options->set("compression", VIPS_FOREIGN_HEIF_COMPRESSION_HEVC);
     if (type == ImageType::tiff)
         options->set("compression", VIPS_FOREIGN_TIFF_COMPRESSION_LZW);
-    if (type == ImageType::bmp)
-        options->set("format", "BMP3"); // the classic BMP every viewer reads
     return options;
 }
 
@@ -51,10 +51,23 @@ VImage ready(const VImage& image, ImageType type, bool keepMetadata) {
     return withMetadata(prepared(image, type), keepMetadata);
 }
 
+std::optional<std::string> bmpData(const VImage& image) {
+    QBuffer bmp;
+    bmp.open(QIODevice::WriteOnly);
+    try {
+        if (writeBmp(ready(image, ImageType::bmp, false), bmp))
+            return bmp.data().toStdString();
+    } catch (const vips::VError&) {
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 bool canWrite(ImageType type) {
     ensureVips();
+    if (type == ImageType::bmp)
+        return true; // Qt's own writer
     return vips_type_find("VipsOperation", saverFor(type)) != 0;
 }
 
@@ -64,6 +77,12 @@ void write(const vips::VImage& image, ImageType type, std::optional<double> qual
         throw ConversionError::cannotWriteFormat(preferredExtension(type));
     try {
         const VImage output = ready(image, type, keepMetadata);
+        if (type == ImageType::bmp) {
+            QFile bmp(QString::fromStdString(file.string()));
+            if (!bmp.open(QIODevice::WriteOnly) || !writeBmp(output, bmp))
+                throw ConversionError::couldNotSaveImage();
+            return;
+        }
         vips::VOption* options = saveOptions(type, quality, !keepMetadata);
         VImage::call(saverFor(type), options->set("in", output)->set("filename", file.c_str()));
     } catch (const vips::VError&) {
@@ -75,6 +94,8 @@ std::optional<std::string> data(const vips::VImage& image, ImageType type,
                                 std::optional<double> quality) {
     if (!canWrite(type))
         return std::nullopt;
+    if (type == ImageType::bmp)
+        return bmpData(image);
     VipsBlob* blob = nullptr;
     try {
         const std::string saver = std::string(saverFor(type)) + "_buffer";

@@ -100,6 +100,59 @@ TEST(ImageConvert, TransparencyBecomesWhiteOnlyWhereTheFormatHasNone) {
     }
 }
 
+// Fields of a BMP's info header, which starts after the 14-byte file header.
+struct BmpHeader {
+    int bitsPerPixel = 0;
+    int pixelsPerMeterX = 0;
+};
+
+BmpHeader bmpHeaderOf(const fs::path& file) {
+    const std::string bytes = fixtures::readFile(file);
+    const auto at = [&](std::size_t offset, std::size_t size) {
+        int value = 0;
+        for (std::size_t i = size; i-- > 0;)
+            value = value * 256 + static_cast<unsigned char>(bytes.at(offset + i));
+        return value;
+    };
+    EXPECT_EQ(bytes.substr(0, 2), "BM");
+    EXPECT_EQ(static_cast<std::size_t>(at(2, 4)), bytes.size()); // the size it states
+    return {at(28, 2), at(38, 4)};
+}
+
+double largestDifference(const VImage& a, const VImage& b) {
+    return (a.cast(VIPS_FORMAT_INT) - b.cast(VIPS_FORMAT_INT)).abs().max();
+}
+
+TEST(ImageConvert, BmpKeepsEveryPixelInTwentyFourBitsWithTheResolution) {
+    TempFolder temp;
+    const VImage colour = fixtures::noisyPicture(161, 97); // odd width: padded rows
+    const fs::path png = fixtures::save(
+        colour.copy(VImage::option()->set("xres", 300 / 25.4)->set("yres", 300 / 25.4)),
+        temp / "colour.png");
+    const fs::path kept = ImageTools::convert(png, Recipe::toBMP, {});
+    EXPECT_EQ(largestDifference(fixtures::readBack(kept), colour), 0);
+    EXPECT_EQ(bmpHeaderOf(kept).bitsPerPixel, 24);
+    EXPECT_EQ(bmpHeaderOf(kept).pixelsPerMeterX, 11811); // 300 dpi
+
+    ConversionOptions stripped;
+    stripped.keepMetadata = false;
+    const fs::path plain = ImageTools::convert(png, Recipe::toBMP, stripped);
+    EXPECT_EQ(largestDifference(fixtures::readBack(plain), colour), 0);
+    EXPECT_EQ(bmpHeaderOf(plain).pixelsPerMeterX, 2835); // 72 dpi
+
+    // Sixteen-bit grey becomes the same grey in all three channels.
+    const VImage ramp =
+        (VImage::xyz(256, 8)[0] * 257)
+            .cast(VIPS_FORMAT_USHORT)
+            .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_GREY16));
+    const fs::path greyBmp =
+        ImageTools::convert(fixtures::save(ramp, temp / "grey.png"), Recipe::toBMP, {});
+    EXPECT_EQ(bmpHeaderOf(greyBmp).bitsPerPixel, 24);
+    const VImage grey = fixtures::readBack(greyBmp);
+    EXPECT_EQ(largestDifference(grey[0], grey[grey.bands() - 1]), 0);
+    EXPECT_NEAR(fixtures::colourAt(grey, 200, 4)[0], 200, 2);
+}
+
 TEST(ImageConvert, QualityChangesLossyFormatsOnly) {
     TempFolder temp;
     const fs::path source = fixtures::save(fixtures::noisyPicture(160, 120), temp / "n.png");
