@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fcntl.h>
 #include <memory>
+#include <unistd.h>
 
 namespace kelvane::ImageTools {
 namespace {
@@ -51,6 +53,19 @@ VImage ready(const VImage& image, ImageType type, bool keepMetadata) {
     return withMetadata(prepared(image, type), keepMetadata);
 }
 
+// Opened by descriptor: a folder name need not be valid UTF-8 for the file to be written.
+void writeBmpFile(const VImage& image, const std::filesystem::path& file) {
+    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    QFile bmp;
+    if (fd < 0 || !bmp.open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle)) {
+        if (fd >= 0)
+            ::close(fd);
+        throw ConversionError::couldNotSaveImage();
+    }
+    if (!writeBmp(image, bmp) || !bmp.flush())
+        throw ConversionError::couldNotSaveImage();
+}
+
 std::optional<std::string> bmpData(const VImage& image) {
     QBuffer bmp;
     bmp.open(QIODevice::WriteOnly);
@@ -77,12 +92,8 @@ void write(const vips::VImage& image, ImageType type, std::optional<double> qual
         throw ConversionError::cannotWriteFormat(preferredExtension(type));
     try {
         const VImage output = ready(image, type, keepMetadata);
-        if (type == ImageType::bmp) {
-            QFile bmp(QString::fromStdString(file.string()));
-            if (!bmp.open(QIODevice::WriteOnly) || !writeBmp(output, bmp))
-                throw ConversionError::couldNotSaveImage();
-            return;
-        }
+        if (type == ImageType::bmp)
+            return writeBmpFile(output, file);
         vips::VOption* options = saveOptions(type, quality, !keepMetadata);
         VImage::call(saverFor(type), options->set("in", output)->set("filename", file.c_str()));
     } catch (const vips::VError&) {

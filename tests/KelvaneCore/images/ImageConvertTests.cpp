@@ -140,6 +140,13 @@ TEST(ImageConvert, BmpKeepsEveryPixelInTwentyFourBitsWithTheResolution) {
     EXPECT_EQ(largestDifference(fixtures::readBack(plain), colour), 0);
     EXPECT_EQ(bmpHeaderOf(plain).pixelsPerMeterX, 2835); // 72 dpi
 
+    // A folder named in Latin-1, not UTF-8, as old disks and archives have them.
+    const fs::path latin1 = temp.makeFolder("caf\xe9");
+    fs::copy_file(png, latin1 / "colour.png");
+    const fs::path inLatin1 = ImageTools::convert(latin1 / "colour.png", Recipe::toBMP, {});
+    EXPECT_EQ(inLatin1.parent_path(), latin1);
+    EXPECT_EQ(largestDifference(fixtures::readBack(inLatin1), colour), 0);
+
     // Sixteen-bit grey becomes the same grey in all three channels.
     const VImage ramp =
         (VImage::xyz(256, 8)[0] * 257)
