@@ -34,6 +34,8 @@ packages=(
     qml6-module-qtquick-window
     qml6-module-qtqml-workerscript
     qml6-module-qtquick-dialogs
+    qml6-module-qtquick-shapes
+    qml6-module-qt-labs-folderlistmodel
     qml6-module-qt-labs-platform
     qml6-module-qttest
     fonts-material-design-icons-iconfont
