@@ -112,6 +112,35 @@ Size fit(Size source, std::optional<Size> box) {
     return {evenFloor(source.width * scale), evenFloor(source.height * scale)};
 }
 
+bool playersTake(Container container, AVCodecID codec) {
+    switch (codec) {
+    case AV_CODEC_ID_H264:
+    case AV_CODEC_ID_HEVC:
+    case AV_CODEC_ID_MPEG4:
+    case AV_CODEC_ID_AAC:
+    case AV_CODEC_ID_ALAC:
+    case AV_CODEC_ID_MP3:
+    case AV_CODEC_ID_AC3:
+        return true;
+    case AV_CODEC_ID_PRORES:
+    case AV_CODEC_ID_PCM_S16LE:
+    case AV_CODEC_ID_PCM_S16BE:
+    case AV_CODEC_ID_PCM_S24LE:
+    case AV_CODEC_ID_PCM_S24BE:
+    case AV_CODEC_ID_PCM_S32LE:
+    case AV_CODEC_ID_PCM_S32BE:
+    case AV_CODEC_ID_PCM_F32LE:
+    case AV_CODEC_ID_PCM_F32BE:
+    case AV_CODEC_ID_PCM_F64LE:
+    case AV_CODEC_ID_PCM_F64BE:
+    case AV_CODEC_ID_PCM_S8:
+    case AV_CODEC_ID_PCM_U8:
+        return container == Container::quickTimeMovie;
+    default:
+        return false;
+    }
+}
+
 const char* muxer(Container container) {
     switch (container) {
     case Container::quickTimeMovie:

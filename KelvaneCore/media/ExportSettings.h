@@ -22,6 +22,11 @@ std::optional<Size> box(VideoTools::Preset preset);
 // (4:2:0 chroma needs it) and at least 2.
 Size fit(Size source, std::optional<Size> box);
 
+// Whether players of `container` take a stream of `codec` as it is: what a rewrap may copy.
+// The muxers accept more (VP9, Opus, FLAC in MP4), but many TVs, phones and editors refuse
+// such files, so those are encoded instead.
+bool playersTake(VideoTools::Container container, AVCodecID codec);
+
 // The muxer for a container, and whether its index goes to the front (+faststart).
 const char* muxer(VideoTools::Container container);
 bool networkFriendly(VideoTools::Container container);

@@ -50,8 +50,16 @@ std::vector<int> audioStreams(const AVFormatContext& input, bool bestOnly) {
 
 using Lanes = std::vector<std::unique_ptr<StreamLane>>; // by input stream index
 
+// A stream the container's players would refuse fails the rewrap, which is then encoded.
+std::unique_ptr<StreamLane> copyLane(const AVStream& stream, AVFormatContext& output,
+                                     Container container) {
+    if (!ExportSettings::playersTake(container, stream.codecpar->codec_id))
+        throw ConversionError::formatNotAvailable();
+    return StreamLane::copy(stream, output);
+}
+
 Lanes makeLanes(const AVFormatContext& input, AVFormatContext& output, Preset preset,
-                const std::string& fileName) {
+                Container container, const std::string& fileName) {
     Lanes lanes(input.nb_streams);
     const bool audioOnly = preset == Preset::m4aAudio;
     if (!audioOnly) {
@@ -60,7 +68,7 @@ Lanes makeLanes(const AVFormatContext& input, AVFormatContext& output, Preset pr
             throw ConversionError::hasNoVideo(fileName);
         const AVStream& stream = *input.streams[video];
         lanes[static_cast<std::size_t>(video)] =
-            preset == Preset::passthrough ? StreamLane::copy(stream, output)
+            preset == Preset::passthrough ? copyLane(stream, output, container)
                                           : StreamLane::encodeVideo(input, stream, output, preset);
     }
     const std::vector<int> audio = audioStreams(input, audioOnly);
@@ -69,7 +77,7 @@ Lanes makeLanes(const AVFormatContext& input, AVFormatContext& output, Preset pr
     for (const int index : audio)
         lanes[static_cast<std::size_t>(index)] =
             preset == Preset::passthrough
-                ? StreamLane::copy(*input.streams[index], output)
+                ? copyLane(*input.streams[index], output, container)
                 : StreamLane::encodeAudio(*input.streams[index], output, preset);
     return lanes;
 }
@@ -140,7 +148,7 @@ void runExport(const fs::path& inputFile, Preset preset, Container container,
         throw ConversionError::unreadableVideo(fileName);
     }
     LibAv::Output output = LibAv::openOutput(destination, muxer(container));
-    Lanes lanes = makeLanes(*input, *output, preset, fileName);
+    Lanes lanes = makeLanes(*input, *output, preset, container, fileName);
     writeHeader(*output, container);
 
     Position position(*input);

@@ -60,18 +60,33 @@ TEST(VideoExport, RewrapCopiesEveryPacketUnchangedWithIndexFirstForMP4) {
     EXPECT_FALSE(fixtures::indexFirst(fixtures::readFile(mov))); // no faststart for MOV
 }
 
-TEST(VideoExport, RewrapThatTheContainerRefusesIsEncodedOnceUnderTheSameName) {
+TEST(VideoExport, StreamsPlayersRefuseInTheContainerAreEncodedOnceUnderTheSameName) {
     const fixtures::TempFolder temp;
+    // The MP4 muxer takes VP9 and Opus, but players do not: both recipes encode.
     ffmpeg(temp.path(), lavfiClip("320x180", 1) +
                             " -c:v libvpx-vp9 -deadline realtime -c:a libopus -shortest Talk.webm");
-    const fs::path mov = convert(temp / "Talk.webm", Recipe::toMOV);
-    EXPECT_EQ(mov, temp / "Talk (converted).mov");
-    EXPECT_EQ(temp.entries(), (std::vector<std::string>{"Talk (converted).mov", "Talk.webm"}));
-    const auto info = probe(mov);
-    EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).codec, "h264");
-    EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).width, 320);
-    EXPECT_EQ(info.first(AVMEDIA_TYPE_AUDIO).codec, "aac");
-    EXPECT_NEAR(info.duration, 1.0, 0.1);
+    for (const Recipe recipe : {Recipe::toMP4, Recipe::toMOV}) {
+        SCOPED_TRACE(std::string(recipe.rawValue()));
+        const fs::path result = convert(temp / "Talk.webm", recipe);
+        EXPECT_EQ(result.filename().string(),
+                  "Talk (converted)." + std::string(*recipe.outputExtension()));
+        const auto info = probe(result);
+        EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).codec, "h264");
+        EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).width, 320);
+        EXPECT_EQ(info.first(AVMEDIA_TYPE_AUDIO).codec, "aac");
+        EXPECT_NEAR(info.duration, 1.0, 0.1);
+    }
+    EXPECT_EQ(temp.entries(), (std::vector<std::string>{"Talk (converted).mov",
+                                                        "Talk (converted).mp4", "Talk.webm"}));
+
+    // PCM sound plays in a QuickTime movie but not in MP4.
+    ffmpeg(temp.path(), lavfiClip("320x180", 1) + " -c:v libx264 -c:a pcm_s16le -shortest Cam.mkv");
+    const fs::path mov = convert(temp / "Cam.mkv", Recipe::toMOV);
+    EXPECT_EQ(fixtures::packetDigests(mov, AVMEDIA_TYPE_VIDEO),
+              fixtures::packetDigests(temp / "Cam.mkv", AVMEDIA_TYPE_VIDEO));
+    EXPECT_EQ(probe(mov).first(AVMEDIA_TYPE_AUDIO).codec, "pcm_s16le");
+    EXPECT_EQ(probe(convert(temp / "Cam.mkv", Recipe::toMP4)).first(AVMEDIA_TYPE_AUDIO).codec,
+              "aac");
 }
 
 TEST(VideoExport, BoxPresetsFitThePictureKeepingItsShapeAndNeverScaleUp) {
