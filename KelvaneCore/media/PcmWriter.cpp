@@ -1,6 +1,7 @@
 #include "media/AudioTools.h"
 #include "media/FilterGraph.h"
 #include "media/LibAv.h"
+#include "media/MediaTags.h"
 #include "media/ResultFile.h"
 #include "naming/ConversionError.h"
 
@@ -49,10 +50,11 @@ Target targetOf(PcmContainer container) {
     return {"wav", AV_CODEC_ID_PCM_S16LE, "wav"};
 }
 
-// The muxer and the 16-bit encoder of one PCM file.
+// The muxer and the 16-bit encoder of one PCM file, tagged like its source.
 class PcmFile {
 public:
-    PcmFile(const fs::path& destination, const Target& target, PcmFormat format)
+    PcmFile(const fs::path& destination, const Target& target, PcmFormat format,
+            const AVFormatContext& source)
         : output_(LibAv::openOutput(destination, target.muxer))
         , packet_(LibAv::makePacket()) {
         const AVCodec* codec = avcodec_find_encoder(target.codec);
@@ -72,6 +74,7 @@ public:
             throw LibAv::Error(AVERROR(ENOMEM));
         check(avcodec_parameters_from_context(stream->codecpar, encoder_.get()));
         stream->time_base = encoder_->time_base;
+        MediaTags::copyContainerTags(source, *output_);
         if (avformat_write_header(output_.get(), nullptr) < 0)
             throw ConversionError::couldNotWrite(target.ext);
     }
@@ -139,7 +142,7 @@ public:
         const PcmFormat format = formatOf(*input_->streams[first]);
         mix_ = std::make_unique<FilterGraph>(FilterGraph::Kind::audio, sources,
                                              mixChain(decoders_.size(), format));
-        file_ = std::make_unique<PcmFile>(destination, targetOf(container), format);
+        file_ = std::make_unique<PcmFile>(destination, targetOf(container), format, *input_);
         if (input_->duration > 0)
             duration_ = static_cast<double>(input_->duration) / AV_TIME_BASE;
     }

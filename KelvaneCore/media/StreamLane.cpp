@@ -1,5 +1,6 @@
 #include "media/StreamLane.h"
 
+#include "media/MediaTags.h"
 #include "naming/ConversionError.h"
 
 #include <algorithm>
@@ -34,8 +35,11 @@ StreamLane::StreamLane(const AVStream& input, AVStream& output)
 StreamLane::~StreamLane() = default;
 
 std::unique_ptr<StreamLane> StreamLane::copy(const AVStream& input, AVFormatContext& output) {
-    // Asking first spares writing a header the muxer would refuse.
-    if (avformat_query_codec(output.oformat, input.codecpar->codec_id, FF_COMPLIANCE_NORMAL) == 0)
+    // Asking first spares writing a header the muxer would refuse. A cover picture is no
+    // track: it goes into the tags, which take JPEG and PNG whatever the track codecs are.
+    const bool cover = (input.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    if (!cover &&
+        avformat_query_codec(output.oformat, input.codecpar->codec_id, FF_COMPLIANCE_NORMAL) == 0)
         throw ConversionError::formatNotAvailable();
     AVStream& stream = newStream(output);
     check(avcodec_parameters_copy(stream.codecpar, input.codecpar));
@@ -44,6 +48,7 @@ std::unique_ptr<StreamLane> StreamLane::copy(const AVStream& input, AVFormatCont
         stream.codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
     stream.time_base = input.time_base;
     stream.disposition = input.disposition;
+    MediaTags::copyStreamTags(input, stream);
     LibAv::copyDisplayMatrix(input, stream);
     return std::unique_ptr<StreamLane>(new StreamLane(input, stream));
 }
@@ -73,6 +78,7 @@ std::unique_ptr<StreamLane> StreamLane::encodeVideo(const AVFormatContext& sourc
             std::max<int64_t>(1, av_rescale_q(1, av_inv_q(frameRate), lane->encoder_->time_base));
     check(avcodec_parameters_from_context(stream.codecpar, lane->encoder_.get()));
     stream.time_base = lane->encoder_->time_base;
+    MediaTags::copyStreamTags(input, stream);
     // Phone videos keep their rotation as it was recorded: the picture is stored as shot
     // and the display matrix tells players to turn it, as in the original.
     LibAv::copyDisplayMatrix(input, stream);
@@ -94,6 +100,7 @@ std::unique_ptr<StreamLane> StreamLane::encodeAudio(const AVStream& input, AVFor
     check(avcodec_parameters_from_context(stream.codecpar, lane->encoder_.get()));
     stream.time_base = lane->encoder_->time_base;
     stream.disposition = input.disposition;
+    MediaTags::copyStreamTags(input, stream);
     return lane;
 }
 

@@ -1,5 +1,6 @@
 #include "media/ExportSettings.h"
 #include "media/LibAv.h"
+#include "media/MediaTags.h"
 #include "media/ProgressPoller.h"
 #include "media/ResultFile.h"
 #include "media/StreamLane.h"
@@ -58,6 +59,15 @@ std::unique_ptr<StreamLane> copyLane(const AVStream& stream, AVFormatContext& ou
     return StreamLane::copy(stream, output);
 }
 
+// A song's cover art goes into the M4A as it is, the first picture only.
+void addCover(const AVFormatContext& input, AVFormatContext& output, Lanes& lanes) {
+    for (unsigned index = 0; index < input.nb_streams; ++index)
+        if (MediaTags::isStorableCover(*input.streams[index])) {
+            lanes[index] = StreamLane::copy(*input.streams[index], output);
+            return;
+        }
+}
+
 Lanes makeLanes(const AVFormatContext& input, AVFormatContext& output, Preset preset,
                 Container container, const std::string& fileName) {
     Lanes lanes(input.nb_streams);
@@ -79,6 +89,8 @@ Lanes makeLanes(const AVFormatContext& input, AVFormatContext& output, Preset pr
             preset == Preset::passthrough
                 ? copyLane(*input.streams[index], output, container)
                 : StreamLane::encodeAudio(*input.streams[index], output, preset);
+    if (audioOnly)
+        addCover(input, output, lanes);
     return lanes;
 }
 
@@ -149,6 +161,7 @@ void runExport(const fs::path& inputFile, Preset preset, Container container,
     }
     LibAv::Output output = LibAv::openOutput(destination, muxer(container));
     Lanes lanes = makeLanes(*input, *output, preset, container, fileName);
+    MediaTags::copyContainerTags(*input, *output);
     writeHeader(*output, container);
 
     Position position(*input);

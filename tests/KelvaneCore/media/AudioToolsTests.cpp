@@ -113,6 +113,34 @@ TEST(AudioTools, M4AIsAacWithTheIndexFirstAndNoPicture) {
     EXPECT_TRUE(fixtures::indexFirst(fixtures::readFile(results[0])));
 }
 
+TEST(AudioTools, TitleArtistAndCoverAreKeptWhereTheFormatHoldsThem) {
+    const fixtures::TempFolder temp;
+    ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=64x64 -frames:v 1 cover.png");
+    ffmpeg(temp.path(), "-f lavfi -i sine=d=1 -i cover.png -map 0 -map 1 -c:a libmp3lame -c:v "
+                        "copy -disposition:v attached_pic -metadata title='Blue Song' -metadata "
+                        "artist=Ana -metadata album=Sea Song.mp3");
+    const auto m4a = probe(convert(temp / "Song.mp3", Recipe::toM4A));
+    EXPECT_EQ(m4a.tags.at("title"), "Blue Song");
+    EXPECT_EQ(m4a.tags.at("artist"), "Ana");
+    EXPECT_EQ(m4a.tags.at("album"), "Sea");
+    const auto cover = m4a.first(AVMEDIA_TYPE_VIDEO);
+    EXPECT_TRUE(cover.attachedPicture);
+    EXPECT_EQ(cover.codec, "png");
+    EXPECT_EQ(cover.width, 64);
+    EXPECT_EQ(m4a.first(AVMEDIA_TYPE_AUDIO).codec, "aac");
+
+    // WAV's INFO chunk and CAF hold the artist; AIFF calls it the author.
+    for (const auto& [recipe, artistKey] :
+         {std::pair{Recipe(Recipe::toWAV), "artist"}, std::pair{Recipe(Recipe::toAIFF), "author"},
+          std::pair{Recipe(Recipe::toCAF), "artist"}}) {
+        SCOPED_TRACE(std::string(recipe.rawValue()));
+        const auto pcm = probe(convert(temp / "Song.mp3", recipe));
+        EXPECT_EQ(pcm.tags.at("title"), "Blue Song");
+        EXPECT_EQ(pcm.tags.at(artistKey), "Ana");
+        EXPECT_EQ(pcm.count(AVMEDIA_TYPE_VIDEO), 0);
+    }
+}
+
 TEST(AudioTools, SilentVideoHasNoAudioAndUnreadableFilesSaySo) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -c:v libx264 Screen.mov");

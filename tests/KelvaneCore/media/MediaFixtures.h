@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -38,11 +39,24 @@ struct StreamInfo {
     int sampleRate = 0;
     int channels = 0;
     int rotation = 0;
+    std::string language;
+    bool attachedPicture = false;
 };
+
+using Tags = std::map<std::string, std::string>;
+
+inline Tags tagsOf(const AVDictionary* dictionary) {
+    Tags tags;
+    const AVDictionaryEntry* entry = nullptr;
+    while ((entry = av_dict_get(dictionary, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr)
+        tags[entry->key] = entry->value;
+    return tags;
+}
 
 struct MediaInfo {
     std::string format;
     double duration = 0;
+    Tags tags;
     std::vector<StreamInfo> streams;
 
     int count(AVMediaType type) const {
@@ -71,13 +85,15 @@ inline MediaInfo probe(const std::filesystem::path& file) {
     MediaInfo info;
     info.format = input->iformat->name;
     info.duration = input->duration > 0 ? static_cast<double>(input->duration) / AV_TIME_BASE : 0;
+    info.tags = tagsOf(input->metadata);
     for (unsigned index = 0; index < input->nb_streams; ++index) {
         const AVStream& stream = *input->streams[index];
         const AVCodecParameters& parameters = *stream.codecpar;
         info.streams.push_back({parameters.codec_type, avcodec_get_name(parameters.codec_id),
                                 tagText(parameters.codec_tag), parameters.width, parameters.height,
                                 parameters.sample_rate, parameters.ch_layout.nb_channels,
-                                LibAv::rotationDegrees(stream)});
+                                LibAv::rotationDegrees(stream), tagsOf(stream.metadata)["language"],
+                                (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0});
     }
     return info;
 }

@@ -89,6 +89,27 @@ TEST(VideoExport, StreamsPlayersRefuseInTheContainerAreEncodedOnceUnderTheSameNa
               "aac");
 }
 
+TEST(VideoExport, RewrapAndEncodeKeepTheDatePlaceAndLanguages) {
+    const fixtures::TempFolder temp;
+    // Phones keep the place under a QuickTime metadata key.
+    ffmpeg(temp.path(), lavfiClip("160x90", 0.5) +
+                            " -c:v libx264 -c:a aac -shortest -metadata:s:a:0 language=fra "
+                            "-metadata creation_time=2021-06-05T14:30:00Z -movflags "
+                            "use_metadata_tags -metadata "
+                            "com.apple.quicktime.location.ISO6709=+35.6586+139.7454/ Trip.mov");
+    for (const Recipe recipe : {Recipe::toMP4, Recipe::video720, Recipe::videoHEVC}) {
+        SCOPED_TRACE(std::string(recipe.rawValue()));
+        const fs::path result = convert(temp / "Trip.mov", recipe);
+        // And from MP4 back to a QuickTime movie, which writes the place its own way.
+        for (const fs::path& file : {result, convert(result, Recipe::toMOV)}) {
+            const auto info = probe(file);
+            EXPECT_EQ(info.tags.at("creation_time").substr(0, 19), "2021-06-05T14:30:00");
+            EXPECT_EQ(info.tags.at("location"), "+35.6586+139.7454/");
+            EXPECT_EQ(info.first(AVMEDIA_TYPE_AUDIO).language, "fra");
+        }
+    }
+}
+
 TEST(VideoExport, BoxPresetsFitThePictureKeepingItsShapeAndNeverScaleUp) {
     const fixtures::TempFolder temp;
     struct Case {
