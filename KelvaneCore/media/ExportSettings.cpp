@@ -5,6 +5,7 @@
 extern "C" {
 #include <libavutil/channel_layout.h>
 #include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
 }
 
 #include <algorithm>
@@ -77,6 +78,40 @@ void chooseLayout(const AVCodec& codec, const AVCodecContext& decoder, AVChannel
         return;
     }
     av_channel_layout_default(&layout, channels == 1 ? 1 : 2);
+}
+
+bool isHdr(AVColorTransferCharacteristic transfer) {
+    return transfer == AVCOL_TRC_SMPTE2084 || transfer == AVCOL_TRC_ARIB_STD_B67;
+}
+
+bool isDeeperThan8Bits(AVPixelFormat format) {
+    const AVPixFmtDescriptor* pixels = av_pix_fmt_desc_get(format);
+    return pixels != nullptr && pixels->comp[0].depth > 8;
+}
+
+// zscale takes the colour numbers of ITU-T H.273, the same as libav's enumerations. HDR
+// video without primaries or matrix tags is BT.2020 in practice.
+std::string toneMapChain(const AVCodecContext& decoder) {
+    const int primaries = decoder.color_primaries != AVCOL_PRI_UNSPECIFIED ? decoder.color_primaries
+                                                                           : AVCOL_PRI_BT2020;
+    const int matrix =
+        decoder.colorspace != AVCOL_SPC_UNSPECIFIED ? decoder.colorspace : AVCOL_SPC_BT2020_NCL;
+    const char* range = decoder.color_range == AVCOL_RANGE_JPEG ? "full" : "limited";
+    // Into linear light in floating point, onto BT.709 primaries, the highlights rolled off
+    // (hable) without desaturating, then back to BT.709 video levels.
+    return ",zscale=tin=" + std::to_string(decoder.color_trc) +
+           ":pin=" + std::to_string(primaries) + ":min=" + std::to_string(matrix) +
+           ":rin=" + range +
+           ":t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,tonemap=hable:desat=0,"
+           "zscale=t=bt709:m=bt709:r=limited";
+}
+
+void tagColours(AVCodecContext& context, const Picture& picture) {
+    context.pix_fmt = picture.format;
+    context.color_primaries = picture.primaries;
+    context.color_trc = picture.transfer;
+    context.colorspace = picture.matrix;
+    context.color_range = picture.range;
 }
 
 void openEncoder(AVCodecContext& context, const AVCodec& codec, const AVFormatContext& output,
@@ -157,8 +192,29 @@ bool networkFriendly(Container container) {
     return container != Container::quickTimeMovie;
 }
 
-LibAv::Codec openVideoEncoder(Preset preset, Size size, AVRational timeBase, AVRational frameRate,
-                              const AVFormatContext& output) {
+Picture picture(Preset preset, const AVCodecContext& decoder) {
+    const bool hdr = isHdr(decoder.color_trc);
+    if (preset != Preset::hevcHighestQuality && hdr)
+        return {.format = AV_PIX_FMT_YUV420P,
+                .primaries = AVCOL_PRI_BT709,
+                .transfer = AVCOL_TRC_BT709,
+                .matrix = AVCOL_SPC_BT709,
+                .range = AVCOL_RANGE_MPEG,
+                .toneMap = true};
+    const bool tenBits =
+        preset == Preset::hevcHighestQuality && (hdr || isDeeperThan8Bits(decoder.pix_fmt));
+    // Full range is not carried over: the scaler may have brought it to video levels.
+    return {.format = tenBits ? AV_PIX_FMT_YUV420P10LE : AV_PIX_FMT_YUV420P,
+            .primaries = decoder.color_primaries,
+            .transfer = decoder.color_trc,
+            .matrix = decoder.colorspace,
+            .range = decoder.color_range == AVCOL_RANGE_MPEG ? AVCOL_RANGE_MPEG
+                                                             : AVCOL_RANGE_UNSPECIFIED,
+            .toneMap = false};
+}
+
+LibAv::Codec openVideoEncoder(Preset preset, Size size, const Picture& picture, AVRational timeBase,
+                              AVRational frameRate, const AVFormatContext& output) {
     const VideoEncoder settings = videoEncoderFor(preset);
     const AVCodec* codec = avcodec_find_encoder_by_name(settings.name);
     if (codec == nullptr)
@@ -168,7 +224,7 @@ LibAv::Codec openVideoEncoder(Preset preset, Size size, AVRational timeBase, AVR
         throw LibAv::Error(AVERROR(ENOMEM));
     context->width = size.width;
     context->height = size.height;
-    context->pix_fmt = AV_PIX_FMT_YUV420P;
+    tagColours(*context, picture);
     context->time_base = timeBase;
     context->sample_aspect_ratio = {1, 1};
     if (frameRate.num > 0 && frameRate.den > 0)
@@ -207,9 +263,12 @@ LibAv::Codec openAudioEncoder(Preset preset, const AVCodecContext& decoder,
     return context;
 }
 
-std::string videoFilter(Size size, const AVCodecContext& decoder) {
+std::string videoFilter(Size size, const Picture& picture, const AVCodecContext& decoder) {
     std::string chain = "[in0]scale=" + std::to_string(size.width) + ":" +
-                        std::to_string(size.height) + ":flags=bicubic,format=yuv420p";
+                        std::to_string(size.height) + ":flags=bicubic";
+    if (picture.toneMap)
+        chain += toneMapChain(decoder);
+    chain += std::string(",format=") + av_get_pix_fmt_name(picture.format);
     const AVRational aspect = decoder.sample_aspect_ratio;
     if (aspect.num <= 0 || aspect.num == aspect.den)
         chain += ",setsar=1"; // rounding to even sizes must not invent a pixel shape

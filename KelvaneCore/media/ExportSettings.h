@@ -31,16 +31,30 @@ bool playersTake(VideoTools::Container container, AVCodecID codec);
 const char* muxer(VideoTools::Container container);
 bool networkFriendly(VideoTools::Container container);
 
+// The pixels and colour tags a re-encode writes. HEVC keeps 10 bits when the source has
+// more than 8 or is HDR, and the source's colour tags; H.264 is 8-bit, and an HDR source
+// (PQ or HLG) is tone-mapped to BT.709 SDR so it does not play washed out.
+struct Picture {
+    AVPixelFormat format = AV_PIX_FMT_YUV420P;
+    AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
+    AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
+    AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
+    AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
+    bool toneMap = false;
+};
+Picture picture(VideoTools::Preset preset, const AVCodecContext& decoder);
+
 // libx264 or libx265 opened for `preset` at `size`, frames stamped in `timeBase`.
-LibAv::Codec openVideoEncoder(VideoTools::Preset preset, Size size, AVRational timeBase,
-                              AVRational frameRate, const AVFormatContext& output);
+LibAv::Codec openVideoEncoder(VideoTools::Preset preset, Size size, const Picture& picture,
+                              AVRational timeBase, AVRational frameRate,
+                              const AVFormatContext& output);
 
 // AAC for the source's channels (more than six become stereo) and rate.
 LibAv::Codec openAudioEncoder(VideoTools::Preset preset, const AVCodecContext& decoder,
                               const AVFormatContext& output);
 
 // The filter chains between decoder and encoder.
-std::string videoFilter(Size size, const AVCodecContext& decoder);
+std::string videoFilter(Size size, const Picture& picture, const AVCodecContext& decoder);
 std::string audioFilter(const AVCodecContext& encoder);
 
 } // namespace kelvane::ExportSettings

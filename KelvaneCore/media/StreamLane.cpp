@@ -65,14 +65,15 @@ std::unique_ptr<StreamLane> StreamLane::encodeVideo(const AVFormatContext& sourc
         throw LibAv::Error(AVERROR_INVALIDDATA); // absurd or missing dimensions
     const ExportSettings::Size size =
         ExportSettings::fit({decoder.width, decoder.height}, ExportSettings::box(preset));
+    const ExportSettings::Picture picture = ExportSettings::picture(preset, decoder);
     lane->filter_ = std::make_unique<FilterGraph>(
         FilterGraph::Kind::video,
         std::vector<std::string>{FilterGraph::videoSource(decoder, input.time_base)},
-        ExportSettings::videoFilter(size, decoder));
+        ExportSettings::videoFilter(size, picture, decoder));
     const AVRational frameRate = av_guess_frame_rate(const_cast<AVFormatContext*>(&source),
                                                      const_cast<AVStream*>(&input), nullptr);
-    lane->encoder_ = ExportSettings::openVideoEncoder(preset, size, lane->filter_->timeBase(),
-                                                      frameRate, output);
+    lane->encoder_ = ExportSettings::openVideoEncoder(preset, size, picture,
+                                                      lane->filter_->timeBase(), frameRate, output);
     if (frameRate.num > 0 && frameRate.den > 0)
         lane->frameStep_ =
             std::max<int64_t>(1, av_rescale_q(1, av_inv_q(frameRate), lane->encoder_->time_base));

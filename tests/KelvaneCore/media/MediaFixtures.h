@@ -4,6 +4,10 @@
 
 #include "media/LibAv.h"
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
 #include <QCryptographicHash>
 
 #include <cstdlib>
@@ -41,6 +45,8 @@ struct StreamInfo {
     int rotation = 0;
     std::string language;
     bool attachedPicture = false;
+    std::string pixels;  // "yuv420p10le"
+    std::string colours; // primaries/transfer/matrix: "bt2020/arib-std-b67/bt2020nc"
 };
 
 using Tags = std::map<std::string, std::string>;
@@ -80,6 +86,19 @@ inline std::string tagText(uint32_t tag) {
     return text;
 }
 
+inline std::string pixelsOf(const AVCodecParameters& parameters) {
+    if (parameters.codec_type != AVMEDIA_TYPE_VIDEO)
+        return {};
+    const char* name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(parameters.format));
+    return name != nullptr ? name : "none";
+}
+
+inline std::string coloursOf(const AVCodecParameters& parameters) {
+    return std::string(av_color_primaries_name(parameters.color_primaries)) + "/" +
+           av_color_transfer_name(parameters.color_trc) + "/" +
+           av_color_space_name(parameters.color_space);
+}
+
 inline MediaInfo probe(const std::filesystem::path& file) {
     const LibAv::Input input = LibAv::openInput(file);
     MediaInfo info;
@@ -93,7 +112,8 @@ inline MediaInfo probe(const std::filesystem::path& file) {
                                 tagText(parameters.codec_tag), parameters.width, parameters.height,
                                 parameters.sample_rate, parameters.ch_layout.nb_channels,
                                 LibAv::rotationDegrees(stream), tagsOf(stream.metadata)["language"],
-                                (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0});
+                                (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0,
+                                pixelsOf(parameters), coloursOf(parameters)});
     }
     return info;
 }
@@ -139,6 +159,33 @@ inline std::vector<int16_t> decodeS16(const std::filesystem::path& file) {
     avcodec_send_packet(decoder.get(), nullptr);
     drain();
     return samples;
+}
+
+// The average luma of the first picture, on the 8-bit scale (ten-bit samples divided by 4).
+inline double firstPictureLuma(const std::filesystem::path& file) {
+    const LibAv::Input input = LibAv::openInput(file);
+    const int stream = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    const LibAv::Codec decoder = LibAv::openDecoder(*input->streams[stream]);
+    const LibAv::Packet packet = LibAv::makePacket();
+    const LibAv::Frame frame = LibAv::makeFrame();
+    while (av_read_frame(input.get(), packet.get()) >= 0) {
+        if (packet->stream_index == stream)
+            avcodec_send_packet(decoder.get(), packet.get());
+        av_packet_unref(packet.get());
+        if (avcodec_receive_frame(decoder.get(), frame.get()) < 0)
+            continue;
+        const bool tenBits =
+            av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->format))->comp[0].depth > 8;
+        double sum = 0;
+        for (int y = 0; y < frame->height; ++y) {
+            const uint8_t* row =
+                frame->data[0] + static_cast<std::ptrdiff_t>(y) * frame->linesize[0];
+            for (int x = 0; x < frame->width; ++x)
+                sum += tenBits ? reinterpret_cast<const uint16_t*>(row)[x] / 4.0 : row[x];
+        }
+        return sum / (frame->width * frame->height);
+    }
+    throw std::runtime_error("no picture");
 }
 
 // Whether the file's index (moov) comes before its samples (mdat): +faststart.

@@ -145,8 +145,35 @@ TEST(VideoExport, HevcIsTaggedHvc1AndKeepsTheSizeAndEveryAudioTrack) {
     EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).codec, "hevc");
     EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).tag, "hvc1");
     EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).width, 320);
+    EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).pixels, "yuv420p"); // eight bits stay eight
     EXPECT_EQ(info.count(AVMEDIA_TYPE_AUDIO), 2);
     EXPECT_TRUE(fixtures::indexFirst(fixtures::readFile(temp / "Two (converted).mp4")));
+}
+
+TEST(VideoExport, HdrKeepsTenBitsAndItsColoursInHevcAndIsToneMappedForH264) {
+    const fixtures::TempFolder temp;
+    ffmpeg(temp.path(), lavfiClip("320x180", 0.5) +
+                            " -pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error "
+                            "-color_primaries bt2020 -color_trc arib-std-b67 -colorspace bt2020nc "
+                            "-c:a aac -shortest Hlg.mkv");
+    const auto hevc = probe(convert(temp / "Hlg.mkv", Recipe::videoHEVC)).first(AVMEDIA_TYPE_VIDEO);
+    EXPECT_EQ(hevc.pixels, "yuv420p10le");
+    EXPECT_EQ(hevc.colours, "bt2020/arib-std-b67/bt2020nc");
+
+    const fs::path hd = convert(temp / "Hlg.mkv", Recipe::video720);
+    const auto sdr = probe(hd).first(AVMEDIA_TYPE_VIDEO);
+    EXPECT_EQ(sdr.codec, "h264");
+    EXPECT_EQ(sdr.pixels, "yuv420p");
+    EXPECT_EQ(sdr.colours, "bt709/bt709/bt709");
+    // The tone curve darkens the mid-tones that a plain copy of the levels would keep.
+    EXPECT_LT(fixtures::firstPictureLuma(hd), fixtures::firstPictureLuma(temp / "Hlg.mkv") - 5);
+
+    // Ten bits without HDR stay ten bits in HEVC.
+    ffmpeg(temp.path(),
+           lavfiClip("320x180", 0.5) +
+               " -pix_fmt yuv422p10le -c:v prores_ks -c:a pcm_s16le -shortest Deep.mov");
+    EXPECT_EQ(probe(convert(temp / "Deep.mov", Recipe::videoHEVC)).first(AVMEDIA_TYPE_VIDEO).pixels,
+              "yuv420p10le");
 }
 
 TEST(VideoExport, PhoneRotationIsKeptWhetherCopiedOrEncoded) {
