@@ -20,6 +20,11 @@ gen -f lavfi -i "testsrc2=s=1920x1080:r=30:d=$(secs 60)" -f lavfi -i "sine=d=$(s
     -c:v libx264 -preset ultrafast -crf 18 -c:a aac -shortest "$work/hd60.mp4"
 gen -f lavfi -i "testsrc2=s=1920x1080:r=30:d=$(secs 20)" -f lavfi -i "sine=d=$(secs 20)" \
     -c:v libx264 -preset ultrafast -crf 18 -c:a aac -shortest "$work/hd20.mp4"
+# A phone's HDR clip: 10-bit HEVC tagged HLG, made small and fast (the encode is not measured).
+gen -f lavfi -i "testsrc2=s=1920x1080:r=30:d=$(secs 20)" -f lavfi -i "sine=d=$(secs 20)" \
+    -pix_fmt yuv420p10le -c:v libx265 -preset ultrafast -x265-params log-level=error \
+    -color_primaries bt2020 -color_trc arib-std-b67 -colorspace bt2020nc -c:a aac -shortest \
+    "$work/hlg20.mp4"
 gen -f lavfi -i "testsrc2=s=1280x720:r=30:d=10" -c:v libx264 -preset ultrafast "$work/gif10.mp4"
 gen -f lavfi -i "sine=f=440:r=48000:d=$(secs 1800)" -ac 2 -c:a libmp3lame -b:a 192k "$work/talk.mp3"
 printf 'inputs: rewrap %s MB, 1080p %s s and %s s, audio %s s\n' \
@@ -54,6 +59,12 @@ compare "1080p→720p" --recipe video720 "$work/hd60.mp4" -- \
 compare "HEVC 1080p" --recipe videoHEVC "$work/hd20.mp4" -- \
     -i "$work/hd20.mp4" -c:v libx265 -preset veryfast -crf 22 -tag:v hvc1 -x265-params log-level=error \
     -c:a aac -b:a 96k -ac 1 -movflags +faststart "$work/theirs.mp4"
+compare "HDR→720p SDR" --recipe video720 "$work/hlg20.mp4" -- \
+    -i "$work/hlg20.mp4" -vf "scale=1280:720:flags=bicubic,zscale=tin=18:pin=9:min=9:rin=limited:\
+t=linear:npl=100,format=gbrpf32le,zscale=p=bt709,tonemap=hable:desat=0,zscale=t=bt709:m=bt709:\
+r=limited,format=yuv420p,setsar=1" -c:v libx264 -preset faster -crf 21 -color_primaries bt709 \
+    -color_trc bt709 -colorspace bt709 -c:a aac -b:a 96k -ac 1 -movflags +faststart \
+    "$work/theirs.mp4"
 for format in wav aiff caf; do
     recipe=to$(echo "$format" | tr a-z A-Z)
     compare "audio→$format" --recipe "$recipe" "$work/talk.mp3" -- \
