@@ -263,6 +263,10 @@ LibAv::Codec openAudioEncoder(Preset preset, const AVCodecContext& decoder,
     return context;
 }
 
+std::string toneMapToSdr(const AVCodecContext& decoder) {
+    return isHdr(decoder.color_trc) ? toneMapChain(decoder) : std::string();
+}
+
 std::string videoFilter(Size size, const Picture& picture, const AVCodecContext& decoder) {
     std::string chain = "[in0]scale=" + std::to_string(size.width) + ":" +
                         std::to_string(size.height) + ":flags=bicubic";

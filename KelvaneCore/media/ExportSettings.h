@@ -53,6 +53,10 @@ LibAv::Codec openVideoEncoder(VideoTools::Preset preset, Size size, const Pictur
 LibAv::Codec openAudioEncoder(VideoTools::Preset preset, const AVCodecContext& decoder,
                               const AVFormatContext& output);
 
+// Filters that bring an HDR picture (PQ or HLG) down to BT.709 SDR, to follow a scale in a
+// chain; empty for any other picture.
+std::string toneMapToSdr(const AVCodecContext& decoder);
+
 // The filter chains between decoder and encoder.
 std::string videoFilter(Size size, const Picture& picture, const AVCodecContext& decoder);
 std::string audioFilter(const AVCodecContext& encoder);

@@ -1,3 +1,4 @@
+#include "media/ExportSettings.h"
 #include "media/FilterGraph.h"
 #include "media/LibAv.h"
 #include "media/ResultFile.h"
@@ -39,9 +40,9 @@ GifPlan planFor(double displayWidth, double displayHeight, double duration,
     return plan;
 }
 
-// Upright frames scaled to the plan, each with a palette of its own (computed from that
-// frame alone, so memory stays at one frame whatever the length).
-std::string gifChain(int rotation, const GifPlan& plan) {
+// Upright frames scaled to the plan, HDR brought to SDR, each with a palette of its own
+// (computed from that frame alone, so memory stays at one frame whatever the length).
+std::string gifChain(int rotation, const GifPlan& plan, const std::string& toSdr) {
     std::string turn;
     if (rotation == 90)
         turn = "transpose=clock,";
@@ -50,8 +51,8 @@ std::string gifChain(int rotation, const GifPlan& plan) {
     else if (rotation == 270)
         turn = "transpose=cclock,";
     return "[in0]" + turn + "scale=" + std::to_string(plan.width) + ":" +
-           std::to_string(plan.height) +
-           ":flags=lanczos,setsar=1,split[a][b];[a]palettegen=stats_mode=single[p];"
+           std::to_string(plan.height) + ":flags=lanczos" + toSdr +
+           ",setsar=1,split[a][b];[a]palettegen=stats_mode=single[p];"
            "[b][p]paletteuse=new=1:dither=sierra2_4a[out]";
 }
 
@@ -235,7 +236,7 @@ fs::path gif(const fs::path& input, const ConversionOptions& options, const Prog
         frames = std::make_unique<FilterGraph>(
             FilterGraph::Kind::video,
             std::vector<std::string>{FilterGraph::videoSource(*source.decoder, {1, 100})},
-            gifChain(source.rotation, plan));
+            gifChain(source.rotation, plan, ExportSettings::toneMapToSdr(*source.decoder)));
     } catch (const std::exception&) {
         throw ConversionError::couldNotCreateGIF();
     }

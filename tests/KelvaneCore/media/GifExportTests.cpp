@@ -122,6 +122,22 @@ TEST(GifExport, PortraitPhoneVideoGivesUprightFrames) {
     EXPECT_EQ(facts.images, 5);
 }
 
+TEST(GifExport, HdrVideoIsToneMappedRatherThanShownWashedOut) {
+    const fixtures::TempFolder temp;
+    // The same pixels, tagged HLG and tagged SDR.
+    const std::string picture = "-f lavfi -i testsrc2=s=160x90:r=10:d=0.3 -pix_fmt yuv420p10le "
+                                "-c:v libx265 -x265-params log-level=error ";
+    ffmpeg(temp.path(), picture + "-color_primaries bt2020 -color_trc arib-std-b67 "
+                                  "-colorspace bt2020nc Hlg.mkv");
+    ffmpeg(temp.path(),
+           picture + "-color_primaries bt709 -color_trc bt709 -colorspace bt709 Sdr.mkv");
+    const auto brightness = [&](const char* name) {
+        return fixtures::firstPictureBrightness(
+            VideoTools::gif(temp / name, gifOptions(10, 160, 1), [](double) {}));
+    };
+    EXPECT_LT(brightness("Hlg.mkv"), brightness("Sdr.mkv") - 5);
+}
+
 TEST(GifExport, InputsWithoutPicturesFailWithTheirSentence) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i sine=d=1 -c:a aac Sound.mp4");

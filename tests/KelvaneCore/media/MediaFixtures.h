@@ -2,6 +2,7 @@
 
 // Clips made with the ffmpeg command-line tool and read back with libavformat.
 
+#include "media/FilterGraph.h"
 #include "media/LibAv.h"
 
 extern "C" {
@@ -161,8 +162,8 @@ inline std::vector<int16_t> decodeS16(const std::filesystem::path& file) {
     return samples;
 }
 
-// The average luma of the first picture, on the 8-bit scale (ten-bit samples divided by 4).
-inline double firstPictureLuma(const std::filesystem::path& file) {
+// The average grey level (0 to 255) of the first picture, whatever its pixel format.
+inline double firstPictureBrightness(const std::filesystem::path& file) {
     const LibAv::Input input = LibAv::openInput(file);
     const int stream = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     const LibAv::Codec decoder = LibAv::openDecoder(*input->streams[stream]);
@@ -174,16 +175,19 @@ inline double firstPictureLuma(const std::filesystem::path& file) {
         av_packet_unref(packet.get());
         if (avcodec_receive_frame(decoder.get(), frame.get()) < 0)
             continue;
-        const bool tenBits =
-            av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->format))->comp[0].depth > 8;
+        FilterGraph grey(FilterGraph::Kind::video,
+                         {FilterGraph::videoSource(*decoder, input->streams[stream]->time_base)},
+                         "[in0]format=gray[out]");
+        grey.push(0, frame.get());
+        grey.push(0, nullptr);
+        const LibAv::Frame picture = LibAv::makeFrame();
+        if (!grey.pull(picture.get()))
+            break;
         double sum = 0;
-        for (int y = 0; y < frame->height; ++y) {
-            const uint8_t* row =
-                frame->data[0] + static_cast<std::ptrdiff_t>(y) * frame->linesize[0];
-            for (int x = 0; x < frame->width; ++x)
-                sum += tenBits ? reinterpret_cast<const uint16_t*>(row)[x] / 4.0 : row[x];
-        }
-        return sum / (frame->width * frame->height);
+        for (int y = 0; y < picture->height; ++y)
+            for (int x = 0; x < picture->width; ++x)
+                sum += picture->data[0][static_cast<std::ptrdiff_t>(y) * picture->linesize[0] + x];
+        return sum / (picture->width * picture->height);
     }
     throw std::runtime_error("no picture");
 }

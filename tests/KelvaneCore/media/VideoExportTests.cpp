@@ -166,7 +166,8 @@ TEST(VideoExport, HdrKeepsTenBitsAndItsColoursInHevcAndIsToneMappedForH264) {
     EXPECT_EQ(sdr.pixels, "yuv420p");
     EXPECT_EQ(sdr.colours, "bt709/bt709/bt709");
     // The tone curve darkens the mid-tones that a plain copy of the levels would keep.
-    EXPECT_LT(fixtures::firstPictureLuma(hd), fixtures::firstPictureLuma(temp / "Hlg.mkv") - 5);
+    EXPECT_LT(fixtures::firstPictureBrightness(hd),
+              fixtures::firstPictureBrightness(temp / "Hlg.mkv") - 5);
 
     // Ten bits without HDR stay ten bits in HEVC.
     ffmpeg(temp.path(),
