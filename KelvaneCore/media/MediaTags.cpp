@@ -1,5 +1,9 @@
 #include "media/MediaTags.h"
 
+extern "C" {
+#include <libavutil/avstring.h>
+}
+
 #include <array>
 #include <string_view>
 
@@ -8,11 +12,11 @@ namespace {
 
 // Said by the demuxer about the source file itself, not about its content: the result
 // gets its own brands and encoder name from its muxer.
-bool describesTheSourceFile(std::string_view key) {
-    constexpr std::array<std::string_view, 4> technical{"major_brand", "minor_version",
-                                                        "compatible_brands", "encoder"};
-    for (const std::string_view each : technical)
-        if (key == each)
+bool describesTheSourceFile(const char* key) {
+    constexpr std::array<const char*, 4> technical{"major_brand", "minor_version",
+                                                   "compatible_brands", "encoder"};
+    for (const char* each : technical)
+        if (av_strcasecmp(key, each) == 0) // Matroska spells them in capitals
             return true;
     return false;
 }
@@ -28,7 +32,7 @@ void setPlaceFromPhoneKey(const AVDictionary* input, AVDictionary** output) {
     if (valueOf(*output, "location") != nullptr)
         return;
     if (const char* place = valueOf(input, "com.apple.quicktime.location.ISO6709"))
-        av_dict_set(output, "location", place, 0);
+        LibAv::check(av_dict_set(output, "location", place, 0));
 }
 
 // The AIFF muxer writes its AUTH chunk from "author"; other formats call it the artist.
@@ -36,7 +40,7 @@ void setAuthorForAiff(const AVFormatContext& output, AVDictionary** tags) {
     if (std::string_view(output.oformat->name) != "aiff" || valueOf(*tags, "author") != nullptr)
         return;
     if (const char* artist = valueOf(*tags, "artist"))
-        av_dict_set(tags, "author", artist, 0);
+        LibAv::check(av_dict_set(tags, "author", artist, 0));
 }
 
 } // namespace

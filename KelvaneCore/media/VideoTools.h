@@ -32,9 +32,11 @@ public:
         : std::runtime_error("The conversion was cancelled.") {}
 };
 
-// The five video recipes: toMP4 and toMOV rewrap and fall back to one highest-quality
-// re-encode; video720, video1080 and videoHEVC re-encode. Returns the file written beside
-// the input. Throws ConversionError, or Cancelled (the partial result is then kept).
+// The five video recipes: toMP4 and toMOV rewrap when the container's players take every
+// stream, and otherwise re-encode once at the highest quality; video720, video1080 and
+// videoHEVC re-encode. Dates, places and languages are kept; HDR becomes SDR for H.264. Returns the
+// file written beside the input. Throws ConversionError, or Cancelled (the partial result is then
+// kept).
 std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
                               const ConversionOptions& options, const Progress& progress,
                               std::stop_token stop = {});
