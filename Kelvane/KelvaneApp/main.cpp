@@ -1,6 +1,7 @@
 #include "KelvaneApp/SnapshotMode.h"
 #include "MainViews/Appearance.h"
 #include "MainViews/MainViews.h"
+#include "MainViews/PortalChooser.h"
 #include "MainViews/WindowModel.h"
 #include "Store/Store.h"
 #include "Worker/WorkerRunner.h"
@@ -36,6 +37,7 @@ std::vector<std::filesystem::path> filesFromArguments(const QStringList& argumen
 
 int main(int argc, char** argv) {
     useUtf8Locale();
+    kelvane::PortalChooser::preferWhereOffered();
     QGuiApplication application(argc, argv);
     QGuiApplication::setOrganizationName(QStringLiteral("Kelvane"));
     QGuiApplication::setApplicationName(QStringLiteral("Kelvane"));
