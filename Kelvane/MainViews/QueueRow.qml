@@ -141,35 +141,40 @@ Rectangle {
                 }
                 Item { Layout.fillWidth: true }
             }
-            // A plain row: the name elides before the sizes do, and never more than needed.
-            Row {
+            // The result's name, then its sizes, which move to a line of their own when
+            // both do not fit; the name elides only when it is longer than the whole row.
+            Flow {
                 id: doneRow
                 visible: row.jobState === "done"
                 Layout.fillWidth: true
                 spacing: 5
-                SymbolLabel {
-                    id: doneMark
-                    symbol: "checkmark.circle.fill"
-                    size: 14
-                    color: appearance.success
-                    anchors.verticalCenter: parent.verticalCenter
+                Row {
+                    spacing: 5
+                    SymbolLabel {
+                        id: doneMark
+                        symbol: "checkmark.circle.fill"
+                        size: 14
+                        color: appearance.success
+                        anchors.verticalCenter: parent.verticalCenter
+                    }
+                    Text {
+                        objectName: "doneLine"
+                        width: Math.min(implicitWidth, doneRow.width - doneMark.width - 5)
+                        text: row.doneLabel
+                        color: appearance.text
+                        font.pixelSize: 12
+                        elide: Text.ElideMiddle
+                    }
                 }
-                Text {
-                    objectName: "doneLine"
-                    width: Math.min(implicitWidth, doneRow.width - doneMark.width - dot.width
-                                    - sizeText.implicitWidth - 3 * doneRow.spacing)
-                    text: row.doneLabel
-                    color: appearance.text
-                    font.pixelSize: 12
-                    elide: Text.ElideMiddle
-                }
-                Text { id: dot; text: "·"; color: appearance.secondaryText; font.pixelSize: 12 }
-                Text {
-                    id: sizeText
-                    objectName: "sizeLine"
-                    text: row.sizeLine
-                    color: appearance.secondaryText
-                    font.pixelSize: 12
+                Row {
+                    spacing: 5
+                    Text { text: "·"; color: appearance.secondaryText; font.pixelSize: 12 }
+                    Text {
+                        objectName: "sizeLine"
+                        text: row.sizeLine
+                        color: appearance.secondaryText
+                        font.pixelSize: 12
+                    }
                 }
             }
             RowLayout {

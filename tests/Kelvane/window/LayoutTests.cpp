@@ -112,6 +112,15 @@ struct LayoutTest : WindowHarness {
         }
         window->grabWindow(); // lists place the rows they made in the last frame
         QTest::qWait(50);
+        // A result's name is cut only when it is longer than a whole line of its row.
+        for (QObject* name : all(window->contentItem(), QStringLiteral("doneLine"))) {
+            const auto* text = qobject_cast<QQuickItem*>(name);
+            if (text == nullptr || !text->isVisible() || !text->property("truncated").toBool())
+                continue;
+            const qreal line = text->parentItem()->parentItem()->width();
+            EXPECT_GT(text->width(), line - 30)
+                << size.width() << " × " << size.height() << ": " << describe(text).toStdString();
+        }
         for (const QString& fault : layoutFaults(window))
             ADD_FAILURE() << size.width() << " × " << size.height() << ", " << state << ": "
                           << fault.toStdString();
