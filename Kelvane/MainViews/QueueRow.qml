@@ -143,11 +143,13 @@ Rectangle {
             }
             // The result's name, then its sizes, which move to a line of their own when
             // both do not fit; the name elides only when it is longer than the whole row.
-            Flow {
+            ColumnLayout {
                 id: doneRow
                 visible: row.jobState === "done"
                 Layout.fillWidth: true
-                spacing: 5
+                spacing: 2
+                readonly property bool sizesBelow: doneMark.width + doneName.implicitWidth
+                    + dot.implicitWidth + sizeInline.implicitWidth + 15 > width
                 Row {
                     spacing: 5
                     SymbolLabel {
@@ -158,6 +160,7 @@ Rectangle {
                         anchors.verticalCenter: parent.verticalCenter
                     }
                     Text {
+                        id: doneName
                         objectName: "doneLine"
                         width: Math.min(implicitWidth, doneRow.width - doneMark.width - 5)
                         text: row.doneLabel
@@ -165,16 +168,29 @@ Rectangle {
                         font.pixelSize: 12
                         elide: Text.ElideMiddle
                     }
-                }
-                Row {
-                    spacing: 5
-                    Text { text: "·"; color: appearance.secondaryText; font.pixelSize: 12 }
                     Text {
-                        objectName: "sizeLine"
+                        id: dot
+                        visible: !doneRow.sizesBelow
+                        text: "·"
+                        color: appearance.secondaryText
+                        font.pixelSize: 12
+                    }
+                    Text {
+                        id: sizeInline
+                        objectName: doneRow.sizesBelow ? "" : "sizeLine"
+                        visible: !doneRow.sizesBelow
                         text: row.sizeLine
                         color: appearance.secondaryText
                         font.pixelSize: 12
                     }
+                }
+                Text {
+                    objectName: doneRow.sizesBelow ? "sizeLine" : ""
+                    visible: doneRow.sizesBelow
+                    leftPadding: doneMark.width + 5
+                    text: row.sizeLine
+                    color: appearance.secondaryText
+                    font.pixelSize: 12
                 }
             }
             RowLayout {

@@ -82,6 +82,10 @@ QStringList layoutFaults(QQuickWindow* window) {
             faults << describe(text) + QStringLiteral(" sticks out of its parent");
         if (!windowRect.adjusted(-slack, -slack, slack, slack).contains(sceneRect(text)))
             faults << describe(text) + QStringLiteral(" sticks out of the window");
+        for (const QQuickItem* up = parent; up != nullptr; up = up->parentItem())
+            if (up->objectName().startsWith(QLatin1String("job-")) &&
+                !sceneRect(up).adjusted(-slack, -slack, slack, slack).contains(sceneRect(text)))
+                faults << describe(text) + QStringLiteral(" sticks out of its queue row");
     }
     for (qsizetype first = 0; first < texts.size(); ++first)
         for (qsizetype second = first + 1; second < texts.size(); ++second) {
