@@ -150,7 +150,11 @@ Rectangle {
                 spacing: 2
                 readonly property bool sizesBelow: doneMark.width + doneName.implicitWidth
                     + dot.implicitWidth + sizeInline.implicitWidth + 15 > width
+                // Takes the column's width rather than asking for its own, which would
+                // follow the name's elided width and so shrink the name further.
                 Row {
+                    Layout.fillWidth: true
+                    Layout.preferredWidth: 0
                     spacing: 5
                     SymbolLabel {
                         id: doneMark
