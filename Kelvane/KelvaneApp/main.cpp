@@ -1,6 +1,7 @@
 #include "KelvaneApp/SnapshotMode.h"
 #include "MainViews/Appearance.h"
 #include "MainViews/MainViews.h"
+#include "MainViews/PortalChooser.h"
 #include "MainViews/WindowModel.h"
 #include "Store/Store.h"
 #include "Worker/WorkerRunner.h"
@@ -14,6 +15,7 @@
 #include <clocale>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -24,23 +26,36 @@ void useUtf8Locale() {
         std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
+const QString recipeOption = QStringLiteral("--recipe=");
+
 // Files named on the command line are queued with the current recipe, as if dropped.
 std::vector<std::filesystem::path> filesFromArguments(const QStringList& arguments) {
     std::vector<std::filesystem::path> files;
     for (qsizetype index = 1; index < arguments.size(); ++index)
-        files.emplace_back(QDir::current().absoluteFilePath(arguments[index]).toStdString());
+        if (!arguments[index].startsWith(recipeOption))
+            files.emplace_back(QDir::current().absoluteFilePath(arguments[index]).toStdString());
     return files;
+}
+
+// "--recipe=toJPG", as the desktop entry's actions start the application, chooses the
+// recipe the files are queued with.
+std::optional<kelvane::Recipe> recipeFromArguments(const QStringList& arguments) {
+    for (const QString& argument : arguments)
+        if (argument.startsWith(recipeOption))
+            return kelvane::Recipe::fromRawValue(argument.mid(recipeOption.size()).toStdString());
+    return std::nullopt;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     useUtf8Locale();
+    kelvane::PortalChooser::preferWhereOffered();
     QGuiApplication application(argc, argv);
     QGuiApplication::setOrganizationName(QStringLiteral("Kelvane"));
     QGuiApplication::setApplicationName(QStringLiteral("Kelvane"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Kelvane"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("kelvane"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.kelvane.Kelvane"));
 
     QSettings settings(QStringLiteral("Kelvane"), QStringLiteral("Kelvane"));
     kelvane::Store store(&settings);
@@ -53,6 +68,8 @@ int main(int argc, char** argv) {
     if (window == nullptr)
         return 1;
 
+    if (const auto recipe = recipeFromArguments(QGuiApplication::arguments()))
+        store.setRecipe(*recipe);
     const auto opened = filesFromArguments(QGuiApplication::arguments());
     if (!opened.empty())
         store.add(opened);

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls
-import QtQuick.Dialogs
 import QtQuick.Layouts
 
 // The main window: recipes on the left, the workspace in the middle and the options of the
@@ -11,9 +10,10 @@ ApplicationWindow {
     width: 1120
     height: 720
     minimumWidth: 900
-    minimumHeight: 560
+    minimumHeight: 580
     visible: true
-    title: store.activeCount > 0 ? "Kelvane — " + store.subtitle : "Kelvane"
+    // The platform adds the application's name to a title that does not end with it.
+    title: store.activeCount > 0 ? store.subtitle + " — Kelvane" : "Kelvane"
     color: appearance.window
 
     palette.window: appearance.window
@@ -35,7 +35,7 @@ ApplicationWindow {
     palette.toolTipBase: appearance.card
     palette.toolTipText: appearance.text
 
-    function chooseFiles() { chooser.open() }
+    function chooseFiles() { chooser.chooseFiles() }
 
     header: WindowToolbar {
         leadingWidth: sidebar.width
@@ -51,14 +51,7 @@ ApplicationWindow {
         onActivated: store.showOptions = !store.showOptions
     }
 
-    FileDialog {
-        id: chooser
-        objectName: "fileChooser"
-        title: store.chooserTitle
-        acceptLabel: store.recipeTitle
-        fileMode: FileDialog.OpenFiles
-        onAccepted: store.addChosen(selectedFiles)
-    }
+    FileChooser { id: chooser }
 
     RowLayout {
         anchors.fill: parent
@@ -82,6 +75,7 @@ ApplicationWindow {
             Layout.fillWidth: true
             Layout.fillHeight: true
             onChooseFiles: root.chooseFiles()
+            onChooseFolder: chooser.chooseFolder()
         }
 
         Rectangle {
