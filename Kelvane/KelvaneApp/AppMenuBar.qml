@@ -36,36 +36,36 @@ MenuBar {
 
     Menu {
         title: "&File"
-        MenuItem { action: addFiles; objectName: "addFilesItem" }
+        CommandItem { action: addFiles; objectName: "addFilesItem" }
         MenuSeparator {}
-        MenuItem { action: settings }
-        MenuItem {
+        CommandItem { action: settings }
+        CommandItem {
             action: panel
             visible: commands.panelInMenu
             height: visible ? implicitHeight : 0
         }
         MenuSeparator {}
-        MenuItem { action: quit }
+        CommandItem { action: quit }
     }
     Menu {
         title: "&Queue"
-        MenuItem { action: clearFinished; objectName: "clearFinishedItem" }
-        MenuItem { action: stopAll; objectName: "stopAllItem" }
+        CommandItem { action: clearFinished; objectName: "clearFinishedItem" }
+        CommandItem { action: stopAll; objectName: "stopAllItem" }
         MenuSeparator {}
-        MenuItem { action: dropDock; objectName: "dropDockItem" }
+        CommandItem { action: dropDock; objectName: "dropDockItem" }
     }
     Menu {
         title: "&Recipe"
-        MenuItem { action: group1 }
-        MenuItem { action: group2 }
-        MenuItem { action: group3 }
-        MenuItem { action: group4 }
-        MenuItem { action: group5 }
+        CommandItem { action: group1 }
+        CommandItem { action: group2 }
+        CommandItem { action: group3 }
+        CommandItem { action: group4 }
+        CommandItem { action: group5 }
         MenuSeparator {}
-        MenuItem { action: options }
+        CommandItem { action: options }
     }
     Menu {
         title: "&Help"
-        MenuItem { action: updates }
+        CommandItem { action: updates }
     }
 }

@@ -18,4 +18,12 @@ ThemedWindow {
         onOpenKelvane: { window.hide(); commands.openMainWindow() }
         onQuitKelvane: { window.hide(); commands.quit() }
     }
+
+    // Without a frame the panel needs an edge of its own against what lies behind it.
+    Rectangle {
+        anchors.fill: parent
+        color: "transparent"
+        border.width: 1
+        border.color: appearance.separator
+    }
 }
