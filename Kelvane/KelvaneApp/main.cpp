@@ -2,6 +2,7 @@
 #include "MainViews/Appearance.h"
 #include "MainViews/MainViews.h"
 #include "MainViews/WindowModel.h"
+#include "Store/ShutdownSignals.h"
 #include "Store/Store.h"
 #include "Worker/WorkerRunner.h"
 
@@ -46,6 +47,7 @@ int main(int argc, char** argv) {
     kelvane::Store store(&settings);
     // A file that crashes or hangs a decoder fails its own job, not the window.
     store.setRunner(kelvane::WorkerRunner());
+    kelvane::quitCleanlyOnShutdownSignals(store);
     kelvane::Appearance appearance;
     kelvane::WindowModel model(store);
     QQmlApplicationEngine engine;
