@@ -8,6 +8,7 @@
 #include "KelvaneApp/TrayPanel.h"
 #include "KelvaneApp/UpdateChecker/UpdateCheck.h"
 #include "MainViews/MainViews.h"
+#include "Store/ShutdownSignals.h"
 #include "Worker/WorkerRunner.h"
 
 #include <QNetworkAccessManager>
@@ -26,6 +27,8 @@ Application::Application()
     , model_(store_) {
     // A file that crashes or hangs a decoder fails its own job, not the window.
     store_.setRunner(WorkerRunner());
+    // Logging out, Ctrl+C or a closed terminal stop every job cleanly, without asking.
+    quitCleanlyOnShutdownSignals(store_);
 }
 
 Application::~Application() = default;
@@ -97,10 +100,8 @@ void Application::open(const OpenRequest& request) {
         showMainWindow();
 }
 
-// Until the queue can stop its workers, stopping empties it: nothing waiting starts, and
-// what the running jobs deliver is dropped.
 void Application::stopAllJobs() {
-    store_.clearAll();
+    store_.stopAll();
 }
 
 void Application::showMainWindow() {

@@ -51,7 +51,8 @@ Item {
                 Layout.fillWidth: true
                 visible: row.jobState !== "running"
                 text: row.jobState === "queued" ? "Waiting…"
-                    : row.jobState === "done" ? row.doneLabel : row.failureLabel
+                    : row.jobState === "done" ? row.doneLabel
+                    : row.jobState === "stopped" ? "Stopped" : row.failureLabel
                 elide: Text.ElideRight
                 color: row.jobState === "failed" ? appearance.failure : appearance.secondaryText
                 font.pixelSize: 11
