@@ -47,7 +47,7 @@ bool Application::launch(const OpenRequest& opened) {
                                        .openPanel = [this] { tray_->open(); },
                                        .openMainWindow = [this] { showMainWindow(); },
                                        .checkForUpdates = [this] { checkForUpdates(true); },
-                                       .stopAllJobs = [this] { stopAllJobs(); },
+                                       .stopAllJobs = [this] { store_.stopAll(); },
                                        .quitNow = [] { QCoreApplication::quit(); },
                                    });
     engine_.rootContext()->setContextProperty(QStringLiteral("commands"), commands_.get());
@@ -98,10 +98,6 @@ void Application::open(const OpenRequest& request) {
         store_.add(request.files, request.recipe);
     if (!request.quiet)
         showMainWindow();
-}
-
-void Application::stopAllJobs() {
-    store_.stopAll();
 }
 
 void Application::showMainWindow() {

@@ -48,8 +48,6 @@ public:
     void showMainWindow();
     void showSettings();
     void checkForUpdates(bool userInitiated);
-    // Stops every running and waiting job.
-    void stopAllJobs();
 
 private:
     QSettings settings_;
