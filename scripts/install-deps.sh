@@ -38,6 +38,8 @@ packages=(
     qml6-module-qt-labs-folderlistmodel
     qml6-module-qt-labs-platform
     qml6-module-qttest
+    # The desktop's own file chooser, through the XDG desktop portal where the desktop has one
+    qt6-xdgdesktopportal-platformtheme
     fonts-material-design-icons-iconfont
     fontconfig
     fonts-dejavu-core
@@ -55,6 +57,14 @@ packages=(
     libarchive-tools
     unzip
     python3
+    # Tests: the real window in an X session, driven by the keyboard
+    xvfb
+    openbox
+    xdotool
+    x11-utils
+    # Tests: the desktop entry and the software-centre metadata checked as installed
+    desktop-file-utils
+    appstream
     # Fuzzing: the CPU time of each run is measured with GNU time
     time
 )

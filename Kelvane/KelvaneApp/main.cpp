@@ -2,6 +2,7 @@
 #include "KelvaneApp/OpenRequest.h"
 #include "KelvaneApp/SingleInstance.h"
 #include "KelvaneApp/SnapshotMode.h"
+#include "MainViews/PortalChooser.h"
 
 #include <QApplication>
 
@@ -37,11 +38,12 @@ int main(int argc, char** argv) {
         }
     }
 
+    kelvane::PortalChooser::preferWhereOffered();
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Kelvane"));
     QApplication::setApplicationName(QStringLiteral("Kelvane"));
     QApplication::setApplicationDisplayName(QStringLiteral("Kelvane"));
-    QApplication::setDesktopFileName(QStringLiteral("kelvane"));
+    QApplication::setDesktopFileName(QStringLiteral("app.kelvane.Kelvane"));
     // The tray panel and the Drop Dock outlive the window; Quit ends the application.
     QApplication::setQuitOnLastWindowClosed(false);
 

@@ -11,11 +11,24 @@ Item {
     property bool targeted: false
     property bool compact: false
     signal chooseFiles()
+    signal chooseFolder()
 
-    readonly property real iconSize: compact ? 36 : 72
+    // The full zone takes a smaller icon when the window is too short for the large one.
+    readonly property real iconSize: compact ? 36 : (height >= fullHeightAt(72) ? 72 : 48)
     readonly property real lineWidth: targeted ? 2.5 : 1.5
+    // The least height that shows everything: the full zone's content with the small icon.
+    readonly property real minimumHeight: compact ? 72 : fullHeightAt(48)
 
-    implicitHeight: compact ? 72 : 300
+    // The icon's circle, its gap, the texts, the buttons, the spacing and 16 above and below.
+    function fullHeightAt(size) {
+        return size * 1.35 + 6 + title.height + accept.height + buttons.height
+            + 3 * full.spacing + 32
+    }
+
+    // The height the zone's state asks for; its implicit height animates there.
+    readonly property real stateHeight: compact ? 72 : Math.max(300, fullHeightAt(72))
+
+    implicitHeight: stateHeight
     Behavior on implicitHeight { NumberAnimation { duration: 180; easing.type: Easing.OutCubic } }
 
     Item {
@@ -75,57 +88,83 @@ Item {
             }
         }
 
-        ColumnLayout {
+        component ZoneButton: Button {
+            id: button
+            highlighted: true
+            contentItem: Text {
+                text: button.text
+                color: "white"
+                font.pixelSize: 13
+                font.weight: Font.DemiBold
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignVCenter
+            }
+            background: Rectangle {
+                implicitWidth: 140
+                implicitHeight: 32
+                radius: 8
+                color: button.down ? Qt.darker(appearance.accent, 1.2)
+                     : button.hovered ? Qt.lighter(appearance.accent, 1.1)
+                     : appearance.accent
+                border.width: button.visualFocus ? 2 : 0
+                border.color: Qt.lighter(appearance.accent, 1.6)
+            }
+        }
+
+        // Positioned rather than laid out, so that the title's wrapped height counts.
+        Column {
+            id: full
             visible: !zone.compact
             anchors.centerIn: parent
             width: parent.width - 48
             spacing: 10
 
-            DropIcon { Layout.alignment: Qt.AlignHCenter; Layout.bottomMargin: 6 }
+            Item {
+                width: parent.width
+                height: icon.height + 6
+                DropIcon { id: icon; anchors.horizontalCenter: parent.horizontalCenter }
+            }
             Text {
+                id: title
                 objectName: "dropTitle"
-                Layout.fillWidth: true
+                width: parent.width
                 horizontalAlignment: Text.AlignHCenter
                 text: zone.targeted ? store.releaseTitle : store.dropTitle
                 color: appearance.text
                 font.pixelSize: 20
                 font.weight: Font.DemiBold
-                elide: Text.ElideRight
+                wrapMode: Text.Wrap
             }
             Text {
+                id: accept
                 objectName: "acceptLine"
-                Layout.fillWidth: true
+                width: parent.width
                 horizontalAlignment: Text.AlignHCenter
                 text: store.acceptLine
                 color: appearance.secondaryText
                 font.pixelSize: 13
-                wrapMode: Text.WordWrap
+                wrapMode: Text.Wrap
             }
-            Button {
-                id: chooseButton
-                objectName: "chooseFilesButton"
-                Layout.alignment: Qt.AlignHCenter
-                Layout.topMargin: 6
-                text: "Choose Files…"
-                highlighted: true
-                onClicked: zone.chooseFiles()
-                contentItem: Text {
-                    text: chooseButton.text
-                    color: "white"
-                    font.pixelSize: 13
-                    font.weight: Font.DemiBold
-                    horizontalAlignment: Text.AlignHCenter
-                    verticalAlignment: Text.AlignVCenter
+            Flow {
+                id: buttons
+                anchors.horizontalCenter: parent.horizontalCenter
+                width: Math.min(parent.width, implicitRowWidth)
+                topPadding: 6
+                spacing: 10
+                readonly property real implicitRowWidth: chooseFiles.implicitWidth
+                    + (chooseFolder.visible ? chooseFolder.implicitWidth + spacing : 0)
+                ZoneButton {
+                    id: chooseFiles
+                    objectName: "chooseFilesButton"
+                    text: "Choose Files…"
+                    onClicked: zone.chooseFiles()
                 }
-                background: Rectangle {
-                    implicitWidth: 140
-                    implicitHeight: 32
-                    radius: 8
-                    color: chooseButton.down ? Qt.darker(appearance.accent, 1.2)
-                         : chooseButton.hovered ? Qt.lighter(appearance.accent, 1.1)
-                         : appearance.accent
-                    border.width: chooseButton.visualFocus ? 2 : 0
-                    border.color: Qt.lighter(appearance.accent, 1.6)
+                ZoneButton {
+                    id: chooseFolder
+                    objectName: "chooseFolderButton"
+                    visible: store.choosesFolders
+                    text: "Choose Folder…"
+                    onClicked: zone.chooseFolder()
                 }
             }
         }

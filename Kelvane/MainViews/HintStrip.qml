@@ -1,56 +1,65 @@
 import QtQuick
-import QtQuick.Layouts
 
-// Three things worth knowing, shown under the empty drop zone.
-RowLayout {
-    spacing: 20
+// Three things worth knowing, shown under the empty drop zone. Positioners rather than
+// layouts: the strip's height follows its texts as they wrap in the width it is given.
+Item {
+    id: strip
 
-    component Hint: ColumnLayout {
+    readonly property real spacing: 20
+    readonly property real hintWidth: (width - 2 * spacing) / 3
+
+    implicitHeight: Math.max(drag.height, never.height, local.height)
+
+    component Hint: Column {
         property string symbol
         property string title
         property string caption
-        Layout.fillWidth: true
-        Layout.preferredWidth: 1
-        Layout.alignment: Qt.AlignTop
+        width: strip.hintWidth
         spacing: 4
         SymbolLabel {
             symbol: parent.symbol
             size: 18
             color: store.firstColor
-            Layout.alignment: Qt.AlignLeft
-            Layout.bottomMargin: 2
+            bottomPadding: 2
         }
         Text {
+            width: parent.width
             text: parent.title
-            Layout.fillWidth: true
             color: appearance.text
             font.pixelSize: 13
             font.weight: Font.Bold
-            wrapMode: Text.WordWrap
+            wrapMode: Text.Wrap
         }
         Text {
+            width: parent.width
             text: parent.caption
-            Layout.fillWidth: true
             color: appearance.secondaryText
             font.pixelSize: 12
-            wrapMode: Text.WordWrap
+            wrapMode: Text.Wrap
             lineHeight: 1.1
         }
     }
 
-    Hint {
-        symbol: "sidebar.right"
-        title: "Drag anywhere"
-        caption: "The Drop Dock slides in from the right edge with recipes that fit."
-    }
-    Hint {
-        symbol: "doc.on.doc"
-        title: "Never overwrites"
-        caption: "Results land next to the original with “(converted)” added."
-    }
-    Hint {
-        symbol: "lock.shield"
-        title: "Stays on your computer"
-        caption: "Everything runs locally with open-source libraries on this computer."
+    Row {
+        spacing: strip.spacing
+
+        Hint {
+            id: drag
+            symbol: "sidebar.right"
+            title: "Drag anywhere"
+            caption: "The Drop Dock slides in from the right edge with recipes that fit."
+        }
+        Hint {
+            id: never
+            symbol: "doc.on.doc"
+            title: "Never overwrites"
+            caption: "Results land next to the original with “(converted)” added."
+        }
+        Hint {
+            id: local
+            symbol: "lock.shield"
+            title: "Stays on your computer"
+            caption: "Everything runs locally with open-source libraries on this computer."
+        }
     }
 }

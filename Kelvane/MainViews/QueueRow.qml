@@ -234,38 +234,46 @@ Rectangle {
         }
     }
 
+    // The colours are set on each item: a menu's items do not follow later changes of the
+    // window's palette, and its palette gives disabled items the enabled colour.
+    component JobMenuItem: MenuItem {
+        palette.text: enabled ? appearance.text
+                              : Qt.rgba(appearance.secondaryText.r, appearance.secondaryText.g,
+                                        appearance.secondaryText.b, 0.5)
+    }
+
     Menu {
         id: menu
         objectName: "jobMenu"
-        MenuItem {
+        JobMenuItem {
             objectName: "menuOpen"
             text: "Open"
             visible: row.jobState === "done"
             height: visible ? implicitHeight : 0
             onTriggered: store.jobs.open(row.index)
         }
-        MenuItem {
+        JobMenuItem {
             objectName: "menuReveal"
             text: "Show in Folder"
             visible: row.jobState === "done"
             height: visible ? implicitHeight : 0
             onTriggered: store.jobs.reveal(row.index)
         }
-        MenuItem {
+        JobMenuItem {
             objectName: "menuRetry"
             text: "Try Again"
             visible: row.jobState === "failed" || row.jobState === "stopped"
             height: visible ? implicitHeight : 0
             onTriggered: store.jobs.retry(row.index)
         }
-        MenuItem {
+        JobMenuItem {
             objectName: "menuStop"
             text: "Stop"
             visible: row.jobState === "running"
             height: visible ? implicitHeight : 0
             onTriggered: store.jobs.stop(row.index)
         }
-        MenuItem {
+        JobMenuItem {
             objectName: "menuRemove"
             text: "Remove from Queue"
             enabled: row.removable

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls
-import QtQuick.Dialogs
 import QtQuick.Layouts
 
 // The main window: recipes on the left, the workspace in the middle and the options of the
@@ -13,23 +12,17 @@ ThemedWindow {
     minimumWidth: 900
     minimumHeight: 580
     visible: true
-    title: store.activeCount > 0 ? "Kelvane — " + store.subtitle : "Kelvane"
+    // The platform adds the application's name to a title that does not end with it.
+    title: store.activeCount > 0 ? store.subtitle + " — Kelvane" : "Kelvane"
 
-    function chooseFiles() { chooser.open() }
+    function chooseFiles() { chooser.chooseFiles() }
 
     header: WindowToolbar {
         leadingWidth: sidebar.width
         onAddFiles: root.chooseFiles()
     }
 
-    FileDialog {
-        id: chooser
-        objectName: "fileChooser"
-        title: store.chooserTitle
-        acceptLabel: store.recipeTitle
-        fileMode: FileDialog.OpenFiles
-        onAccepted: store.addChosen(selectedFiles)
-    }
+    FileChooser { id: chooser }
 
     RowLayout {
         anchors.fill: parent
@@ -53,6 +46,7 @@ ThemedWindow {
             Layout.fillWidth: true
             Layout.fillHeight: true
             onChooseFiles: root.chooseFiles()
+            onChooseFolder: chooser.chooseFolder()
         }
 
         Rectangle {

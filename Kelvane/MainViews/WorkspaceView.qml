@@ -8,6 +8,7 @@ Item {
     id: workspace
 
     signal chooseFiles()
+    signal chooseFolder()
     readonly property bool hasJobs: store.jobCount > 0
 
     WorkspaceBackground { anchors.fill: parent }
@@ -54,13 +55,19 @@ Item {
 
         RecipeHeader { Layout.fillWidth: true; Layout.fillHeight: false }
 
+        // While the hints show, the full zone gives up height down to what its content needs.
         DropZone {
+            id: zone
             objectName: "dropZone"
             Layout.fillWidth: true
+            Layout.fillHeight: !compact
+            Layout.minimumHeight: minimumHeight
             Layout.preferredHeight: implicitHeight
+            Layout.maximumHeight: implicitHeight
             compact: workspace.hasJobs
             targeted: dropTarget.containsDrag
             onChooseFiles: workspace.chooseFiles()
+            onChooseFolder: workspace.chooseFolder()
         }
 
         QueueView {

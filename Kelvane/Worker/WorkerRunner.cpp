@@ -7,11 +7,10 @@
 #include "naming/ConversionError.h"
 #include "naming/PendingOutput.h"
 
-#include <QCoreApplication>
-
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <initializer_list>
 #include <poll.h>
 #include <set>
 #include <string>
@@ -145,13 +144,16 @@ WorkerRunner::Limits WorkerRunner::limitsFor(std::int64_t inputBytes) {
 }
 
 fs::path WorkerRunner::defaultWorkerPath() {
-    if (QCoreApplication::instance() != nullptr) {
-        const fs::path beside =
-            fs::path(QCoreApplication::applicationDirPath().toStdString()) / "kelvane-worker";
-        if (::access(beside.c_str(), X_OK) == 0)
-            return beside;
-    }
-    return KELVANE_WORKER_PATH;
+    // Installed, the programs are in bin/ and the worker in libexec/kelvane/; in the build
+    // tree the application sits beside the worker, and the CLI and the tests one folder away.
+    std::error_code error;
+    const fs::path programs = fs::read_symlink("/proc/self/exe", error).parent_path();
+    const fs::path installed = programs / "../libexec/kelvane/kelvane-worker";
+    for (const fs::path& candidate :
+         {installed, programs / "kelvane-worker", programs / "../Kelvane/kelvane-worker"})
+        if (::access(candidate.c_str(), X_OK) == 0)
+            return candidate.lexically_normal();
+    return installed.lexically_normal(); // failures name where it should have been
 }
 
 WorkerRunner::WorkerRunner(fs::path worker)

@@ -32,7 +32,7 @@ public:
     // Generous enough for a long HEVC export on two cores, proportional to the input.
     static Limits limitsFor(std::int64_t inputBytes);
 
-    // The worker beside this executable when there is one, else the one of the build tree.
+    // The worker where it is installed relative to this program, else the build tree's.
     static std::filesystem::path defaultWorkerPath();
 
     explicit WorkerRunner(std::filesystem::path worker = defaultWorkerPath());

@@ -17,6 +17,10 @@ struct QueueRowTest : WindowHarness {
             throw std::runtime_error(std::string("no menu item ") + name);
         return found.front();
     }
+    static QColor textColour(QObject* menuItem) {
+        const auto* label = menuItem->property("contentItem").value<QQuickItem*>();
+        return label != nullptr ? label->property("color").value<QColor>() : QColor();
+    }
     // Opens the row's context menu with a right click; what it offers shows while open.
     void openMenu(int index) {
         click(row(index), Qt::RightButton);
@@ -99,10 +103,19 @@ TEST_F(QueueRowTest, RemoveFromQueueIsRefusedWhileAJobRuns) {
     EXPECT_TRUE(menuItem(2, "menuRemove")->property("visible").toBool());
     EXPECT_FALSE(menuItem(2, "menuOpen")->property("visible").toBool());
     EXPECT_FALSE(menuItem(2, "menuRetry")->property("visible").toBool());
+    for (const bool dark : {false, true}) { // looks disabled in either appearance
+        appearance.force(dark);
+        const QColor disabled = textColour(menuItem(2, "menuRemove"));
+        EXPECT_TRUE(disabled.isValid());
+        EXPECT_NE(disabled, appearance.text()) << (dark ? "dark" : "light");
+        EXPECT_LT(disabled.alphaF(), 0.8) << (dark ? "dark" : "light");
+    }
+    appearance.force(std::nullopt);
     closeMenu(2);
 
     openMenu(0); // done
     EXPECT_TRUE(menuItem(0, "menuRemove")->property("enabled").toBool());
+    EXPECT_EQ(textColour(menuItem(0, "menuRemove")), appearance.text());
     EXPECT_TRUE(menuItem(0, "menuOpen")->property("visible").toBool());
     EXPECT_TRUE(menuItem(0, "menuReveal")->property("visible").toBool());
     EXPECT_FALSE(menuItem(0, "menuRetry")->property("visible").toBool());

@@ -107,7 +107,8 @@ TEST_F(WorkspaceTest, SubtitleAndCapsuleCountTheActiveJobs) {
     // Results come back through the event loop, so all three are still active here.
     EXPECT_EQ(textOf("windowSubtitle"), "3 converting…");
     EXPECT_TRUE(shows("workingCapsule"));
-    EXPECT_EQ(window->title(), "Kelvane — 3 converting…");
+    // Ending with the name, so that the platform does not add it a second time.
+    EXPECT_EQ(window->title(), "3 converting… — Kelvane");
 
     ASSERT_TRUE(waitForIdle());
     EXPECT_EQ(textOf("windowSubtitle"), "Offline file converter");
@@ -150,6 +151,27 @@ TEST_F(WorkspaceTest, TheAcceptLineAndHeaderFollowTheChosenRecipe) {
         EXPECT_EQ(item("recipeList")->property("currentIndex").toInt(),
                   static_cast<int>(static_cast<Recipe::Value>(recipe)));
     }
+}
+
+TEST_F(WorkspaceTest, CompressToZipAlsoOffersToChooseAFolder) {
+    EXPECT_FALSE(shows("chooseFolderButton"));
+    store.setRecipe(Recipe::zip);
+    ASSERT_TRUE(shows("chooseFolderButton"));
+    QObject* chooser = object("folderChooser");
+    click(item("chooseFolderButton"));
+    ASSERT_TRUE(waitUntil([&] { return chooser->property("visible").toBool(); }));
+
+    const fs::path folder = temp.path() / "Holiday";
+    fs::create_directory(folder);
+    temp.write("Holiday/a.txt", "a");
+    chooser->setProperty("selectedFolder", QUrl::fromLocalFile(QString::fromStdString(folder)));
+    QMetaObject::invokeMethod(chooser, "accept");
+    ASSERT_EQ(store.jobs().size(), 1u);
+    EXPECT_EQ(store.jobs()[0].recipe, Recipe::zip);
+    EXPECT_EQ(store.jobs()[0].inputs, std::vector<fs::path>{folder});
+
+    store.setRecipe(Recipe::toPNG);
+    EXPECT_FALSE(shows("chooseFolderButton"));
 }
 
 TEST_F(WorkspaceTest, SavedThisSessionShowsOnlyOnceSomethingWasSaved) {

@@ -1,12 +1,15 @@
 """Runs the application in snapshot mode and checks what it leaves behind: every shot as a
 PNG at the device pixel ratio (the main window's at its size, the tray panel 320 wide,
-Settings at its fixed size), and one "[snap] " line per main-window shot."""
+Settings at its fixed size), and one "[snap] " line per main-window shot. The run is the real
+start of the application, so it also fails on any QML error or warning."""
 
 import os
 import struct
 import subprocess
 import sys
 import tempfile
+
+from app_output import qml_problems
 
 WINDOW_SHOTS = ["warmup"] + [base + suffix for suffix in ("", "-dark")
                              for base in ("empty", "queue", "shrink", "video", "document")]
@@ -34,6 +37,7 @@ def main(application, scale):
                              timeout=120)
         if run.returncode != 0:
             failures.append(f"exit status {run.returncode}: {run.stderr}")
+        failures.extend(f"QML: {line}" for line in qml_problems(run.stderr))
         lines = [line for line in run.stdout.splitlines() if line.startswith("[snap] ")]
         named = [line.split()[1] for line in lines]
         if named != WINDOW_SHOTS:
