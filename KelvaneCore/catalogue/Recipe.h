@@ -108,6 +108,9 @@ public:
     // Whether this recipe is worth offering for one file: it accepts the file's kind and
     // would not merely rewrite it in the format it already has.
     bool fits(const std::filesystem::path& url) const;
+    // The recipes of a kind's own groups, in display order, before any file rules them out
+    // ("Compress to Zip", which takes anything, is not among them).
+    static std::vector<Recipe> offeredFor(FileKind kind);
     // The fitting recipes for a whole set of files, in display order.
     static std::vector<Recipe> suggestions(const std::vector<std::filesystem::path>& urls);
 

@@ -21,7 +21,9 @@ bool isAlreadyInFormat(std::string_view extension, std::string_view output) {
     return extension == output;
 }
 
-std::vector<Recipe> candidatesFor(FileKind kind) {
+} // namespace
+
+std::vector<Recipe> Recipe::offeredFor(FileKind kind) {
     switch (kind) {
     case FileKind::image:
         return {R::toPNG,         R::toJPG,       R::shrink, R::toHEIC, R::resize,
@@ -43,8 +45,6 @@ std::vector<Recipe> candidatesFor(FileKind kind) {
     return {};
 }
 
-} // namespace
-
 bool Recipe::fits(const std::filesystem::path& url) const {
     if (!accepts().contains(FileKind::of(url)))
         return false;
@@ -65,7 +65,7 @@ std::vector<Recipe> Recipe::suggestions(const std::vector<std::filesystem::path>
         kinds.insert(FileKind::of(url));
 
     std::vector<Recipe> candidates =
-        kinds.size() == 1 ? candidatesFor(*kinds.begin()) : std::vector<Recipe>{};
+        kinds.size() == 1 ? offeredFor(*kinds.begin()) : std::vector<Recipe>{};
     if (urls.size() == 1 && kinds.count(FileKind::image) == 1) {
         // One image makes a one-page PDF, the least likely wish: offer it last.
         const auto pdf = std::find(candidates.begin(), candidates.end(), imagesToPDF);

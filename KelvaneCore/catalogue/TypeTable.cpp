@@ -225,6 +225,13 @@ std::optional<std::string_view> typeFor(std::string_view extension) {
     return std::nullopt;
 }
 
+std::vector<std::string_view> declaredExtensions() {
+    std::vector<std::string_view> all;
+    for (const auto& entry : extensions)
+        all.push_back(entry.extension);
+    return all;
+}
+
 bool conforms(std::string_view type, std::string_view ancestor) {
     if (type == ancestor)
         return true;

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace kelvane::TypeTable {
 
@@ -11,6 +12,9 @@ namespace kelvane::TypeTable {
 
 // The type declared for a lower-case extension without its dot, if any.
 std::optional<std::string_view> typeFor(std::string_view extension);
+
+// Every extension the table declares, in the table's order.
+std::vector<std::string_view> declaredExtensions();
 
 // Whether `type` is `ancestor` or descends from it through its declared parents.
 bool conforms(std::string_view type, std::string_view ancestor);
