@@ -23,7 +23,8 @@ QString overallHelp() {
                     .arg(QLatin1String(command->name), -9)
                     .arg(QLatin1String(command->summary));
     help += QStringLiteral("\nRun 'kelvane-cli COMMAND --help' for a command's options.\n"
-                           "Exit status: 0 all done, 1 some input failed, 2 usage error.\n");
+                           "Exit status: 0 all done, 1 some input failed, 2 usage error,\n"
+                           "130 stopped with Ctrl+C.\n");
     return help;
 }
 

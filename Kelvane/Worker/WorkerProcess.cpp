@@ -62,12 +62,20 @@ pid_t spawn(const fs::path& worker, const fs::path& temporaryFolder, int workerS
     posix_spawn_file_actions_adddup2(&actions, workerSocket, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, workerSocket, STDOUT_FILENO);
 
+    // A group of its own: Ctrl+C in a terminal reaches the runner, which stops its workers
+    // itself and cleans up after them, rather than killing them behind its back.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    const auto destroyAttributes = qScopeGuard([&] { posix_spawnattr_destroy(&attributes); });
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setpgroup(&attributes, 0);
+
     std::vector<std::string> arguments = {worker.string()};
     std::vector<std::string> environment = environmentFor(temporaryFolder);
     std::vector<char*> argv = pointersTo(arguments);
     std::vector<char*> envp = pointersTo(environment);
     pid_t pid = 0;
-    const int error = ::posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
+    const int error = ::posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), envp.data());
     if (error != 0)
         throwCouldNotStart(error);
     return pid;

@@ -222,6 +222,10 @@ PendingOutput PendingOutput::file(const fs::path& folder, std::string_view exten
             throwErrno(couldNotCreate);
         return pending;
     }
+    return namedFile(folder, extension);
+}
+
+PendingOutput PendingOutput::namedFile(const fs::path& folder, std::string_view extension) {
     std::vector<char> name = templateName(folder, extension);
     const int suffixLength = extension.empty() ? 0 : static_cast<int>(extension.size() + 1);
     const FileDescriptor fd(::mkostemps(name.data(), suffixLength, O_CLOEXEC));

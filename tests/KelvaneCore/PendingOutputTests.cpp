@@ -124,22 +124,24 @@ TEST(PendingOutput, AFailureBeforePublishingLeavesNothingBehind) {
     EXPECT_TRUE(temp.entries().empty());
 }
 
-// A process killed mid-write leaves no file; a staging folder it leaves is cleared once it
-// is gone, while those of living processes stay.
+// A process killed mid-write leaves no unnamed file; the named file and staging folder it
+// leaves are cleared once it is gone, while those of living processes stay.
 TEST(PendingOutput, AKilledWriterLeavesNothingOnceItsLeftoversAreCleared) {
     TempFolder temp;
     const pid_t writer = ::fork();
     if (writer == 0) {
         PendingOutput file = PendingOutput::file(temp.path(), "mp4");
+        PendingOutput named = PendingOutput::namedFile(temp.path(), "mov");
         PendingOutput folder = PendingOutput::folder(temp.path());
         std::ofstream(file.path()) << "half a video";
+        std::ofstream(named.path()) << "half another";
         std::ofstream(folder.path() / "page 1.png") << "one page";
         ::kill(::getpid(), SIGKILL);
     }
     int status = 0;
     ASSERT_EQ(::waitpid(writer, &status, 0), writer);
     ASSERT_TRUE(WIFSIGNALED(status));
-    ASSERT_EQ(hiddenEntries(temp).size(), 1u) << "only the staging folder has a name";
+    ASSERT_EQ(hiddenEntries(temp).size(), 2u) << "the unnamed file went with its process";
 
     const PendingOutput mine = PendingOutput::folder(temp.path());
     removeAbandoned(temp.path());

@@ -58,6 +58,17 @@ TEST_F(QueueRowTest, EachStateShowsItsOwnStatusLine) {
     EXPECT_EQ(rowText(0, "sizeLine"), "48 KB → 212 KB (+339%)");
 }
 
+TEST_F(QueueRowTest, ARunningRowCanBeStoppedAndThenTriedAgain) {
+    store.seedDemo(RecipeGroup::images);
+    EXPECT_FALSE(inRow(1, "stopButton")->isVisible());
+    click(inRow(0, "stopButton"));
+    EXPECT_EQ(store.jobs()[0].state, State::stopped);
+    EXPECT_FALSE(inRow(0, "percentLine")->isVisible());
+    EXPECT_TRUE(inRow(0, "stoppedLine")->isVisible());
+    EXPECT_EQ(rowText(0, "stoppedLine"), "Stopped");
+    EXPECT_TRUE(inRow(0, "retryButton")->isVisible());
+}
+
 TEST_F(QueueRowTest, OpenAndShowInFolderActOnTheResultsOfThatRow) {
     store.setRecipe(Recipe::docToTXT);
     dropFiles({temp.write("first.txt", "1"), temp.write("second.txt", "2")});
