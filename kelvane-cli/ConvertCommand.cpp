@@ -2,7 +2,6 @@
 #include "OptionFlags.h"
 #include "Paths.h"
 #include "ProgressDisplay.h"
-
 #include "Store/Store.h"
 #include "Worker/WorkerRunner.h"
 #include "catalogue/Recipe.h"
@@ -12,10 +11,32 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <optional>
+#include <string_view>
 #include <unistd.h>
 
 namespace kelvane::cli {
 namespace {
+
+// One runner for the whole run, so the worker started ahead serves the first job.
+const WorkerRunner& sharedRunner() {
+    static const WorkerRunner runner;
+    return runner;
+}
+
+// The value of --recipe, read from the raw arguments before Qt has parsed them.
+std::optional<Recipe> recipeArgument(int argc, char* argv[]) {
+    for (int index = 2; index < argc; ++index) {
+        std::string_view argument(argv[index]);
+        if (argument.starts_with("--"))
+            argument.remove_prefix(1);
+        if (argument == "-recipe" && index + 1 < argc)
+            return Recipe::fromRawValue(argv[index + 1]);
+        if (argument.starts_with("-recipe="))
+            return Recipe::fromRawValue(argument.substr(8));
+    }
+    return std::nullopt;
+}
 
 Recipe recipeNamed(const QCommandLineParser& parser) {
     if (!parser.isSet("recipe"))
@@ -60,11 +81,11 @@ void report(const std::vector<const Job*>& jobs, bool asJSON) {
     QJsonArray results;
     for (const Job* job : jobs) {
         if (asJSON) {
-            results.append(QJsonObject{
-                {"recipe", text(job->recipe.rawValue())},
-                {"inputs", pathsJSON(job->inputs)},
-                {"outputs", pathsJSON(job->outputs)},
-                {"error", job->message ? QJsonValue(*job->message) : QJsonValue()}});
+            results.append(
+                QJsonObject{{"recipe", text(job->recipe.rawValue())},
+                            {"inputs", pathsJSON(job->inputs)},
+                            {"outputs", pathsJSON(job->outputs)},
+                            {"error", job->message ? QJsonValue(*job->message) : QJsonValue()}});
             continue;
         }
         if (job->message)
@@ -100,8 +121,8 @@ void describe(QCommandLineParser& parser) {
     parser.addOption({"recipe", "The recipe to run, by id (see 'kelvane-cli recipes').", "NAME"});
     addOptionFlags(parser);
     parser.addOption({"json", "Print the results as JSON."});
-    parser.addOption({"in-process",
-                      "Convert inside this process instead of one worker process per job."});
+    parser.addOption(
+        {"in-process", "Convert inside this process instead of one worker process per job."});
     parser.addPositionalArgument("files", "Files or folders to convert.", "FILE…");
 }
 
@@ -109,18 +130,29 @@ int run(const QCommandLineParser& parser) {
     const Recipe recipe = recipeNamed(parser);
     Store store;
     if (!parser.isSet("in-process"))
-        store.setRunner(WorkerRunner());
+        store.setRunner(sharedRunner());
     store.setOptions(optionsFromFlags(parser));
     const auto inputs = existingInputs(parser.positionalArguments());
     const auto jobs = runJobs(store, recipe, inputs);
     report(jobs, parser.isSet("json"));
-    const bool allDone = std::all_of(jobs.begin(), jobs.end(), [](const Job* job) {
-        return job->state == Job::State::done;
-    });
+    const bool allDone = std::all_of(jobs.begin(), jobs.end(),
+                                     [](const Job* job) { return job->state == Job::State::done; });
     return allDone ? success : someInputFailed;
 }
 
 } // namespace
+
+void startConvertWorker(int argc, char* argv[]) {
+    if (argc < 2 || std::string_view(argv[1]) != "convert")
+        return;
+    if (const auto recipe = recipeArgument(argc, argv)) {
+        try {
+            sharedRunner().startAhead(*recipe);
+        } catch (const std::exception&) {
+            // The first job starts its worker itself, and reports why it could not.
+        }
+    }
+}
 
 const Command& convertCommand() {
     static const Command command{"convert", "Run a recipe over files", describe, run};

@@ -11,7 +11,10 @@
 #include <QQuickWindow>
 #include <QSettings>
 
+#include <atomic>
+#include <chrono>
 #include <clocale>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -30,6 +33,28 @@ std::vector<std::filesystem::path> filesFromArguments(const QStringList& argumen
     for (qsizetype index = 1; index < arguments.size(); ++index)
         files.emplace_back(QDir::current().absoluteFilePath(arguments[index]).toStdString());
     return files;
+}
+
+// With KELVANE_FIRST_FRAME set (bench/startup.sh), the window prints the wall-clock time of
+// its first frame, "first frame <nanoseconds since the epoch>", and quits.
+void reportFirstFrame(QQuickWindow& window) {
+    if (qEnvironmentVariableIsEmpty("KELVANE_FIRST_FRAME"))
+        return;
+    QObject::connect(
+        &window, &QQuickWindow::frameSwapped, &window,
+        [] {
+            static std::atomic_bool reported = false;
+            if (reported.exchange(true))
+                return;
+            const auto now = std::chrono::system_clock::now().time_since_epoch();
+            std::printf("first frame %lld\n",
+                        static_cast<long long>(
+                            std::chrono::duration_cast<std::chrono::nanoseconds>(now).count()));
+            std::fflush(stdout);
+            QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                                      Qt::QueuedConnection);
+        },
+        Qt::DirectConnection);
 }
 
 } // namespace
@@ -52,6 +77,7 @@ int main(int argc, char** argv) {
     QQuickWindow* window = kelvane::MainViews::load(engine, model, appearance);
     if (window == nullptr)
         return 1;
+    reportFirstFrame(*window);
 
     const auto opened = filesFromArguments(QGuiApplication::arguments());
     if (!opened.empty())

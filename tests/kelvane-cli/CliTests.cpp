@@ -1,13 +1,20 @@
 #include "fixtures/TempFolder.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QFile>
 #include <QProcess>
+#include <QThread>
 
+#include <cerrno>
+#include <fcntl.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -95,14 +102,16 @@ TEST(Cli, UsageErrorsExitWithTwoAndNameTheProblem) {
 
 TEST(Cli, ConvertWritesBesideTheInputAndNeverReplaces) {
     kelvane::fixtures::TempFolder temp;
-    const QString report = QString::fromStdString(temp.write("report.txt", "Quarterly report").string());
+    const QString report =
+        QString::fromStdString(temp.write("report.txt", "Quarterly report").string());
     const CliRun first = cli({"convert", "--recipe", "docToPDF", report});
     ASSERT_EQ(first.exitCode, 0) << first.err.toStdString();
     const QString expected = QString::fromStdString((temp / "report (converted).pdf").string());
     EXPECT_EQ(first.out.trimmed(), expected);
     EXPECT_TRUE(QFile::exists(expected));
 
-    const CliRun second = cli({"convert", "--recipe", "docToPDF", "--pdf-page-size", "a4", "--json", report});
+    const CliRun second =
+        cli({"convert", "--recipe", "docToPDF", "--pdf-page-size", "a4", "--json", report});
     ASSERT_EQ(second.exitCode, 0) << second.err.toStdString();
     const QJsonObject result = jsonArray(second.out)[0].toObject();
     EXPECT_TRUE(result["outputs"].toArray()[0].toString().endsWith("report (converted 2).pdf"));
@@ -132,6 +141,64 @@ TEST(Cli, EveryCommandExplainsItself) {
             << run.out.toStdString();
     }
     EXPECT_TRUE(cli({"convert", "--help"}).out.contains("--target-mb"));
+}
+
+std::string mapsOf(qint64 pid) {
+    std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
+    std::stringstream text;
+    text << maps.rdbuf();
+    return text.str();
+}
+
+// The first child of a process, 0 while it has none.
+qint64 childOf(qint64 pid) {
+    const std::string id = std::to_string(pid);
+    std::ifstream children("/proc/" + id + "/task/" + id + "/children");
+    qint64 child = 0;
+    children >> child;
+    return child;
+}
+
+TEST(Cli, TheFrontEndMapsNoToolFamilyAndItsWorkerOnlyTheOneItsJobNeeds) {
+    // The text arrives through a pipe, so both processes wait while their maps are read.
+    kelvane::fixtures::TempFolder temp;
+    const std::filesystem::path pipe = temp / "letter.txt";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    QProcess process;
+    process.start(KELVANE_CLI_PATH,
+                  {"convert", "--recipe", "docToHTML", QString::fromStdString(pipe.string())});
+    ASSERT_TRUE(process.waitForStarted());
+
+    qint64 worker = 0;
+    std::string workerMaps;
+    for (int tries = 0; tries < 600 && workerMaps.find("kelvane-documents.so") == std::string::npos;
+         ++tries) {
+        QThread::msleep(100);
+        worker = childOf(process.processId());
+        workerMaps = worker == 0 ? std::string() : mapsOf(worker);
+    }
+    const std::string cliMaps = mapsOf(process.processId());
+    ASSERT_NE(cliMaps.find("libQt6Core"), std::string::npos);
+    for (const char* library : {"libvips", "libavcodec", "libavformat", "libarchive", "libpoppler",
+                                "libQt6Gui", "kelvane-"})
+        EXPECT_EQ(cliMaps.find(library), std::string::npos) << library;
+    EXPECT_NE(workerMaps.find("kelvane-documents.so"), std::string::npos);
+    for (const char* library : {"libvips", "libavcodec", "kelvane-images", "kelvane-media"})
+        EXPECT_EQ(workerMaps.find(library), std::string::npos) << library;
+
+    int writer = -1;
+    for (int tries = 0; tries < 600 && writer < 0 && process.state() == QProcess::Running;
+         ++tries) {
+        writer = ::open(pipe.c_str(), O_WRONLY | O_NONBLOCK); // fails until the worker reads
+        if (writer < 0)
+            QThread::msleep(100);
+    }
+    ASSERT_GE(writer, 0);
+    EXPECT_EQ(::write(writer, "Dear reader", 11), 11);
+    ::close(writer);
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_TRUE(
+        QString::fromUtf8(process.readAllStandardOutput()).contains("letter (converted).html"));
 }
 
 } // namespace
