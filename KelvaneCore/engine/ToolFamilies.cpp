@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <dlfcn.h>
 #include <mutex>
+#include <string>
 #include <system_error>
 #include <unistd.h>
 
@@ -29,6 +30,16 @@ std::string_view toolsTitle(Family family) {
     return "tools";
 }
 
+ConversionError toolsMissing(Family family, const fs::path& module) {
+    return ConversionError("Couldn’t load the " + std::string(toolsTitle(family)) + ": “" +
+                           module.string() + "” is missing.");
+}
+
+ConversionError toolsUnloadable(Family family, const char* reason) {
+    return ConversionError("Couldn’t load the " + std::string(toolsTitle(family)) + ": " +
+                           (reason != nullptr ? reason : "unknown error") + ".");
+}
+
 fs::path executableFolder() {
     std::error_code error;
     const fs::path executable = fs::read_symlink("/proc/self/exe", error);
@@ -41,13 +52,13 @@ const ToolFamily& open(Family family) {
     if (module == nullptr) {
         std::error_code error;
         if (!fs::exists(file, error))
-            throw ConversionError::toolsMissing(toolsTitle(family), file.string());
-        throw ConversionError::toolsUnloadable(toolsTitle(family), ::dlerror());
+            throw toolsMissing(family, file);
+        throw toolsUnloadable(family, ::dlerror());
     }
     using Entry = const ToolFamily* (*)();
     const auto entry = reinterpret_cast<Entry>(::dlsym(module, "kelvaneToolFamily"));
     if (entry == nullptr)
-        throw ConversionError::toolsUnloadable(toolsTitle(family), ::dlerror());
+        throw toolsUnloadable(family, ::dlerror());
     return *entry();
 }
 

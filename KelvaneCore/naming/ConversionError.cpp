@@ -144,14 +144,4 @@ ConversionError ConversionError::converterTookTooLong(std::string_view fileName)
     return ConversionError(quoted(fileName) + " took too long to convert and was stopped.");
 }
 
-ConversionError ConversionError::toolsMissing(std::string_view tools, std::string_view moduleFile) {
-    return ConversionError("Couldn’t load the " + std::string(tools) + ": " + quoted(moduleFile) +
-                           " is missing.");
-}
-
-ConversionError ConversionError::toolsUnloadable(std::string_view tools, std::string_view reason) {
-    return ConversionError("Couldn’t load the " + std::string(tools) + ": " + std::string(reason) +
-                           ".");
-}
-
 } // namespace kelvane

@@ -48,9 +48,6 @@ public:
     // A job's worker process crashed, was killed, or ran past its limits.
     static ConversionError converterStopped(std::string_view fileName);
     static ConversionError converterTookTooLong(std::string_view fileName);
-    // A tool family's module is not installed, or the system cannot load it.
-    static ConversionError toolsMissing(std::string_view tools, std::string_view moduleFile);
-    static ConversionError toolsUnloadable(std::string_view tools, std::string_view reason);
 };
 
 } // namespace kelvane

@@ -42,7 +42,7 @@ std::string toneWav() {
     std::string wav = "RIFF";
     appendLittleEndian(wav, static_cast<std::uint32_t>(36 + data.size()), 4);
     wav += "WAVEfmt ";
-    for (const auto [value, size] :
+    for (const auto& [value, size] :
          {std::pair{16u, 4}, {1u, 2}, {1u, 2}, {rate, 4}, {rate * 2, 4}, {2u, 2}, {16u, 2}})
         appendLittleEndian(wav, value, size);
     wav += "data";
