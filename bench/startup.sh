@@ -39,10 +39,16 @@ libraries() {
 mkdir in
 echo "Dear reader, thank you." > in/note.txt
 echo "making inputs…"
-vips black in/seed.v "${photo%x*}" "${photo#*x}" --bands 3
-vips gaussnoise in/n.v "${photo%x*}" "${photo#*x}" --sigma 30 --mean 128
-vips bandjoin "in/n.v in/n.v in/n.v" in/rgb.v
-vips cast in/rgb.v in/u8.v uchar
+# A photo-like picture (as in images.sh): smooth colour fields with a fine grain.
+w=${photo%x*} h=${photo#*x}
+for b in 0 1 2; do
+    vips perlin "in/p$b.v" "$w" "$h" --cell-size $((96 + b * 31)) --seed "$b"
+done
+vips gaussnoise in/n.v "$w" "$h" --sigma 6
+vips bandjoin "in/p0.v in/p1.v in/p2.v" in/rgb.v
+vips linear in/rgb.v in/scaled.v 110 128
+vips add in/scaled.v in/n.v in/grain.v
+vips cast in/grain.v in/u8.v uchar
 vips copy in/u8.v "in/photo.jpg[Q=90]"
 vips copy in/photo.jpg in/photo.png
 rm -f in/*.v
