@@ -24,6 +24,7 @@ bench: build
 	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/archives.sh
 	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/media.sh
 	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/images.sh
+	KELVANE_CLI=$(BUILD_DIR)/kelvane-cli/kelvane-cli bash bench/startup.sh
 
 # Each fuzz target for FUZZ_SECONDS (make fuzz FUZZ_SECONDS=3600).
 fuzz: deps

@@ -29,6 +29,10 @@ const Command& kindCommand();
 const Command& suggestCommand();
 const Command& convertCommand();
 
+// For `convert` (through worker processes): starts the first worker right away, preparing
+// the tools of the recipe named on the command line, before the arguments are read.
+void startConvertWorker(int argc, char* argv[]);
+
 // Prints a UTF-8 line to standard output.
 void printLine(const QString& line);
 void printLine(const std::string& line);

@@ -12,10 +12,32 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <optional>
+#include <string_view>
 #include <unistd.h>
 
 namespace kelvane::cli {
 namespace {
+
+// One runner for the whole run, so the worker started ahead serves the first job.
+const WorkerRunner& sharedRunner() {
+    static const WorkerRunner runner;
+    return runner;
+}
+
+// The value of --recipe, read from the raw arguments before Qt has parsed them.
+std::optional<Recipe> recipeArgument(int argc, char* argv[]) {
+    for (int index = 2; index < argc; ++index) {
+        std::string_view argument(argv[index]);
+        if (argument.starts_with("--"))
+            argument.remove_prefix(1);
+        if (argument == "-recipe" && index + 1 < argc)
+            return Recipe::fromRawValue(argv[index + 1]);
+        if (argument.starts_with("-recipe="))
+            return Recipe::fromRawValue(argument.substr(8));
+    }
+    return std::nullopt;
+}
 
 Recipe recipeNamed(const QCommandLineParser& parser) {
     if (!parser.isSet("recipe"))
@@ -119,7 +141,7 @@ int run(const QCommandLineParser& parser) {
     const Recipe recipe = recipeNamed(parser);
     Store store;
     if (!parser.isSet("in-process"))
-        store.setRunner(WorkerRunner());
+        store.setRunner(sharedRunner());
     store.setOptions(optionsFromFlags(parser));
     const auto inputs = existingInputs(parser.positionalArguments());
     int interruption = 0;
@@ -133,6 +155,18 @@ int run(const QCommandLineParser& parser) {
 }
 
 } // namespace
+
+void startConvertWorker(int argc, char* argv[]) {
+    if (argc < 2 || std::string_view(argv[1]) != "convert")
+        return;
+    if (const auto recipe = recipeArgument(argc, argv)) {
+        try {
+            sharedRunner().startAhead(*recipe);
+        } catch (const std::exception&) {
+            // The first job starts its worker itself, and reports why it could not.
+        }
+    }
+}
 
 const Command& convertCommand() {
     static const Command command{"convert", "Run a recipe over files", describe, run};

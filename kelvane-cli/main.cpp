@@ -1,11 +1,14 @@
 #include "Command.h"
 #include "Paths.h"
+#include "engine/ToolFamilies.h"
 
-#include <QGuiApplication>
+#include <QCoreApplication>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <string_view>
 
 namespace kelvane::cli {
 namespace {
@@ -76,15 +79,27 @@ int runCommand(const Command& command, QStringList arguments) {
     }
 }
 
+// Only a run that converts in this process needs the document tools' application; every
+// other command starts with Qt Core alone.
+bool convertsInProcess(int argc, char* argv[]) {
+    for (int index = 1; index < argc; ++index)
+        if (std::string_view(argv[index]) == "--in-process")
+            return true;
+    return false;
+}
+
 } // namespace
 } // namespace kelvane::cli
 
 int main(int argc, char* argv[]) {
     using namespace kelvane::cli;
-    // Document layout needs fonts, hence a GUI application; it never shows a window.
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    const bool inProcess = convertsInProcess(argc, argv);
+    if (!inProcess)
+        startConvertWorker(argc, argv); // it starts up while this process reads its arguments
     qInstallMessageHandler(keepOnlySeriousMessages);
-    QGuiApplication application(argc, argv);
+    const std::unique_ptr<QCoreApplication> application =
+        inProcess ? kelvane::ToolFamilies::startApplication(argc, argv)
+                  : std::make_unique<QCoreApplication>(argc, argv);
     rememberRawArguments(argc, argv);
     QCoreApplication::setApplicationName("kelvane-cli");
     QCoreApplication::setApplicationVersion(KELVANE_VERSION);

@@ -71,7 +71,7 @@ packages=(
 
 # `--bench` adds the reference tools the benchmarks time our CLI against.
 if [[ "${1:-}" == "--bench" ]]; then
-    packages+=(bc libreoffice-writer-nogui libvips-tools imagemagick zip)
+    packages+=(bc hyperfine libreoffice-writer-nogui libvips-tools imagemagick zip)
 fi
 
 missing=()

@@ -5,8 +5,12 @@
 #include "MainViews/PortalChooser.h"
 
 #include <QApplication>
+#include <QQuickWindow>
 
+#include <atomic>
+#include <chrono>
 #include <clocale>
+#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -16,6 +20,28 @@ void useUtf8Locale() {
     const char* current = std::setlocale(LC_CTYPE, "");
     if (current == nullptr || std::strstr(current, "UTF-8") == nullptr)
         std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+// With KELVANE_FIRST_FRAME set (bench/startup.sh), the window prints the wall-clock time of
+// its first frame, "first frame <nanoseconds since the epoch>", and quits.
+void reportFirstFrame(QQuickWindow& window) {
+    if (qEnvironmentVariableIsEmpty("KELVANE_FIRST_FRAME"))
+        return;
+    QObject::connect(
+        &window, &QQuickWindow::frameSwapped, &window,
+        [] {
+            static std::atomic_bool reported = false;
+            if (reported.exchange(true))
+                return;
+            const auto now = std::chrono::system_clock::now().time_since_epoch();
+            std::printf("first frame %lld\n",
+                        static_cast<long long>(
+                            std::chrono::duration_cast<std::chrono::nanoseconds>(now).count()));
+            std::fflush(stdout);
+            QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                                      Qt::QueuedConnection);
+        },
+        Qt::DirectConnection);
 }
 
 } // namespace
@@ -52,5 +78,10 @@ int main(int argc, char** argv) {
         kelvane.listenForLaunches(socket);
     if (!kelvane.launch(opened))
         return 1;
+    for (QWindow* window : QGuiApplication::topLevelWindows())
+        if (auto* quickWindow = qobject_cast<QQuickWindow*>(window)) {
+            reportFirstFrame(*quickWindow);
+            break;
+        }
     return QApplication::exec();
 }

@@ -4,9 +4,10 @@
 #include "Worker/WorkerProtocol.h"
 #include "catalogue/Recipe.h"
 #include "engine/Engine.h"
+#include "engine/ToolFamilies.h"
 #include "options/ConversionOptions.h"
 
-#include <QGuiApplication>
+#include <QCoreApplication>
 
 #include <algorithm>
 #include <cerrno>
@@ -20,6 +21,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <thread>
@@ -125,17 +127,26 @@ void runJob(MessageChannel& channel, Recipe recipe, const ConversionOptions& opt
     }
 }
 
-// Text layout and fonts need a GUI application, and starting one (fonts, platform) is most
-// of a worker's start-up: only document jobs get one, the first time one arrives. The
-// offscreen platform needs no display.
-void startGuiApplicationFor(Recipe recipe, char* programName) {
-    static std::unique_ptr<QGuiApplication> application;
-    if (application || recipe.group() != RecipeGroup::documents)
+// A worker started ahead of its job may be told the recipe it will get (`--prepare
+// RECIPE`): it loads that recipe's tool family, and the application the family needs,
+// while its runner is still getting the job ready. A family that fails to load fails the
+// job later, with its sentence.
+void prepareFor(int argc, char** argv) {
+    if (argc < 3 || std::string_view(argv[1]) != "--prepare")
         return;
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    static int argc = 1;
-    static char* argv[] = {programName, nullptr};
-    application = std::make_unique<QGuiApplication>(argc, argv);
+    const auto recipe = Recipe::fromRawValue(argv[2]);
+    if (!recipe)
+        return;
+    try {
+        const ToolFamily& tools = ToolFamilies::load(ToolFamilies::familyOf(*recipe));
+        if (tools.startApplication == nullptr)
+            return;
+        static int applicationArgc = 1;
+        setenv("QT_QPA_PLATFORM", "offscreen", 1);
+        static const std::unique_ptr<QCoreApplication> application(
+            tools.startApplication(applicationArgc, argv));
+    } catch (const std::exception&) {
+    }
 }
 
 // With KELVANE_WORKER_STATS set, each job's peak memory and CPU time go to the standard
@@ -189,7 +200,7 @@ private:
 
 } // namespace
 
-int main(int, char** argv) {
+int main(int argc, char** argv) {
     // Told to stop, a worker ends at once, whatever its parent's own handling was; what it
     // was writing has no name yet and goes with it.
     ::signal(SIGTERM, SIG_DFL);
@@ -198,6 +209,7 @@ int main(int, char** argv) {
     ::setrlimit(RLIMIT_CORE, &noCoreDumps);
     MessageChannel channel;
     JobStatistics statistics;
+    prepareFor(argc, argv);
 
     // One job after another until the runner closes the socket.
     while (const auto line = readJobLine()) {
@@ -205,7 +217,6 @@ int main(int, char** argv) {
         if (!job)
             return 2;
         channel.send(WorkerProtocol::acceptedLine());
-        startGuiApplicationFor(job->recipe, argv[0]);
         applyLimits(job->cpuSeconds, job->memoryBytes);
         statistics.start();
         runJob(channel, job->recipe, job->options, job->inputs);

@@ -55,7 +55,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& strings) {
 }
 
 // The worker's end of the socket becomes its standard input and output.
-pid_t spawn(const fs::path& worker, const fs::path& temporaryFolder, int workerSocket) {
+pid_t spawn(const fs::path& worker, std::optional<Recipe> preparing,
+            const fs::path& temporaryFolder, int workerSocket) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     const auto destroyActions = qScopeGuard([&] { posix_spawn_file_actions_destroy(&actions); });
@@ -71,6 +72,8 @@ pid_t spawn(const fs::path& worker, const fs::path& temporaryFolder, int workerS
     posix_spawnattr_setpgroup(&attributes, 0);
 
     std::vector<std::string> arguments = {worker.string()};
+    if (preparing)
+        arguments.insert(arguments.end(), {"--prepare", std::string(preparing->rawValue())});
     std::vector<std::string> environment = environmentFor(temporaryFolder);
     std::vector<char*> argv = pointersTo(arguments);
     std::vector<char*> envp = pointersTo(environment);
@@ -83,7 +86,8 @@ pid_t spawn(const fs::path& worker, const fs::path& temporaryFolder, int workerS
 
 } // namespace
 
-std::unique_ptr<WorkerProcess> WorkerProcess::start(const fs::path& worker) {
+std::unique_ptr<WorkerProcess> WorkerProcess::start(const fs::path& worker,
+                                                    std::optional<Recipe> preparing) {
     const fs::path temporaryFolder = makeTemporaryFolder();
     auto removeFolder = qScopeGuard([&] {
         std::error_code ignored;
@@ -95,7 +99,7 @@ std::unique_ptr<WorkerProcess> WorkerProcess::start(const fs::path& worker) {
     const auto closeWorkerEnd = qScopeGuard([&] { ::close(sockets[1]); });
     pid_t pid = 0;
     try {
-        pid = spawn(worker, temporaryFolder, sockets[1]);
+        pid = spawn(worker, preparing, temporaryFolder, sockets[1]);
     } catch (...) {
         ::close(sockets[0]);
         throw;
@@ -188,6 +192,12 @@ std::unique_ptr<WorkerProcess> WorkerPool::take() {
         }
     }
     return WorkerProcess::start(worker_);
+}
+
+void WorkerPool::startAhead(Recipe recipe) {
+    std::unique_ptr<WorkerProcess> worker = WorkerProcess::start(worker_, recipe);
+    const std::lock_guard lock(mutex_);
+    idle_.push_back(std::move(worker));
 }
 
 void WorkerPool::giveBack(std::unique_ptr<WorkerProcess> worker) {

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "catalogue/Recipe.h"
+
 #include <QByteArray>
 
 #include <chrono>
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <sys/types.h>
 #include <vector>
 
@@ -17,7 +20,10 @@ namespace kelvane {
 // folder.
 class WorkerProcess {
 public:
-    static std::unique_ptr<WorkerProcess> start(const std::filesystem::path& worker);
+    // Given the recipe of the job it will get, the worker loads that recipe's tools while
+    // it waits for the job.
+    static std::unique_ptr<WorkerProcess> start(const std::filesystem::path& worker,
+                                                std::optional<Recipe> preparing = {});
     ~WorkerProcess();
     WorkerProcess(const WorkerProcess&) = delete;
     WorkerProcess& operator=(const WorkerProcess&) = delete;
@@ -68,6 +74,9 @@ public:
 
     // An idle worker, or a new one.
     std::unique_ptr<WorkerProcess> take();
+    // Starts a worker now, for a job of this recipe that is still being got ready, so that
+    // the worker's start-up runs alongside.
+    void startAhead(Recipe recipe);
     // A worker that finished its job cleanly, for the next one.
     void giveBack(std::unique_ptr<WorkerProcess> worker);
     const std::filesystem::path& workerPath() const { return worker_; }

@@ -159,6 +159,10 @@ fs::path WorkerRunner::defaultWorkerPath() {
 WorkerRunner::WorkerRunner(fs::path worker)
     : pool_(std::make_shared<WorkerPool>(std::move(worker))) {}
 
+void WorkerRunner::startAhead(Recipe recipe) const {
+    pool_->startAhead(recipe);
+}
+
 std::vector<fs::path> WorkerRunner::operator()(Recipe recipe, const std::vector<fs::path>& inputs,
                                                const ConversionOptions& options,
                                                const Engine::Progress& progress) const {

@@ -37,6 +37,9 @@ public:
 
     explicit WorkerRunner(std::filesystem::path worker = defaultWorkerPath());
 
+    // Starts a worker for a job of this recipe before the job is ready (see WorkerPool).
+    void startAhead(Recipe recipe) const;
+
     // Replaces the size-based limits, for tests.
     void setLimits(Limits limits) { fixedLimits_ = limits; }
 

@@ -13,6 +13,8 @@ FILES = [
     "usr/bin/kelvane",
     "usr/bin/kelvane-cli",
     "usr/libexec/kelvane/kelvane-worker",
+] + [f"usr/lib/kelvane/kelvane-{family}.so" for family in ("images", "media", "documents", "archives")
+] + [
     f"usr/share/applications/{APP_ID}.desktop",
     f"usr/share/metainfo/{APP_ID}.metainfo.xml",
     f"usr/share/icons/hicolor/scalable/apps/{APP_ID}.svg",

@@ -12,8 +12,13 @@
 #include <QThread>
 
 #include <csignal>
+#include <fcntl.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -145,6 +150,62 @@ TEST(Cli, EveryCommandExplainsItself) {
             << run.out.toStdString();
     }
     EXPECT_TRUE(cli({"convert", "--help"}).out.contains("--target-mb"));
+}
+
+std::string mapsOf(qint64 pid) {
+    std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
+    std::stringstream text;
+    text << maps.rdbuf();
+    return text.str();
+}
+
+// The first child of a process, 0 while it has none.
+qint64 childOf(qint64 pid) {
+    const std::string id = std::to_string(pid);
+    std::ifstream children("/proc/" + id + "/task/" + id + "/children");
+    qint64 child = 0;
+    children >> child;
+    return child;
+}
+
+TEST(Cli, TheFrontEndMapsNoToolFamilyAndItsWorkerOnlyTheOneItsJobNeeds) {
+    // The text arrives through a pipe, so both processes wait while their maps are read.
+    kelvane::fixtures::TempFolder temp;
+    const std::filesystem::path pipe = temp / "letter.txt";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    QProcess process;
+    process.start(KELVANE_CLI_PATH,
+                  {"convert", "--recipe", "docToHTML", QString::fromStdString(pipe.string())});
+    ASSERT_TRUE(process.waitForStarted());
+
+    qint64 worker = 0;
+    std::string workerMaps;
+    for (int tries = 0; tries < 600 && workerMaps.find("kelvane-documents.so") == std::string::npos;
+         ++tries) {
+        QThread::msleep(100);
+        worker = childOf(process.processId());
+        workerMaps = worker == 0 ? std::string() : mapsOf(worker);
+    }
+    const std::string cliMaps = mapsOf(process.processId());
+    ASSERT_NE(cliMaps.find("libQt6Core"), std::string::npos);
+    for (const char* library : {"libvips", "libavcodec", "libavformat", "libarchive", "libpoppler",
+                                "libQt6Gui", "lib/kelvane/"})
+        EXPECT_EQ(cliMaps.find(library), std::string::npos) << library;
+    EXPECT_NE(workerMaps.find("kelvane-documents.so"), std::string::npos);
+    for (const char* library : {"libvips", "libavcodec", "kelvane-images", "kelvane-media"})
+        EXPECT_EQ(workerMaps.find(library), std::string::npos) << library;
+
+    // Whatever the document reader makes of a pipe, the run ends once the text is in.
+    for (int tries = 0; tries < 600 && process.state() == QProcess::Running; ++tries) {
+        const int writer = ::open(pipe.c_str(), O_WRONLY | O_NONBLOCK); // once the worker reads
+        if (writer >= 0) {
+            EXPECT_EQ(::write(writer, "Dear reader", 11), 11);
+            ::close(writer);
+            break;
+        }
+        QThread::msleep(100);
+    }
+    EXPECT_TRUE(process.waitForFinished(60000));
 }
 
 } // namespace
