@@ -42,6 +42,10 @@ packages=(
     fontconfig
     fonts-dejavu-core
     fonts-liberation2
+    # The Drop Dock watches drags on the X11 desktop (XFixes, XInput 2)
+    libx11-dev
+    libxfixes-dev
+    libxi-dev
     # Legacy Word documents are read by a command-line tool run as a child process
     antiword
     # Tests: an independent document reader, and poppler to read PDFs back
@@ -55,6 +59,11 @@ packages=(
     libarchive-tools
     unzip
     python3
+    # Tests: the Drop Dock end to end, on a virtual X server with a window manager and a
+    # pointer driven from the outside
+    xvfb
+    openbox
+    xdotool
     # Fuzzing: the CPU time of each run is measured with GNU time
     time
 )
