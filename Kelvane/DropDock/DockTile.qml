@@ -12,7 +12,8 @@ Item {
     property color firstColor
     property color secondColor
     property bool forceHover: false
-    readonly property bool hot: target.containsDrag || forceHover
+    readonly property bool targeted: target.containsDrag
+    readonly property bool hot: targeted || forceHover
     signal dropped()
 
     implicitHeight: 40
@@ -68,8 +69,14 @@ Item {
         id: target
         objectName: "dockTileTarget"
         anchors.fill: parent
-        onEntered: (drag) => { drag.accepted = drag.hasUrls }
-        // Always a copy: a source offering a move would otherwise remove the originals.
+        // Always a copy: a source offering a move would otherwise delete the originals.
+        onEntered: (drag) => {
+            if (drag.hasUrls)
+                drag.accept(Qt.CopyAction)
+            else
+                drag.accepted = false
+        }
+        onPositionChanged: (drag) => drag.accept(Qt.CopyAction)
         onDropped: (drop) => {
             drop.accept(Qt.CopyAction)
             tile.dropped()

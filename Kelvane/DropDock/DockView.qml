@@ -9,6 +9,8 @@ Rectangle {
     required property var dockModel
     // The raw value of a recipe whose tile is drawn as if files hovered over it.
     property string highlight: ""
+    // How many tiles have files dragged over them now.
+    property int targetedCount: 0
     signal accepted(string recipe)
 
     implicitWidth: 232
@@ -76,6 +78,7 @@ Rectangle {
                     secondColor: modelData.secondColor
                     forceHover: modelData.recipe === view.highlight
                     onDropped: view.accepted(modelData.recipe)
+                    onTargetedChanged: view.targetedCount += targeted ? 1 : -1
                 }
             }
         }

@@ -4,11 +4,27 @@
 
 #include <QQmlComponent>
 #include <QQmlEngine>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QSignalBlocker>
 #include <QVariantAnimation>
 
 namespace kelvane {
+
+namespace {
+
+void layOut(QQuickItem* item) {
+    for (QQuickItem* child : item->childItems())
+        layOut(child);
+    item->ensurePolished();
+}
+
+} // namespace
+
+double fittingHeight(QQuickWindow& window) {
+    layOut(window.contentItem());
+    return window.property("fittingHeight").toDouble();
+}
 
 void addViewImports(QQmlEngine& engine) {
     const QString root = QStringLiteral("qrc:/");
@@ -42,7 +58,7 @@ void QuickDockPanel::rebuild() {
 }
 
 double QuickDockPanel::fittingHeight() const {
-    return window_ ? window_->property("fittingHeight").toDouble() : 0;
+    return window_ ? kelvane::fittingHeight(*window_) : 0;
 }
 
 QRectF QuickDockPanel::frame() const {

@@ -49,6 +49,10 @@ private:
     std::function<void()> done_;
 };
 
+// The height the dock view in this window wants, its rows laid out first (positioners
+// measure themselves only when polished, normally just before the next frame).
+double fittingHeight(QQuickWindow& window);
+
 // Lets views in the engine import the application's own QML modules.
 void addViewImports(QQmlEngine& engine);
 

@@ -103,7 +103,9 @@ QString X11DragSource::open() {
         return QString::fromUtf8(reason);
     };
     if (QGuiApplication::platformName() != QLatin1String("xcb"))
-        return fail("Drags in other apps can’t be watched in a Wayland session.");
+        return fail(QGuiApplication::platformName().startsWith(QLatin1String("wayland"))
+                        ? "Drags in other apps can’t be watched in a Wayland session."
+                        : "Drags in other apps can’t be watched on this display.");
     x_->display = XOpenDisplay(nullptr);
     Display* display = x_->display;
     if (display == nullptr)

@@ -4,6 +4,10 @@
 #include "DropDock/DockPanel.h"
 #include "DropDock/DragSource.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QQuickItem>
+
 #include <map>
 #include <memory>
 
@@ -130,5 +134,25 @@ private:
     QRectF frame_;
     double opacity_ = 0;
 };
+
+// Runs the event loop until the condition holds or ten seconds pass.
+inline bool waitUntil(const std::function<bool()>& condition) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < 10000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return condition();
+}
+
+// The item of this name in the visual tree under `root` (a Repeater's items are not
+// QObject children of the view).
+inline QQuickItem* findItem(QQuickItem* root, const QString& name) {
+    if (root->objectName() == name)
+        return root;
+    for (QQuickItem* child : root->childItems())
+        if (QQuickItem* found = findItem(child, name))
+            return found;
+    return nullptr;
+}
 
 } // namespace kelvane::testing
