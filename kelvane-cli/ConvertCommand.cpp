@@ -2,7 +2,7 @@
 #include "OptionFlags.h"
 #include "Paths.h"
 #include "ProgressDisplay.h"
-
+#include "Store/ShutdownSignals.h"
 #include "Store/Store.h"
 #include "Worker/WorkerRunner.h"
 #include "catalogue/Recipe.h"
@@ -31,12 +31,13 @@ Recipe recipeNamed(const QCommandLineParser& parser) {
 std::vector<std::filesystem::path> existingInputs(const QStringList& files) {
     if (files.isEmpty())
         throw UsageError("convert needs at least one FILE");
-    std::vector<std::filesystem::path> inputs;
-    for (const QString& file : files) {
+    std::vector<std::filesystem::path> inputs = localPaths(files);
+    for (std::size_t index = 0; index < inputs.size(); ++index) {
         std::error_code error;
-        if (!std::filesystem::exists(localPath(file), error))
-            throw UsageError(("no such file: '" + file + "'").toStdString());
-        inputs.push_back(std::filesystem::absolute(localPath(file)));
+        if (!std::filesystem::exists(inputs[index], error))
+            throw UsageError(
+                ("no such file: '" + files[static_cast<qsizetype>(index)] + "'").toStdString());
+        inputs[index] = std::filesystem::absolute(inputs[index]);
     }
     return inputs;
 }
@@ -60,26 +61,35 @@ void report(const std::vector<const Job*>& jobs, bool asJSON) {
     QJsonArray results;
     for (const Job* job : jobs) {
         if (asJSON) {
-            results.append(QJsonObject{
-                {"recipe", text(job->recipe.rawValue())},
-                {"inputs", pathsJSON(job->inputs)},
-                {"outputs", pathsJSON(job->outputs)},
-                {"error", job->message ? QJsonValue(*job->message) : QJsonValue()}});
+            results.append(
+                QJsonObject{{"recipe", text(job->recipe.rawValue())},
+                            {"inputs", pathsJSON(job->inputs)},
+                            {"outputs", pathsJSON(job->outputs)},
+                            {"error", job->message ? QJsonValue(*job->message) : QJsonValue()}});
             continue;
         }
         if (job->message)
             printLine(QStringLiteral("%1: %2").arg(job->title(), *job->message));
+        else if (job->state == Job::State::stopped)
+            printLine(QStringLiteral("%1: Stopped.").arg(job->title()));
         for (const auto& output : job->outputs)
-            printLine(QString::fromStdString(output.string()));
+            printLine(output.string());
     }
     if (asJSON)
         printJSON(QJsonDocument(results));
 }
 
 // Runs the jobs through the same store as the window, two at a time, until all are done.
+// Ctrl+C (or SIGTERM, SIGHUP) stops them all and records the signal in `interruption`.
 std::vector<const Job*> runJobs(Store& store, Recipe recipe,
-                                const std::vector<std::filesystem::path>& inputs) {
+                                const std::vector<std::filesystem::path>& inputs,
+                                int& interruption) {
     ProgressDisplay display(::isatty(STDERR_FILENO) != 0);
+    ShutdownSignals signalWatcher;
+    QObject::connect(&signalWatcher, &ShutdownSignals::received, [&](int number) {
+        interruption = number;
+        store.stopAll();
+    });
     QObject::connect(&store, &Store::jobUpdated, [&] {
         display.show(inGivenOrder(store));
         if (store.activeCount() == 0)
@@ -100,8 +110,8 @@ void describe(QCommandLineParser& parser) {
     parser.addOption({"recipe", "The recipe to run, by id (see 'kelvane-cli recipes').", "NAME"});
     addOptionFlags(parser);
     parser.addOption({"json", "Print the results as JSON."});
-    parser.addOption({"in-process",
-                      "Convert inside this process instead of one worker process per job."});
+    parser.addOption(
+        {"in-process", "Convert inside this process instead of one worker process per job."});
     parser.addPositionalArgument("files", "Files or folders to convert.", "FILE…");
 }
 
@@ -112,11 +122,13 @@ int run(const QCommandLineParser& parser) {
         store.setRunner(WorkerRunner());
     store.setOptions(optionsFromFlags(parser));
     const auto inputs = existingInputs(parser.positionalArguments());
-    const auto jobs = runJobs(store, recipe, inputs);
+    int interruption = 0;
+    const auto jobs = runJobs(store, recipe, inputs, interruption);
     report(jobs, parser.isSet("json"));
-    const bool allDone = std::all_of(jobs.begin(), jobs.end(), [](const Job* job) {
-        return job->state == Job::State::done;
-    });
+    if (interruption != 0)
+        return 128 + interruption; // the shell's convention for a process ended by a signal
+    const bool allDone = std::all_of(jobs.begin(), jobs.end(),
+                                     [](const Job* job) { return job->state == Job::State::done; });
     return allDone ? success : someInputFailed;
 }
 

@@ -21,8 +21,10 @@ int run(const QCommandLineParser& parser) {
     if (files.isEmpty())
         throw UsageError("kind needs at least one FILE");
     QJsonArray kinds;
-    for (const QString& file : files) {
-        const QString kind = text(FileKind::of(localPath(file)).rawValue());
+    const std::vector<std::filesystem::path> paths = localPaths(files);
+    for (qsizetype index = 0; index < files.size(); ++index) {
+        const QString& file = files[index];
+        const QString kind = text(FileKind::of(paths[static_cast<std::size_t>(index)]).rawValue());
         if (parser.isSet("json"))
             kinds.append(QJsonObject{{"file", file}, {"kind", kind}});
         else

@@ -1,24 +1,20 @@
 #pragma once
 
-#include <QFile>
 #include <QString>
 #include <QStringList>
 
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 namespace kelvane::cli {
 
-inline std::filesystem::path localPath(const QString& argument) {
-    return std::filesystem::path(QFile::encodeName(argument).toStdString());
-}
+// Keeps the command line's own bytes. Qt decodes arguments as UTF-8, and a name in another
+// encoding (a Latin-1 folder) would not survive the way back; paths are taken from these.
+void rememberRawArguments(int argc, char** argv);
 
-inline std::vector<std::filesystem::path> localPaths(const QStringList& arguments) {
-    std::vector<std::filesystem::path> paths;
-    for (const QString& argument : arguments)
-        paths.push_back(localPath(argument));
-    return paths;
-}
+// The paths the file arguments name, byte for byte as given, in their order.
+std::vector<std::filesystem::path> localPaths(const QStringList& arguments);
 
 inline QString text(std::string_view value) {
     return QString::fromUtf8(value.data(), static_cast<qsizetype>(value.size()));

@@ -15,14 +15,17 @@ const char* stateWord(Job::State state) {
         return "done";
     case Job::State::failed:
         return "failed";
+    case Job::State::stopped:
+        return "stopped";
     }
     return "";
 }
 
 QString lineFor(const Job& job) {
     const int percent = static_cast<int>(job.progress * 100 + 0.5);
-    const QString status = job.state == Job::State::running ? QStringLiteral("%1%").arg(percent)
-                                                            : QString::fromLatin1(stateWord(job.state));
+    const QString status = job.state == Job::State::running
+                               ? QStringLiteral("%1%").arg(percent)
+                               : QString::fromLatin1(stateWord(job.state));
     return QStringLiteral("%1  %2").arg(status, 7).arg(job.title());
 }
 
@@ -48,7 +51,8 @@ void ProgressDisplay::printCrossings(const std::vector<const Job*>& jobs) {
     tenthsShown_.resize(jobs.size(), -1);
     for (std::size_t index = 0; index < jobs.size(); ++index) {
         const Job& job = *jobs[index];
-        const int tenth = job.state == Job::State::queued ? -1 : static_cast<int>(job.progress * 10);
+        const int tenth =
+            job.state == Job::State::queued ? -1 : static_cast<int>(job.progress * 10);
         if (tenth <= tenthsShown_[index] || job.state == Job::State::failed)
             continue;
         tenthsShown_[index] = tenth;

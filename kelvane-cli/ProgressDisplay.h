@@ -10,7 +10,8 @@ namespace kelvane::cli {
 // otherwise a plain line whenever a job crosses another tenth.
 class ProgressDisplay {
 public:
-    explicit ProgressDisplay(bool onTerminal) : onTerminal_(onTerminal) {}
+    explicit ProgressDisplay(bool onTerminal)
+        : onTerminal_(onTerminal) {}
 
     void show(const std::vector<const Job*>& jobs);
 

@@ -1,4 +1,5 @@
 #include "Command.h"
+#include "Paths.h"
 
 #include <QGuiApplication>
 
@@ -83,6 +84,7 @@ int main(int argc, char* argv[]) {
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     qInstallMessageHandler(keepOnlySeriousMessages);
     QGuiApplication application(argc, argv);
+    rememberRawArguments(argc, argv);
     QCoreApplication::setApplicationName("kelvane-cli");
     QCoreApplication::setApplicationVersion(KELVANE_VERSION);
 

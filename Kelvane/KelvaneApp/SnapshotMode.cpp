@@ -1,5 +1,6 @@
 #include "KelvaneApp/SnapshotMode.h"
 
+#include "KelvaneApp/OffscreenRender.h"
 #include "MainViews/Appearance.h"
 #include "Store/Store.h"
 
@@ -35,13 +36,14 @@ QString describe(const QSize& size) {
 } // namespace
 
 SnapshotMode::SnapshotMode(QString directory, bool stay, Store& store, Appearance& appearance,
-                           QQuickWindow& window, QObject* parent)
+                           QQuickWindow& window, QQmlEngine& engine, QObject* parent)
     : QObject(parent)
     , directory_(std::move(directory))
     , stay_(stay)
     , store_(store)
     , appearance_(appearance)
-    , window_(window) {}
+    , window_(window)
+    , engine_(engine) {}
 
 std::optional<QString> SnapshotMode::requestedDirectory() {
     if (!qEnvironmentVariableIsSet("KELVANE_SNAPSHOT_DIR"))
@@ -56,7 +58,8 @@ bool SnapshotMode::stayRequested() {
 QStringList SnapshotMode::shotNames() {
     QStringList names{QStringLiteral("warmup")};
     for (const QString& suffix : {QString(), QStringLiteral("-dark")})
-        for (const char* base : {"empty", "queue", "shrink", "video", "document"})
+        for (const char* base :
+             {"empty", "queue", "shrink", "video", "document", "menubar", "settings"})
             names << QLatin1String(base) + suffix;
     return names;
 }
@@ -111,6 +114,12 @@ void SnapshotMode::stagePass(bool dark) {
             store_.seedDemo(RecipeGroup::documents);
         },
         QStringLiteral("document") + suffix);
+    steps_.push_back({0, [this, dark, suffix] {
+                          render(QStringLiteral("MenuBarView"), dark, 320,
+                                 QStringLiteral("menubar") + suffix);
+                          render(QStringLiteral("SettingsView"), dark, std::nullopt,
+                                 QStringLiteral("settings") + suffix);
+                      }});
 }
 
 void SnapshotMode::runFrom(std::size_t step) {
@@ -135,6 +144,14 @@ void SnapshotMode::shoot(const QString& name) {
                                   describe(content.size()), describe(screen));
     std::fputs(line.toUtf8().constData(), stdout);
     std::fflush(stdout);
+    if (!picture.isNull())
+        picture.save(QDir(directory_).filePath(name + QStringLiteral(".png")), "PNG");
+}
+
+void SnapshotMode::render(const QString& view, bool dark, std::optional<int> width,
+                          const QString& name) {
+    const QUrl url(QStringLiteral("qrc:/Kelvane/KelvaneApp/") + view + QStringLiteral(".qml"));
+    const QImage picture = OffscreenRender::render(engine_, url, appearance_, dark, width);
     if (!picture.isNull())
         picture.save(QDir(directory_).filePath(name + QStringLiteral(".png")), "PNG");
 }

@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 
+class QQmlEngine;
 class QQuickWindow;
 
 namespace kelvane {
@@ -13,14 +14,15 @@ namespace kelvane {
 class Appearance;
 class Store;
 
-// Renders the main window to PNG files from demonstration queues, in a light and a dark
-// pass, then quits (or stays, when asked). Started by KELVANE_SNAPSHOT_DIR at launch.
+// Renders the main window, the tray panel and Settings to PNG files from demonstration queues, in a
+// light and a dark pass, then quits (or stays, when asked). Started by KELVANE_SNAPSHOT_DIR at
+// launch.
 class SnapshotMode : public QObject {
     Q_OBJECT
 
 public:
     SnapshotMode(QString directory, bool stay, Store& store, Appearance& appearance,
-                 QQuickWindow& window, QObject* parent = nullptr);
+                 QQuickWindow& window, QQmlEngine& engine, QObject* parent = nullptr);
 
     // The snapshot directory when the environment asks for snapshots.
     static std::optional<QString> requestedDirectory();
@@ -42,6 +44,8 @@ private:
     };
     void runFrom(std::size_t step);
     void shoot(const QString& name);
+    // Writes one view drawn off-screen, not the main window.
+    void render(const QString& view, bool dark, std::optional<int> width, const QString& name);
     void stagePass(bool dark);
 
     QString directory_;
@@ -49,6 +53,7 @@ private:
     Store& store_;
     Appearance& appearance_;
     QQuickWindow& window_;
+    QQmlEngine& engine_;
     std::vector<Step> steps_;
 };
 

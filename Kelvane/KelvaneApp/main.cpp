@@ -1,19 +1,12 @@
+#include "KelvaneApp/Application.h"
+#include "KelvaneApp/OpenRequest.h"
+#include "KelvaneApp/SingleInstance.h"
 #include "KelvaneApp/SnapshotMode.h"
-#include "MainViews/Appearance.h"
-#include "MainViews/MainViews.h"
-#include "MainViews/WindowModel.h"
-#include "Store/Store.h"
-#include "Worker/WorkerRunner.h"
 
-#include <QDir>
-#include <QGuiApplication>
-#include <QQmlApplicationEngine>
-#include <QQuickWindow>
-#include <QSettings>
+#include <QApplication>
 
 #include <clocale>
 #include <cstring>
-#include <memory>
 
 namespace {
 
@@ -24,44 +17,38 @@ void useUtf8Locale() {
         std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-// Files named on the command line are queued with the current recipe, as if dropped.
-std::vector<std::filesystem::path> filesFromArguments(const QStringList& arguments) {
-    std::vector<std::filesystem::path> files;
-    for (qsizetype index = 1; index < arguments.size(); ++index)
-        files.emplace_back(QDir::current().absoluteFilePath(arguments[index]).toStdString());
-    return files;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     useUtf8Locale();
-    QGuiApplication application(argc, argv);
-    QGuiApplication::setOrganizationName(QStringLiteral("Kelvane"));
-    QGuiApplication::setApplicationName(QStringLiteral("Kelvane"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Kelvane"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("kelvane"));
-
-    QSettings settings(QStringLiteral("Kelvane"), QStringLiteral("Kelvane"));
-    kelvane::Store store(&settings);
-    // A file that crashes or hangs a decoder fails its own job, not the window.
-    store.setRunner(kelvane::WorkerRunner());
-    kelvane::Appearance appearance;
-    kelvane::WindowModel model(store);
-    QQmlApplicationEngine engine;
-    QQuickWindow* window = kelvane::MainViews::load(engine, model, appearance);
-    if (window == nullptr)
-        return 1;
-
-    const auto opened = filesFromArguments(QGuiApplication::arguments());
-    if (!opened.empty())
-        store.add(opened);
-
-    std::unique_ptr<kelvane::SnapshotMode> snapshots;
-    if (const auto directory = kelvane::SnapshotMode::requestedDirectory()) {
-        snapshots = std::make_unique<kelvane::SnapshotMode>(
-            *directory, kelvane::SnapshotMode::stayRequested(), store, appearance, *window);
-        snapshots->start();
+    const kelvane::OpenRequest opened = kelvane::requestFromArguments(argc, argv);
+    // A running instance takes the files of a later launch, before this one builds anything.
+    // Snapshot runs stand alone.
+    const bool snapshots = kelvane::SnapshotMode::requestedDirectory().has_value();
+    const QString socket = kelvane::SingleInstance::socketPath();
+    if (!snapshots) {
+        switch (kelvane::SingleInstance::forward(opened, socket)) {
+        case kelvane::SingleInstance::Forwarded::taken:
+            return 0;
+        case kelvane::SingleInstance::Forwarded::refused:
+            return 1;
+        case kelvane::SingleInstance::Forwarded::noInstance:
+            break;
+        }
     }
-    return QGuiApplication::exec();
+
+    QApplication application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Kelvane"));
+    QApplication::setApplicationName(QStringLiteral("Kelvane"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Kelvane"));
+    QApplication::setDesktopFileName(QStringLiteral("kelvane"));
+    // The tray panel and the Drop Dock outlive the window; Quit ends the application.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    kelvane::Application kelvane;
+    if (!snapshots)
+        kelvane.listenForLaunches(socket);
+    if (!kelvane.launch(opened))
+        return 1;
+    return QApplication::exec();
 }

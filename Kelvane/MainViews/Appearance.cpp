@@ -77,4 +77,14 @@ QColor Appearance::failure() const {
     return pick(QColor(0xE0, 0x6C, 0x00), QColor(0xFF, 0xA3, 0x48));
 }
 
+QColor Appearance::bevelLight() const {
+    return pick(QColor(0xFF, 0xFF, 0xFF), control().lighter(130));
+}
+QColor Appearance::bevelMidlight() const {
+    return pick(QColor(0xF2, 0xF2, 0xF4), control().lighter(115));
+}
+QColor Appearance::bevelDark() const {
+    return pick(QColor(0xB8, 0xB9, 0xBF), QColor(0x15, 0x16, 0x1A));
+}
+
 } // namespace kelvane

@@ -7,8 +7,10 @@
 
 namespace kelvane {
 
-// The window's colours in the light or the dark appearance. Follows the system palette
-// (a dark window colour means dark) unless an appearance is forced, as snapshot mode does.
+// The colours of every window (main, Settings, the panel, the Drop Dock) in the light or
+// the dark appearance, palette included: ThemedWindow.qml hands them to the controls.
+// Follows the system palette (a dark window colour means dark) unless an appearance is
+// forced, as snapshot mode does.
 class Appearance : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool dark READ dark NOTIFY changed)
@@ -28,6 +30,11 @@ class Appearance : public QObject {
     Q_PROPERTY(QColor success READ success NOTIFY changed)
     Q_PROPERTY(QColor failure READ failure NOTIFY changed)
     Q_PROPERTY(qreal glowOpacity READ glowOpacity NOTIFY changed)
+    // The controls' own palette roles, beyond the surface colours above.
+    Q_PROPERTY(QColor highlightedText READ highlightedText NOTIFY changed)
+    Q_PROPERTY(QColor bevelLight READ bevelLight NOTIFY changed)
+    Q_PROPERTY(QColor bevelMidlight READ bevelMidlight NOTIFY changed)
+    Q_PROPERTY(QColor bevelDark READ bevelDark NOTIFY changed)
 
 public:
     explicit Appearance(QObject* parent = nullptr);
@@ -53,6 +60,10 @@ public:
     QColor failure() const;
     // How strongly the group's glow shows behind the workspace.
     qreal glowOpacity() const { return dark() ? 0.14 : 0.1; }
+    QColor highlightedText() const { return QColor(0xFF, 0xFF, 0xFF); }
+    QColor bevelLight() const;
+    QColor bevelMidlight() const;
+    QColor bevelDark() const;
 
 signals:
     void changed();

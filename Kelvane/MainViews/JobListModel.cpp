@@ -20,6 +20,8 @@ QString stateName(Job::State state) {
         return QStringLiteral("done");
     case Job::State::failed:
         return QStringLiteral("failed");
+    case Job::State::stopped:
+        return QStringLiteral("stopped");
     }
     return {};
 }
@@ -147,6 +149,11 @@ void JobListModel::reveal(int row) {
 void JobListModel::retry(int row) {
     if (const Job* job = jobAt(row))
         store_.retry(job->id);
+}
+
+void JobListModel::stop(int row) {
+    if (const Job* job = jobAt(row))
+        store_.stop(job->id);
 }
 
 void JobListModel::remove(int row) {

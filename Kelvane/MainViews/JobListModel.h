@@ -47,6 +47,8 @@ public:
     Q_INVOKABLE void reveal(int row);
     Q_INVOKABLE void retry(int row);
     Q_INVOKABLE void remove(int row);
+    // Stops a running or waiting job; its row then shows "Stopped" with "Try Again".
+    Q_INVOKABLE void stop(int row);
     // Delete on a selected row: removes it only when it has finished.
     Q_INVOKABLE bool removeIfFinished(int row);
 

@@ -172,6 +172,14 @@ Rectangle {
                     font.pixelSize: 12
                 }
             }
+            Text {
+                objectName: "stoppedLine"
+                visible: row.jobState === "stopped"
+                Layout.fillWidth: true
+                text: "Stopped"
+                color: appearance.secondaryText
+                font.pixelSize: 12
+            }
             RowLayout {
                 visible: row.jobState === "failed"
                 Layout.fillWidth: true
@@ -196,6 +204,13 @@ Rectangle {
             color: appearance.secondaryText
         }
         RowButton {
+            objectName: "stopButton"
+            visible: row.jobState === "running"
+            symbol: "stop.circle"
+            tip: "Stop"
+            onClicked: store.jobs.stop(row.index)
+        }
+        RowButton {
             objectName: "openButton"
             visible: row.jobState === "done"
             symbol: "arrow.up.forward.app"
@@ -212,7 +227,7 @@ Rectangle {
         Button {
             id: retryButton
             objectName: "retryButton"
-            visible: row.jobState === "failed"
+            visible: row.jobState === "failed" || row.jobState === "stopped"
             text: "Try Again"
             onClicked: store.jobs.retry(row.index)
             font.pixelSize: 12
@@ -239,9 +254,16 @@ Rectangle {
         MenuItem {
             objectName: "menuRetry"
             text: "Try Again"
-            visible: row.jobState === "failed"
+            visible: row.jobState === "failed" || row.jobState === "stopped"
             height: visible ? implicitHeight : 0
             onTriggered: store.jobs.retry(row.index)
+        }
+        MenuItem {
+            objectName: "menuStop"
+            text: "Stop"
+            visible: row.jobState === "running"
+            height: visible ? implicitHeight : 0
+            onTriggered: store.jobs.stop(row.index)
         }
         MenuItem {
             objectName: "menuRemove"

@@ -5,50 +5,21 @@ import QtQuick.Layouts
 
 // The main window: recipes on the left, the workspace in the middle and the options of the
 // chosen recipe on the right.
-ApplicationWindow {
+ThemedWindow {
     id: root
 
     width: 1120
     height: 720
     minimumWidth: 900
-    minimumHeight: 560
+    minimumHeight: 580
     visible: true
     title: store.activeCount > 0 ? "Kelvane — " + store.subtitle : "Kelvane"
-    color: appearance.window
-
-    palette.window: appearance.window
-    palette.windowText: appearance.text
-    palette.base: appearance.control
-    palette.alternateBase: appearance.sidebar
-    palette.text: appearance.text
-    palette.button: appearance.control
-    palette.buttonText: appearance.text
-    palette.brightText: appearance.text
-    palette.highlight: appearance.accent
-    palette.highlightedText: "#ffffff"
-    palette.placeholderText: appearance.secondaryText
-    palette.light: appearance.dark ? Qt.lighter(appearance.control, 1.3) : "#ffffff"
-    palette.midlight: appearance.dark ? Qt.lighter(appearance.control, 1.15) : "#f2f2f4"
-    palette.mid: appearance.separator
-    palette.dark: appearance.dark ? "#15161a" : "#b8b9bf"
-    palette.shadow: "#000000"
-    palette.toolTipBase: appearance.card
-    palette.toolTipText: appearance.text
 
     function chooseFiles() { chooser.open() }
 
     header: WindowToolbar {
         leadingWidth: sidebar.width
         onAddFiles: root.chooseFiles()
-    }
-
-    Shortcut {
-        sequence: "Ctrl+O"
-        onActivated: root.chooseFiles()
-    }
-    Shortcut {
-        sequence: "Ctrl+Alt+I"
-        onActivated: store.showOptions = !store.showOptions
     }
 
     FileDialog {

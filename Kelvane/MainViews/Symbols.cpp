@@ -52,6 +52,7 @@ constexpr Entry table[] = {
     {"slider.horizontal.3", u'\ue429'},                     // tune
     {"sparkles", u'\ue65f'},                                // auto_awesome
     {"sparkles.tv", u'\ue663'},                             // auto_fix_high
+    {"stop.circle", u'\ue047'},                             // stop
     {"text.alignleft", u'\ue8d2'},                          // subject
     {"tortoise", u'\ue9e4'},                                // speed
     {"wand.and.stars", u'\ue663'},                          // auto_fix_high

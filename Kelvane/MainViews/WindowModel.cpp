@@ -6,6 +6,8 @@
 #include "MainViews/OptionsText.h"
 #include "MainViews/Symbols.h"
 
+#include <utility>
+
 namespace kelvane {
 namespace {
 
@@ -103,9 +105,7 @@ QColor WindowModel::brandSecond() const {
 }
 
 void WindowModel::dropURLs(const QList<QUrl>& urls) {
-    const auto files = loadURLs(urls);
-    if (!files.empty())
-        store_.add(files, store_.recipe(), false);
+    queue(loadURLs(urls));
 }
 
 void WindowModel::dropUriList(const QString& uriList) {
@@ -117,7 +117,24 @@ void WindowModel::addChosen(const QList<QUrl>& urls) {
     for (const QUrl& url : urls)
         if (url.isLocalFile())
             files.emplace_back(url.toLocalFile().toStdString());
-    if (!files.empty())
+    queue(std::move(files));
+}
+
+void WindowModel::queue(std::vector<std::filesystem::path> files) {
+    if (files.empty())
+        return;
+    const std::size_t count = store_.countToQueue(files);
+    if (count > Store::askAbove) {
+        awaitingConfirmation_ = std::move(files);
+        emit manyFilesToConfirm(static_cast<int>(count));
+        return;
+    }
+    store_.add(files);
+}
+
+void WindowModel::confirmManyFiles(bool queue) {
+    std::vector<std::filesystem::path> files = std::exchange(awaitingConfirmation_, {});
+    if (queue && !files.empty())
         store_.add(files);
 }
 

@@ -91,15 +91,24 @@ public:
     // Files picked in the file chooser, queued with the chosen recipe.
     Q_INVOKABLE void addChosen(const QList<QUrl>& urls);
     Q_INVOKABLE void clearFinished() { store_.clearFinished(); }
+    // "Stop All": every running and waiting job.
+    Q_INVOKABLE void stopAll() { store_.stopAll(); }
     Q_INVOKABLE QString glyph(const QString& symbol) const;
+    // The answer to manyFilesToConfirm: queue the files held back, or let them go.
+    Q_INVOKABLE void confirmManyFiles(bool queue);
 
 signals:
     void recipeChanged();
     void showOptionsChanged();
     void queueChanged();
+    // Folders that expand to more than Store::askAbove files: asked once before queuing.
+    void manyFilesToConfirm(int count);
 
 private:
+    void queue(std::vector<std::filesystem::path> files);
+
     Store& store_;
+    std::vector<std::filesystem::path> awaitingConfirmation_;
     JobListModel jobs_;
     RecipeListModel recipes_;
     OptionsModel options_;

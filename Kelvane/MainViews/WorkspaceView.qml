@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls
 import QtQuick.Layouts
 
 // The middle column: the chosen recipe, the drop zone and the queue (or, while the queue is
@@ -10,6 +11,27 @@ Item {
     readonly property bool hasJobs: store.jobCount > 0
 
     WorkspaceBackground { anchors.fill: parent }
+
+    // Folders that hold more files than anyone drops by accident: asked once.
+    Dialog {
+        id: manyFiles
+        objectName: "manyFilesDialog"
+        property int count: 0
+        anchors.centerIn: parent
+        modal: true
+        title: "Convert " + count.toLocaleString(Qt.locale(), "f", 0) + " files?"
+        standardButtons: Dialog.Ok | Dialog.Cancel
+        Component.onCompleted: standardButton(Dialog.Ok).text = "Convert"
+        onAccepted: store.confirmManyFiles(true)
+        onRejected: store.confirmManyFiles(false)
+    }
+    Connections {
+        target: store
+        function onManyFilesToConfirm(count) {
+            manyFiles.count = count
+            manyFiles.open()
+        }
+    }
 
     DropArea {
         id: dropTarget

@@ -14,11 +14,13 @@ namespace kelvane {
 
 // One row of the queue: a recipe over one input, or over all inputs of a combining recipe.
 struct Job {
-    enum class State { queued, running, done, failed };
+    enum class State { queued, running, done, failed, stopped };
 
     // A new queued job with an identity of its own.
     Job(Recipe jobRecipe, std::vector<std::filesystem::path> jobInputs)
-        : id(QUuid::createUuid()), recipe(jobRecipe), inputs(std::move(jobInputs)) {}
+        : id(QUuid::createUuid())
+        , recipe(jobRecipe)
+        , inputs(std::move(jobInputs)) {}
 
     QUuid id;
     Recipe recipe;
@@ -26,8 +28,8 @@ struct Job {
     State state = State::queued;
     double progress = 0;
     std::vector<std::filesystem::path> outputs;
-    std::int64_t inputBytes = 0;  // measured when the job starts
-    std::int64_t outputBytes = 0; // measured when it finishes
+    std::int64_t inputBytes = 0;    // measured when the job starts
+    std::int64_t outputBytes = 0;   // measured when it finishes
     std::optional<QString> message; // the sentence of a failed job
     bool fromDock = false;
     // Order of making: jobs start lowest first, and the first file of a drop counts as made
@@ -40,7 +42,7 @@ struct Job {
     QString title() const;
     // The single output's name, "2 results", or none before there are outputs.
     std::optional<QString> outputName() const;
-    bool isFinished() const { return state == State::done || state == State::failed; }
+    bool isFinished() const { return state != State::queued && state != State::running; }
 };
 
 } // namespace kelvane

@@ -1,6 +1,8 @@
 #include "Store/Store.h"
 
+#include "Store/FolderExpansion.h"
 #include "catalogue/FileSize.h"
+#include "naming/PendingOutput.h"
 
 #include <QSettings>
 
@@ -8,6 +10,7 @@
 #include <atomic>
 #include <exception>
 #include <memory>
+#include <utility>
 
 namespace kelvane {
 namespace {
@@ -23,6 +26,13 @@ std::int64_t totalSize(const std::vector<path>& paths) {
     for (const path& item : paths)
         total += FileSize::of(item);
     return total;
+}
+
+// The results of a job that was stopped while they were being made.
+void removeAll(const std::vector<path>& outputs) {
+    std::error_code ignored;
+    for (const path& output : outputs)
+        std::filesystem::remove_all(output, ignored);
 }
 
 bool exists(const path& item) {
@@ -66,13 +76,17 @@ Store::Store(QSettings* settings, QObject* parent)
     , settings_(settings)
     , recipe_(restoredRecipe(settings))
     , options_(restoredOptions(settings))
-    , runner_(Engine::run) {
+    , runner_([](Recipe recipe, const std::vector<path>& inputs, const ConversionOptions& options,
+                 const Engine::Progress& progress,
+                 const StopSignal&) { return Engine::run(recipe, inputs, options, progress); }) {
     pool_.setMaxThreadCount(maxParallel);
 }
 
 Store::~Store() {
-    // Runs still under way post their results to this object; let them end first. What
-    // they post is dropped with the object.
+    // Runs still under way post their results to this object; stop them and let them end
+    // first. What they post is dropped with the object.
+    for (const auto& [id, signal] : stopSignals_)
+        signal->request();
     pool_.waitForDone();
 }
 
@@ -142,6 +156,19 @@ Job Store::newJob(Recipe recipe, std::vector<path> inputs, bool fromDock) {
     return job;
 }
 
+Job Store::failedJob(Recipe recipe, const path& input, QString message) {
+    Job job = newJob(recipe, {input}, false);
+    job.state = Job::State::failed;
+    job.message = std::move(message);
+    return job;
+}
+
+// "“Holiday” has no images to convert."
+QString Store::nothingToConvert(const path& folder, Recipe recipe) {
+    return QStringLiteral("“%1” has no %2 to convert.")
+        .arg(QString::fromStdString(folder.filename().string()), describe(recipe.accepts()));
+}
+
 void Store::insertOnTop(Job job) {
     jobs_.insert(jobs_.begin(), std::move(job));
 }
@@ -155,15 +182,20 @@ void Store::add(const std::vector<path>& urls, std::optional<Recipe> recipe, boo
 
     std::vector<path> accepted;
     for (const path& url : present) {
+        if (FolderExpansion::expands(url, chosen)) {
+            const std::vector<path> files = FolderExpansion::filesFor(url, chosen);
+            if (files.empty())
+                insertOnTop(failedJob(chosen, url, nothingToConvert(url, chosen)));
+            accepted.insert(accepted.end(), files.begin(), files.end());
+            continue;
+        }
         if (chosen.accepts().contains(FileKind::of(url))) {
             accepted.push_back(url);
             continue;
         }
-        Job rejected = newJob(chosen, {url}, false);
-        rejected.state = Job::State::failed;
-        rejected.message = QString::fromUtf8(chosen.title()) + " needs " +
-                           describe(chosen.accepts()) + ".";
-        insertOnTop(std::move(rejected));
+        insertOnTop(failedJob(chosen, url,
+                              QString::fromUtf8(chosen.title()) + " needs " +
+                                  describe(chosen.accepts()) + "."));
     }
     if (chosen.combinesInputs()) {
         if (!accepted.empty())
@@ -171,13 +203,26 @@ void Store::add(const std::vector<path>& urls, std::optional<Recipe> recipe, boo
     } else {
         // Made in the given order, inserted so that the first file stands highest.
         std::vector<Job> made;
+        made.reserve(accepted.size());
         for (const path& url : accepted)
             made.push_back(newJob(chosen, {url}, fromDock));
-        for (auto job = made.rbegin(); job != made.rend(); ++job)
-            insertOnTop(std::move(*job));
+        jobs_.insert(jobs_.begin(), std::make_move_iterator(made.begin()),
+                     std::make_move_iterator(made.end()));
     }
     emit jobsChanged();
     pump();
+}
+
+std::size_t Store::countToQueue(const std::vector<path>& urls, std::optional<Recipe> recipe) const {
+    const Recipe chosen = recipe.value_or(recipe_);
+    if (chosen.combinesInputs())
+        return urls.empty() ? 0 : 1;
+    std::size_t count = 0;
+    for (const path& url : urls)
+        count += FolderExpansion::expands(url, chosen)
+                     ? FolderExpansion::filesFor(url, chosen).size()
+                     : 1;
+    return count;
 }
 
 void Store::retry(const QUuid& id) {
@@ -191,9 +236,8 @@ void Store::retry(const QUuid& id) {
 }
 
 void Store::remove(const QUuid& id) {
-    const auto removed = std::erase_if(jobs_, [&](const Job& job) {
-        return job.id == id && job.state != Job::State::running;
-    });
+    const auto removed = std::erase_if(
+        jobs_, [&](const Job& job) { return job.id == id && job.state != Job::State::running; });
     if (removed > 0)
         emit jobsChanged();
 }
@@ -201,6 +245,29 @@ void Store::remove(const QUuid& id) {
 void Store::clearFinished() {
     if (std::erase_if(jobs_, [](const Job& job) { return job.isFinished(); }) > 0)
         emit jobsChanged();
+}
+
+void Store::stop(const QUuid& id) {
+    const int row = rowOf(id);
+    if (row < 0)
+        return;
+    Job& job = jobs_[static_cast<std::size_t>(row)];
+    if (job.isFinished())
+        return;
+    if (const auto signal = stopSignals_.find(id); signal != stopSignals_.end())
+        signal->second->request();
+    job.state = Job::State::stopped;
+    emit jobUpdated(row);
+    pump();
+}
+
+void Store::stopAll() {
+    std::vector<QUuid> unfinished;
+    for (const Job& job : jobs_)
+        if (!job.isFinished())
+            unfinished.push_back(job.id);
+    for (const QUuid& id : unfinished)
+        stop(id);
 }
 
 int Store::rowOf(const QUuid& id) const {
@@ -235,6 +302,9 @@ void Store::start(const QUuid& id) {
     job.state = Job::State::running;
     job.inputBytes = totalSize(job.inputs);
     emit jobUpdated(row);
+    clearAbandonedOutput(job.inputs);
+    auto stopSignal = std::make_shared<StopSignal>();
+    stopSignals_[id] = stopSignal;
 
     const Recipe recipe = job.recipe;
     const std::vector<path> inputs = job.inputs;
@@ -245,23 +315,36 @@ void Store::start(const QUuid& id) {
         if (std::abs(fraction - lastPosted->load()) <= progressStep)
             return;
         lastPosted->store(fraction);
-        QMetaObject::invokeMethod(this, [this, id, fraction] { setProgress(id, fraction); },
-                                  Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, id, fraction] { setProgress(id, fraction); }, Qt::QueuedConnection);
     };
-    pool_.start([this, id, recipe, inputs, options, progress, runner = runner_] {
+    pool_.start([this, id, recipe, inputs, options, progress, stopSignal, runner = runner_] {
         std::vector<path> outputs;
         std::optional<QString> error;
         try {
-            outputs = runner(recipe, inputs, options, progress);
+            outputs = runner(recipe, inputs, options, progress, *stopSignal);
+            if (stopSignal->requested())
+                removeAll(std::exchange(outputs, {}));
+        } catch (const JobStopped& stopped) {
+            error = QString::fromUtf8(stopped.what());
         } catch (const std::exception& failure) {
             error = QString::fromUtf8(failure.what());
         } catch (...) {
             error = QStringLiteral("The conversion failed unexpectedly.");
         }
         QMetaObject::invokeMethod(
-            this, [this, id, outputs, error] { finish(id, outputs, error); },
-            Qt::QueuedConnection);
+            this, [this, id, outputs, error] { finish(id, outputs, error); }, Qt::QueuedConnection);
     });
+}
+
+// What an earlier run that was killed left in the folders this job writes to, once per
+// folder: staging folders and temporaries whose process is gone.
+void Store::clearAbandonedOutput(const std::vector<path>& inputs) {
+    for (const path& input : inputs) {
+        const path folder = input.parent_path();
+        if (sweptFolders_.insert(folder).second)
+            removeAbandoned(folder);
+    }
 }
 
 void Store::setProgress(const QUuid& id, double progress) {
@@ -276,10 +359,17 @@ void Store::setProgress(const QUuid& id, double progress) {
 }
 
 void Store::finish(const QUuid& id, std::vector<path> outputs, std::optional<QString> error) {
+    stopSignals_.erase(id);
     const int row = rowOf(id);
     if (row < 0)
         return;
     Job& job = jobs_[static_cast<std::size_t>(row)];
+    if (job.state == Job::State::stopped) {
+        // Stopped after the run had already ended: what it made goes too.
+        removeAll(outputs);
+        pump();
+        return;
+    }
     job.progress = 1.0;
     job.outputs = std::move(outputs);
     job.outputBytes = totalSize(job.outputs);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Store/Job.h"
+#include "Worker/StopSignal.h"
 #include "engine/Engine.h"
 #include "options/ConversionOptions.h"
 
@@ -8,6 +9,9 @@
 #include <QThreadPool>
 
 #include <functional>
+#include <map>
+#include <memory>
+#include <set>
 
 class QSettings;
 
@@ -22,10 +26,12 @@ class Store : public QObject {
 public:
     static constexpr int maxParallel = 2;
 
-    // How a job's work is done; the engine unless a test substitutes its own.
+    // How a job's work is done; the engine unless a test substitutes its own. A runner that
+    // can stop its work watches the signal and throws JobStopped; one that cannot (the
+    // engine in this process) runs on, and what it writes is removed when it ends.
     using Runner = std::function<std::vector<std::filesystem::path>(
         Recipe, const std::vector<std::filesystem::path>&, const ConversionOptions&,
-        const Engine::Progress&)>;
+        const Engine::Progress&, const StopSignal&)>;
 
     // With settings, the recipe and options are restored from and saved to them at once on
     // every change; without, nothing is kept.
@@ -47,13 +53,26 @@ public:
     std::int64_t savedBytes() const;
 
     // Queues files for a recipe (the current one when none): missing paths are skipped,
-    // inputs the recipe cannot take become failed jobs saying what it needs.
+    // inputs the recipe cannot take become failed jobs saying what it needs. For a per-file
+    // recipe a folder stands for the files inside it that the recipe takes, at any depth, in
+    // natural name order (see FolderExpansion); a folder without any is one failed job.
     void add(const std::vector<std::filesystem::path>& urls,
              std::optional<Recipe> recipe = std::nullopt, bool fromDock = false);
+    // How many jobs add() would queue for these files, folders expanded: the window asks
+    // before queuing more than askAbove at once.
+    std::size_t countToQueue(const std::vector<std::filesystem::path>& urls,
+                             std::optional<Recipe> recipe = std::nullopt) const;
+    static constexpr std::size_t askAbove = 10'000;
     void retry(const QUuid& id);
     // A running job cannot be removed.
     void remove(const QUuid& id);
     void clearFinished();
+    // Stops a running job at once: its state becomes stopped, its worker is told and killed
+    // 2 s later, and its partial output is removed. A queued job is stopped before it starts.
+    void stop(const QUuid& id);
+    // Stops every running and queued job. The work ends on the runners' threads; destroying
+    // the store waits for it, so quitting after this leaves nothing behind.
+    void stopAll();
     // Replaces the queue with fixed demonstration jobs; nothing is started.
     void seedDemo(RecipeGroup group);
     // Empties the queue, running jobs included (what they deliver later is dropped): for
@@ -83,6 +102,9 @@ private:
     int rowOf(const QUuid& id) const;
     void insertOnTop(Job job);
     Job newJob(Recipe recipe, std::vector<std::filesystem::path> inputs, bool fromDock);
+    Job failedJob(Recipe recipe, const std::filesystem::path& input, QString message);
+    static QString nothingToConvert(const std::filesystem::path& folder, Recipe recipe);
+    void clearAbandonedOutput(const std::vector<std::filesystem::path>& inputs);
 
     QSettings* settings_;
     Recipe recipe_ = Recipe::toJPG;
@@ -91,6 +113,8 @@ private:
     std::vector<Job> jobs_;
     Runner runner_;
     std::uint64_t nextSequence_ = 0;
+    std::map<QUuid, std::shared_ptr<StopSignal>> stopSignals_; // of running jobs
+    std::set<std::filesystem::path> sweptFolders_;
     QThreadPool pool_;
 };
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -189,6 +190,9 @@ private:
 } // namespace
 
 int main(int, char** argv) {
+    // Told to stop, a worker ends at once, whatever its parent's own handling was; what it
+    // was writing has no name yet and goes with it.
+    ::signal(SIGTERM, SIG_DFL);
     exitWithParent();
     const rlimit noCoreDumps{0, 0};
     ::setrlimit(RLIMIT_CORE, &noCoreDumps);
@@ -208,5 +212,8 @@ int main(int, char** argv) {
         statistics.report(job->recipe, job->inputs);
         channel.send(WorkerProtocol::doneLine());
     }
-    return 0;
+    // Nothing is left to save, and the libraries a job loaded (the GUI application for
+    // documents, fonts, codecs) must not be torn down by static destructors in whatever
+    // order they run: that crashed now and then as a worker exited.
+    std::_Exit(0);
 }

@@ -97,15 +97,39 @@ std::unique_ptr<WorkerProcess> WorkerProcess::start(const fs::path& worker) {
 }
 
 WorkerProcess::~WorkerProcess() {
+    // An idle worker ends by itself when its socket closes. Killing it at once could catch
+    // it halfway through its exit; one that is still there after a moment is killed.
     ::close(socket_);
-    if (!reaped_) {
-        // An idle worker ends by itself when its socket closes; one still working is stopped.
-        ::shutdown(socket_, SHUT_RDWR);
-        kill();
-        wait();
-    }
+    if (!reaped_)
+        endWithin(std::chrono::milliseconds(2000), 0);
     std::error_code ignored;
     fs::remove_all(temporaryFolder_, ignored);
+}
+
+bool WorkerProcess::reapWithin(std::chrono::milliseconds grace) {
+    const auto deadline = std::chrono::steady_clock::now() + grace;
+    for (;;) {
+        int status = 0;
+        const pid_t ended = ::waitpid(pid_, &status, WNOHANG);
+        if (ended == pid_ || (ended < 0 && errno != EINTR)) {
+            reaped_ = true;
+            return true;
+        }
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        ::usleep(5'000);
+    }
+}
+
+void WorkerProcess::endWithin(std::chrono::milliseconds grace, int signal) {
+    if (reaped_)
+        return;
+    if (signal != 0)
+        ::kill(pid_, signal);
+    if (reapWithin(grace))
+        return;
+    kill();
+    wait();
 }
 
 bool WorkerProcess::send(const QByteArray& line) const {
@@ -126,6 +150,10 @@ bool WorkerProcess::send(const QByteArray& line) const {
 void WorkerProcess::kill() const {
     if (!reaped_)
         ::kill(pid_, SIGKILL);
+}
+
+void WorkerProcess::stop(std::chrono::milliseconds grace) {
+    endWithin(grace, SIGTERM);
 }
 
 int WorkerProcess::wait() {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -12,7 +13,8 @@ namespace kelvane {
 
 // A started kelvane-worker, waiting for its job on a socket that also carries its messages
 // back, with a temporary folder of its own (its TMPDIR). Destroying it closes the socket,
-// kills the process if it is still running, reaps it and removes the folder.
+// lets the process end (killing it if it has not within 2 s), reaps it and removes the
+// folder.
 class WorkerProcess {
 public:
     static std::unique_ptr<WorkerProcess> start(const std::filesystem::path& worker);
@@ -26,6 +28,9 @@ public:
     // False when the worker is gone (it could not take the job).
     bool send(const QByteArray& line) const;
     void kill() const;
+    // Tells the worker to end (SIGTERM), kills it if it is still there after `grace`, and
+    // reaps it.
+    void stop(std::chrono::milliseconds grace);
     // Waits for the process to end; its wait status.
     int wait();
     // Empties the worker's temporary folder between jobs.
@@ -37,6 +42,12 @@ private:
         : pid_(pid)
         , socket_(socket)
         , temporaryFolder_(std::move(temporaryFolder)) {}
+
+    // True when the process ended and was reaped within `grace`.
+    bool reapWithin(std::chrono::milliseconds grace);
+    // Sends `signal` (none when 0), then kills the process if it is still there after
+    // `grace`; reaps it either way.
+    void endWithin(std::chrono::milliseconds grace, int signal);
 
     pid_t pid_;
     int socket_;

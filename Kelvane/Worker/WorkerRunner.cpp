@@ -24,6 +24,9 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
+// How long a worker told to stop has before it is killed.
+constexpr std::chrono::milliseconds stopGrace{2000};
+
 struct WorkerOutcome {
     std::vector<fs::path> outputs;
     std::optional<QString> error;
@@ -31,6 +34,7 @@ struct WorkerOutcome {
     bool accepted = false; // the worker read the job
     bool finished = false; // the worker said "done"
     bool timedOut = false;
+    bool stopped = false; // a stop was requested
 };
 
 void handle(const QByteArray& line, WorkerOutcome& outcome, const Engine::Progress& progress) {
@@ -57,9 +61,10 @@ void handle(const QByteArray& line, WorkerOutcome& outcome, const Engine::Progre
     }
 }
 
-// Reads messages until the worker says it is done, closes its end, or the watchdog finds
-// it hung.
-WorkerOutcome readMessages(int fd, Watchdog& watchdog, const Engine::Progress& progress) {
+// Reads messages until the worker says it is done, closes its end, the watchdog finds it
+// hung, or a stop is requested.
+WorkerOutcome readMessages(int fd, Watchdog& watchdog, const Engine::Progress& progress,
+                           const StopSignal& stop) {
     WorkerOutcome outcome;
     QByteArray pending;
     char buffer[4096];
@@ -72,9 +77,13 @@ WorkerOutcome readMessages(int fd, Watchdog& watchdog, const Engine::Progress& p
             outcome.timedOut = true;
             return outcome;
         }
-        pollfd watched{fd, POLLIN, 0};
+        pollfd watched[2] = {{fd, POLLIN, 0}, {stop.fd(), POLLIN, 0}};
         const int ready =
-            ::poll(&watched, 1, static_cast<int>(std::min<std::int64_t>(left.count(), 1000)));
+            ::poll(watched, 2, static_cast<int>(std::min<std::int64_t>(left.count(), 1000)));
+        if (stop.requested()) {
+            outcome.stopped = true;
+            return outcome;
+        }
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready <= 0)
@@ -116,11 +125,12 @@ std::string inputAt(double progress, const std::vector<fs::path>& inputs) {
 }
 
 WorkerOutcome runOn(WorkerProcess& worker, const QByteArray& job,
-                    const WorkerRunner::Limits& limits, const Engine::Progress& progress) {
+                    const WorkerRunner::Limits& limits, const Engine::Progress& progress,
+                    const StopSignal& stop) {
     if (!worker.send(job))
         return {};
     Watchdog watchdog(worker.pid(), limits.wallClock);
-    WorkerOutcome outcome = readMessages(worker.socket(), watchdog, progress);
+    WorkerOutcome outcome = readMessages(worker.socket(), watchdog, progress, stop);
     if (outcome.timedOut)
         worker.kill();
     return outcome;
@@ -150,6 +160,14 @@ WorkerRunner::WorkerRunner(fs::path worker)
 std::vector<fs::path> WorkerRunner::operator()(Recipe recipe, const std::vector<fs::path>& inputs,
                                                const ConversionOptions& options,
                                                const Engine::Progress& progress) const {
+    const StopSignal never;
+    return (*this)(recipe, inputs, options, progress, never);
+}
+
+std::vector<fs::path> WorkerRunner::operator()(Recipe recipe, const std::vector<fs::path>& inputs,
+                                               const ConversionOptions& options,
+                                               const Engine::Progress& progress,
+                                               const StopSignal& stop) const {
     if (inputs.empty())
         throw ConversionError::nothingToConvert();
     std::int64_t inputBytes = 0;
@@ -162,10 +180,10 @@ std::vector<fs::path> WorkerRunner::operator()(Recipe recipe, const std::vector<
     // An idle worker that died while it waited never read the job: one more try with a new
     // worker.
     std::unique_ptr<WorkerProcess> worker = pool_->take();
-    WorkerOutcome outcome = runOn(*worker, job, limits, progress);
-    if (!outcome.accepted && !outcome.timedOut) {
+    WorkerOutcome outcome = runOn(*worker, job, limits, progress, stop);
+    if (!outcome.accepted && !outcome.timedOut && !outcome.stopped) {
         worker = WorkerProcess::start(pool_->workerPath());
-        outcome = runOn(*worker, job, limits, progress);
+        outcome = runOn(*worker, job, limits, progress, stop);
     }
 
     if (outcome.finished) {
@@ -173,6 +191,11 @@ std::vector<fs::path> WorkerRunner::operator()(Recipe recipe, const std::vector<
         if (outcome.error)
             throw ConversionError(outcome.error->toStdString());
         return outcome.outputs;
+    }
+    if (outcome.stopped) {
+        worker->stop(stopGrace);
+        removeLeftovers(worker->pid(), inputs);
+        throw JobStopped();
     }
     worker->kill();
     const int status = worker->wait();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Worker/StopSignal.h"
 #include "catalogue/Recipe.h"
 #include "engine/Engine.h"
 #include "options/ConversionOptions.h"
@@ -43,6 +44,13 @@ public:
                                                   const std::vector<std::filesystem::path>& inputs,
                                                   const ConversionOptions& options,
                                                   const Engine::Progress& progress) const;
+    // The same, stopping when `stop` is requested: the worker is told (SIGTERM), killed
+    // 2 s later if it is still there, its unpublished output removed; throws JobStopped.
+    std::vector<std::filesystem::path> operator()(Recipe recipe,
+                                                  const std::vector<std::filesystem::path>& inputs,
+                                                  const ConversionOptions& options,
+                                                  const Engine::Progress& progress,
+                                                  const StopSignal& stop) const;
 
 private:
     std::shared_ptr<WorkerPool> pool_;

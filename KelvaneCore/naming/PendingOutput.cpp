@@ -1,9 +1,11 @@
 #include "naming/PendingOutput.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <system_error>
@@ -113,6 +115,28 @@ bool copyToNewFile(const fs::path& source, const fs::path& target) {
     return true;
 }
 
+// An unnamed file in `folder`, or none where the file system or kernel refuses them (some
+// network and FUSE mounts) or /proc, through which it is written and published, is missing.
+int openUnnamed(const fs::path& folder) {
+    const int fd = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666 & ~processUmask());
+    if (fd < 0)
+        return -1;
+    if (::access(("/proc/self/fd/" + std::to_string(fd)).c_str(), W_OK) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+// Gives an unnamed file its name; fails with EEXIST rather than replacing what is there.
+bool linkUnnamed(const fs::path& source, const fs::path& target) {
+    if (::linkat(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), AT_SYMLINK_FOLLOW) == 0)
+        return true;
+    if (errno == EEXIST)
+        return false;
+    throwErrno(couldNotSave);
+}
+
 bool linkFile(const fs::path& source, const fs::path& target) {
     if (::link(source.c_str(), target.c_str()) == 0) {
         ::unlink(source.c_str());
@@ -156,7 +180,48 @@ std::string temporaryPrefix(pid_t process) {
     return ".kelvane-" + std::to_string(process) + "-";
 }
 
+namespace {
+
+// The process id in a name of temporaryPrefix's form, or none.
+std::optional<pid_t> ownerOf(const std::string& name) {
+    constexpr std::string_view start = ".kelvane-";
+    if (!name.starts_with(start))
+        return std::nullopt;
+    const std::size_t dash = name.find('-', start.size());
+    if (dash == std::string::npos || dash == start.size())
+        return std::nullopt;
+    pid_t process = 0;
+    for (std::size_t index = start.size(); index < dash; ++index) {
+        if (name[index] < '0' || name[index] > '9' || process > 100'000'000)
+            return std::nullopt;
+        process = process * 10 + (name[index] - '0');
+    }
+    return process;
+}
+
+bool isGone(pid_t process) {
+    return process > 0 && ::kill(process, 0) != 0 && errno == ESRCH;
+}
+
+} // namespace
+
+void removeAbandoned(const fs::path& folder) {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        const auto owner = ownerOf(entry.path().filename().string());
+        if (owner && isGone(*owner))
+            fs::remove_all(entry.path(), error);
+    }
+}
+
 PendingOutput PendingOutput::file(const fs::path& folder, std::string_view extension) {
+    if (const int unnamed = openUnnamed(folder); unnamed >= 0) {
+        PendingOutput pending("/proc/self/fd/" + std::to_string(unnamed), Kind::file);
+        pending.unnamed_ = unnamed;
+        if (::fchmod(unnamed, 0666 & ~processUmask()) != 0)
+            throwErrno(couldNotCreate);
+        return pending;
+    }
     std::vector<char> name = templateName(folder, extension);
     const int suffixLength = extension.empty() ? 0 : static_cast<int>(extension.size() + 1);
     const FileDescriptor fd(::mkostemps(name.data(), suffixLength, O_CLOEXEC));
@@ -181,18 +246,24 @@ PendingOutput PendingOutput::folder(const fs::path& folder) {
 PendingOutput::PendingOutput(PendingOutput&& other) noexcept
     : path_(std::move(other.path_))
     , kind_(other.kind_)
+    , unnamed_(other.unnamed_)
     , settled_(other.settled_) {
     other.settled_ = true;
+    other.unnamed_ = -1;
 }
 
 PendingOutput::~PendingOutput() {
     discard();
+    if (unnamed_ >= 0)
+        ::close(unnamed_);
 }
 
 void PendingOutput::discard() noexcept {
     if (settled_)
         return;
     settled_ = true;
+    if (unnamed_ >= 0)
+        return; // an unnamed file goes with its last descriptor
     if (removeTemporary(path_, kind_))
         return;
     // The folder was made read-only while we wrote. It is ours, so for the moment it takes
@@ -208,6 +279,8 @@ void PendingOutput::discard() noexcept {
 }
 
 bool PendingOutput::tryPublishAt(const fs::path& target) {
+    if (unnamed_ >= 0)
+        return linkUnnamed(path_, target);
     if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0)
         return true;
     if (errno == EEXIST)

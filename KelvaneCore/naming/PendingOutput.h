@@ -12,15 +12,22 @@ namespace kelvane {
 // OutputNaming call that tests existence again gives the next free name.
 using FreeName = std::function<std::filesystem::path()>;
 
-// A result under construction: a hidden temporary file or folder inside the destination
-// folder that becomes the result only when published, under a name that nobody else holds
-// at that instant. Publishing never replaces anything, even when another process creates
-// the chosen name between naming and publishing. A pending output that is never published
-// is removed when it goes out of scope, so a failure leaves nothing behind.
+// A result under construction that becomes the result only when published, under a name
+// that nobody else holds at that instant. Publishing never replaces anything, even when
+// another process creates the chosen name between naming and publishing. A pending output
+// that is never published is removed when it goes out of scope, so a failure leaves nothing
+// behind.
+//
+// A file is an unnamed file in the destination folder (O_TMPFILE), written through its
+// /proc/self/fd path and linked to its name when published: a process killed before that
+// leaves nothing at all. Where the folder's file system refuses unnamed files, and for
+// folders, it is a hidden entry named with temporaryPrefix, which removeAbandoned clears
+// once its process is gone.
 class PendingOutput {
 public:
-    // A new empty file in `folder`. The extension is kept on the temporary name so that
-    // writers choosing their format by name still work. Throws std::system_error.
+    // A new empty file in `folder`. Its path() may have no extension (an unnamed file), so
+    // writers must be told their format rather than guess it from the name. Throws
+    // std::system_error.
     static PendingOutput file(const std::filesystem::path& folder, std::string_view extension);
     // A new empty folder in `folder`. Throws std::system_error.
     static PendingOutput folder(const std::filesystem::path& folder);
@@ -55,12 +62,17 @@ private:
 
     std::filesystem::path path_;
     Kind kind_;
+    int unnamed_ = -1; // the descriptor of an unnamed file
     bool settled_ = false;
 };
 
 // How the temporary outputs of a process begin: ".kelvane-<pid>-". A process that watched
 // another die removes the entries with this prefix from the folders it was writing into.
 std::string temporaryPrefix(pid_t process);
+
+// Removes the entries of `folder` named with temporaryPrefix whose process is gone: what a
+// killed run left. Entries of running processes are left alone.
+void removeAbandoned(const std::filesystem::path& folder);
 
 // Writes `bytes` as a new file at the first free name `freeName` gives; returns that name.
 std::filesystem::path publishBytes(std::string_view bytes, const std::filesystem::path& folder,

@@ -1,13 +1,18 @@
+#include "Store/ShutdownSignals.h"
 #include "Store/Store.h"
+#include "Worker/WorkerRunner.h"
+#include "fixtures/LongClip.h"
 #include "fixtures/TempFolder.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSettings>
 
-#include <gtest/gtest.h>
-
 #include <condition_variable>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <gtest/gtest.h>
 #include <mutex>
 
 namespace kelvane {
@@ -23,7 +28,7 @@ class GatedRunner {
 public:
     Store::Runner runner() {
         return [this](Recipe, const std::vector<fs::path>& inputs, const ConversionOptions&,
-                      const Engine::Progress& progress) {
+                      const Engine::Progress& progress, const StopSignal&) {
             std::unique_lock lock(mutex_);
             ++running_;
             maxRunning_ = std::max(maxRunning_, running_);
@@ -184,6 +189,123 @@ TEST_F(StoreTest, SavedBytesCountOnlyShrinkingConversions) {
     store.seedDemo(RecipeGroup::documents);
     EXPECT_EQ(store.savedBytes(), 0);
     EXPECT_EQ(store.finishedCount(), 3);
+    store.clearAll(); // the demonstration's running jobs never end
+}
+
+TEST_F(StoreTest, FoldersExpandToTheFilesAPerFileRecipeTakesInNaturalOrder) {
+    const fs::path holiday = temp.makeFolder("Holiday");
+    for (const char* name :
+         {"b/IMG 10.jpg", "b/img 2.png", "a.heic", "b/c.JPG", "notes.txt", ".hidden.jpg",
+          ".cache/x.jpg", "a (converted).jpg", "a (converted 2).jpg", "a (resized).png",
+          "Report (pages)/p 1.png", "Walk (2019).jpg"})
+        temp.write("Holiday/" + std::string(name), "x");
+    temp.makeFolder("Nothing here/deeper");
+    temp.write("Nothing here/deeper/readme.txt", "x");
+    EXPECT_EQ(store.countToQueue({holiday}, Recipe::toPNG), 5u);
+
+    store.add({holiday, temp / "Nothing here"}, Recipe::toPNG);
+    std::vector<std::string> queued;
+    for (const Job& job : store.jobs())
+        queued.push_back(job.inputs.front().lexically_relative(holiday).string());
+    EXPECT_EQ(queued, (std::vector<std::string>{"a.heic", "b/c.JPG", "b/img 2.png", "b/IMG 10.jpg",
+                                                "Walk (2019).jpg", "../Nothing here"}));
+    EXPECT_EQ(store.jobs().back().state, State::failed);
+    EXPECT_EQ(store.jobs().back().message, "“Nothing here” has no images to convert.");
+
+    // Combining recipes take the folder as it is: a zip of the whole folder, and images to
+    // PDF say what they need.
+    store.add({holiday}, Recipe::zip);
+    EXPECT_EQ(store.jobs().front().inputs, std::vector<fs::path>{holiday});
+    store.add({holiday}, Recipe::imagesToPDF);
+    EXPECT_EQ(store.jobs().front().message, "Images to PDF needs images.");
+}
+
+TEST_F(StoreTest, StoppedJobsEndAtOnceLeaveNothingAndCanBeTriedAgain) {
+    store.add({temp.write("a.txt", "1"), temp.write("b.txt", "2"), temp.write("c.txt", "3")},
+              Recipe::docToPDF);
+    ASSERT_TRUE(waitUntil([&] { return gate.started().size() == 2; }));
+    const QUuid first = store.jobs()[0].id;
+    store.stop(first);
+    EXPECT_EQ(store.jobs()[0].state, State::stopped);
+    EXPECT_EQ(store.jobs()[2].state, State::running) << "the freed place goes to the next job";
+
+    store.stopAll();
+    EXPECT_EQ(countIn(store, State::stopped), 3);
+    EXPECT_EQ(store.activeCount(), 0);
+    // These runs cannot be interrupted: what they deliver afterwards is removed.
+    temp.write("result.out", "made just as the stop came");
+    gate.release(3);
+    ASSERT_TRUE(waitUntil([&] { return !fs::exists(temp / "result.out"); }));
+    EXPECT_EQ(countIn(store, State::stopped), 3);
+
+    store.retry(first);
+    EXPECT_EQ(store.jobs()[0].title(), "a.txt");
+    EXPECT_EQ(store.jobs()[0].state, State::running);
+}
+
+// The workers this process started that are still there.
+std::vector<pid_t> ourWorkers() {
+    std::vector<pid_t> workers;
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+        std::ifstream stat(entry.path() / "stat");
+        std::string pid, command, state;
+        pid_t parent = 0;
+        if (stat >> pid >> command >> state >> parent && parent == ::getpid() &&
+            command == "(kelvane-worker)")
+            workers.push_back(std::stoi(pid));
+    }
+    return workers;
+}
+
+TEST(StoreWithWorkers, AStoppedOrKilledEncodeLeavesNoFileAndSaysWhatHappened) {
+    TempFolder temp;
+    const fs::path clip = fixtures::longClip(temp);
+    Store store;
+    store.setRunner(WorkerRunner());
+    store.add({clip}, Recipe::videoHEVC);
+    const auto encoding = [&] {
+        return store.jobs()[0].state == State::running && store.jobs()[0].progress > 0;
+    };
+    ASSERT_TRUE(waitUntil(encoding));
+
+    QElapsedTimer timer;
+    timer.start();
+    store.stop(store.jobs()[0].id);
+    EXPECT_EQ(store.jobs()[0].state, State::stopped);
+    ASSERT_TRUE(waitUntil([] { return ourWorkers().empty(); }));
+    std::printf("the worker was gone %lld ms after Stop\n",
+                static_cast<long long>(timer.elapsed()));
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
+
+    store.retry(store.jobs()[0].id);
+    ASSERT_EQ(store.jobs().size(), 1u);
+    ASSERT_TRUE(waitUntil(encoding));
+    for (const pid_t worker : ourWorkers())
+        ::kill(worker, SIGKILL);
+    ASSERT_TRUE(waitUntil([&] { return store.jobs()[0].state == State::failed; }));
+    EXPECT_EQ(store.jobs()[0].message, "“clip.mov” stopped the converter unexpectedly.");
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
+}
+
+// What the application does on SIGTERM (logging out), SIGINT and SIGHUP.
+TEST(StoreWithWorkers, ASignalStopsEveryJobLeavesNothingAndQuitsWithZero) {
+    TempFolder temp;
+    const fs::path clip = fixtures::longClip(temp);
+    auto store = std::make_unique<Store>();
+    store->setRunner(WorkerRunner());
+    quitCleanlyOnShutdownSignals(*store);
+    store->add({clip, clip, clip}, Recipe::videoHEVC);
+    ASSERT_TRUE(waitUntil([&] { return store->jobs()[0].progress > 0; }));
+
+    QElapsedTimer timer;
+    timer.start();
+    ::raise(SIGTERM);
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_EQ(countIn(*store, State::stopped), 3);
+    store.reset();
+    std::printf("workers gone %lld ms after SIGTERM\n", static_cast<long long>(timer.elapsed()));
+    EXPECT_TRUE(ourWorkers().empty());
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
 }
 
 TEST(StoreDescribe, NamesKindsInCodePointOrder) {

@@ -59,6 +59,28 @@ TEST(OutputNaming, OwnNamesAreNumberedWithoutParentheses) {
     EXPECT_EQ(nameOf(OutputNaming::urlNamed("Photos", "", temp.path())), "Photos 2");
 }
 
+TEST(OutputNaming, NamesLongInBytesAreCutOnACharacterBoundaryToFit) {
+    TempFolder temp;
+    std::string chinese;
+    for (int i = 0; i < 84; ++i)
+        chinese += "文"; // 3 bytes each: 252 bytes
+    const fs::path input = temp.write(chinese + ".md", "x"); // 255 bytes, the most there is
+    const fs::path first = OutputNaming::url(input, "html");
+    const std::string name = nameOf(first);
+    EXPECT_LE(name.size(), 255u);
+    EXPECT_TRUE(name.ends_with(" (converted).html")) << name;
+    const std::string kept = name.substr(0, name.size() - std::string(" (converted).html").size());
+    EXPECT_EQ(kept.size() % 3, 0u);
+    EXPECT_TRUE(chinese.starts_with(kept));
+    temp.write(name, "");
+    EXPECT_TRUE(nameOf(OutputNaming::url(input, "html")).ends_with(" (converted 2).html"));
+    EXPECT_LE(nameOf(OutputNaming::urlNamed(chinese + chinese, "zip", temp.path())).size(), 255u);
+
+    // A name that cannot be looked at is handed to the write rather than counted past.
+    const fs::path inFile = temp.write("plain", "x") / "a.jpg";
+    EXPECT_EQ(OutputNaming::url(inFile, "png"), temp / "plain" / "a (converted).png");
+}
+
 TEST(ConversionError, SentencesQuoteFileNamesTypographically) {
     EXPECT_EQ(ConversionError::recipeDoesNotWorkWith("Convert to MP4", "notes.txt").message(),
               "Convert to MP4 doesn’t work with “notes.txt”.");

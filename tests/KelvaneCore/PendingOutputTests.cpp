@@ -4,6 +4,7 @@
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -116,11 +117,33 @@ TEST(PendingOutput, AFailureBeforePublishingLeavesNothingBehind) {
         PendingOutput folder = PendingOutput::folder(temp.path());
         std::ofstream(file.path()) << "half a PDF";
         std::ofstream(folder.path() / "page 1.png") << "one page";
-        EXPECT_EQ(temp.entries().size(), 2u);
+        EXPECT_EQ(temp.entries().size(), 1u); // the file has no name until it is published
         throw std::runtime_error("the encoder gave up");
     } catch (const std::runtime_error&) {
     }
     EXPECT_TRUE(temp.entries().empty());
+}
+
+// A process killed mid-write leaves no file; a staging folder it leaves is cleared once it
+// is gone, while those of living processes stay.
+TEST(PendingOutput, AKilledWriterLeavesNothingOnceItsLeftoversAreCleared) {
+    TempFolder temp;
+    const pid_t writer = ::fork();
+    if (writer == 0) {
+        PendingOutput file = PendingOutput::file(temp.path(), "mp4");
+        PendingOutput folder = PendingOutput::folder(temp.path());
+        std::ofstream(file.path()) << "half a video";
+        std::ofstream(folder.path() / "page 1.png") << "one page";
+        ::kill(::getpid(), SIGKILL);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(writer, &status, 0), writer);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    ASSERT_EQ(hiddenEntries(temp).size(), 1u) << "only the staging folder has a name";
+
+    const PendingOutput mine = PendingOutput::folder(temp.path());
+    removeAbandoned(temp.path());
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{mine.path().filename().string()});
 }
 
 TEST(PendingOutput, PublishingIntoAVanishedFolderFailsCleanly) {

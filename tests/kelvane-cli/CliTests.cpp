@@ -1,11 +1,17 @@
+#include "fixtures/Bytes.h"
+#include "fixtures/LongClip.h"
+#include "fixtures/PdfFixtures.h"
 #include "fixtures/TempFolder.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QFile>
 #include <QProcess>
+#include <QProcessEnvironment>
+#include <QThread>
 
+#include <csignal>
 #include <gtest/gtest.h>
 #include <set>
 
@@ -17,8 +23,13 @@ struct CliRun {
     QString err;
 };
 
-CliRun cli(const QStringList& arguments) {
+CliRun cli(const QStringList& arguments, const QString& temporaryFolder = {}) {
     QProcess process;
+    if (!temporaryFolder.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("TMPDIR", temporaryFolder);
+        process.setProcessEnvironment(environment);
+    }
     process.start(KELVANE_CLI_PATH, arguments);
     process.closeWriteChannel();
     process.waitForFinished(60000);
@@ -95,14 +106,16 @@ TEST(Cli, UsageErrorsExitWithTwoAndNameTheProblem) {
 
 TEST(Cli, ConvertWritesBesideTheInputAndNeverReplaces) {
     kelvane::fixtures::TempFolder temp;
-    const QString report = QString::fromStdString(temp.write("report.txt", "Quarterly report").string());
+    const QString report =
+        QString::fromStdString(temp.write("report.txt", "Quarterly report").string());
     const CliRun first = cli({"convert", "--recipe", "docToPDF", report});
     ASSERT_EQ(first.exitCode, 0) << first.err.toStdString();
     const QString expected = QString::fromStdString((temp / "report (converted).pdf").string());
     EXPECT_EQ(first.out.trimmed(), expected);
     EXPECT_TRUE(QFile::exists(expected));
 
-    const CliRun second = cli({"convert", "--recipe", "docToPDF", "--pdf-page-size", "a4", "--json", report});
+    const CliRun second =
+        cli({"convert", "--recipe", "docToPDF", "--pdf-page-size", "a4", "--json", report});
     ASSERT_EQ(second.exitCode, 0) << second.err.toStdString();
     const QJsonObject result = jsonArray(second.out)[0].toObject();
     EXPECT_TRUE(result["outputs"].toArray()[0].toString().endsWith("report (converted 2).pdf"));
@@ -132,6 +145,82 @@ TEST(Cli, EveryCommandExplainsItself) {
             << run.out.toStdString();
     }
     EXPECT_TRUE(cli({"convert", "--help"}).out.contains("--target-mb"));
+}
+
+} // namespace
+
+namespace {
+
+QString pathText(const std::filesystem::path& path) {
+    return QString::fromStdString(path.string());
+}
+
+// The runtime folders of workers left in a temporary folder.
+int workerFolders(const kelvane::fixtures::TempFolder& folder) {
+    const auto names = folder.entries();
+    return static_cast<int>(std::count_if(names.begin(), names.end(), [](const std::string& name) {
+        return name.starts_with("kelvane-worker-");
+    }));
+}
+
+// Workers end when the CLI is done with them: no sanitizer report as they exit, and their
+// runtime folders are gone.
+TEST(Cli, WorkersExitCleanlyRunAfterRun) {
+    kelvane::fixtures::TempFolder temp;
+    kelvane::fixtures::TempFolder runtime;
+    const QString text = pathText(temp.write("a.txt", "A few words."));
+    const QString pdf = pathText(temp.write("b.pdf", kelvane::fixtures::minimalPdf({{}})));
+    for (int run = 0; run < 4; ++run) {
+        const bool document = run % 2 == 0;
+        const CliRun converted =
+            cli({"convert", "--recipe", document ? "docToHTML" : "pdfToPNG", document ? text : pdf},
+                pathText(runtime.path()));
+        EXPECT_EQ(converted.exitCode, 0) << converted.out.toStdString();
+        EXPECT_FALSE(converted.err.contains("Sanitizer") || converted.err.contains("runtime error"))
+            << converted.err.toStdString();
+        EXPECT_EQ(workerFolders(runtime), 0) << run;
+    }
+}
+
+TEST(Cli, PathsThatAreNotUtf8AreConvertedAsGiven) {
+    kelvane::fixtures::TempFolder temp;
+    // Two Latin-1 names that read the same once decoded as UTF-8.
+    const QByteArray photo = kelvane::fixtures::pngBytes(8, 8, Qt::red);
+    kelvane::fixtures::writeBytes(temp, "Caf\xe9/photo.png", photo);
+    kelvane::fixtures::writeBytes(temp, "Caf\xe8/photo.png", photo);
+    // QProcess would encode its arguments as UTF-8; the shell passes the bytes unchanged.
+    QProcess shell;
+    shell.setWorkingDirectory(pathText(temp.path()));
+    shell.start("/bin/sh", {"-c", QStringLiteral("exec '%1' convert --recipe toJPG "
+                                                 "\"$(printf 'Caf\\351')/photo.png\" "
+                                                 "\"$(printf 'Caf\\350')/photo.png\"")
+                                      .arg(KELVANE_CLI_PATH)});
+    ASSERT_TRUE(shell.waitForFinished(60000));
+    EXPECT_EQ(shell.exitCode(), 0) << shell.readAllStandardOutput().toStdString();
+    for (const char* folder : {"Caf\xe9", "Caf\xe8"})
+        EXPECT_GT(std::filesystem::file_size(temp / folder / "photo (converted).jpg"), 0u);
+}
+
+TEST(Cli, CtrlCStopsTheConversionsLeavesNothingAndExitsWith130) {
+    kelvane::fixtures::TempFolder temp;
+    kelvane::fixtures::TempFolder runtime;
+    const std::filesystem::path clip = kelvane::fixtures::longClip(temp);
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("TMPDIR", pathText(runtime.path()));
+    process.setProcessEnvironment(environment);
+    process.start(KELVANE_CLI_PATH, {"convert", "--recipe", "videoHEVC", pathText(clip)});
+    QByteArray progress;
+    while (!progress.contains("0%") && process.waitForReadyRead(20000))
+        progress += process.readAllStandardError();
+    QThread::msleep(1500); // into the encode
+    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    ASSERT_TRUE(process.waitForFinished(20000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 130);
+    EXPECT_TRUE(process.readAllStandardOutput().contains("clip.mov: Stopped."));
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
+    EXPECT_EQ(workerFolders(runtime), 0);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 """Runs the application in snapshot mode and checks what it leaves behind: every shot as a
-PNG of the window's size at the device pixel ratio, and one "[snap] " line per shot."""
+PNG at the device pixel ratio (the main window's at its size, the tray panel 320 wide,
+Settings at its fixed size), and one "[snap] " line per main-window shot."""
 
 import os
 import struct
@@ -7,8 +8,10 @@ import subprocess
 import sys
 import tempfile
 
-SHOTS = ["warmup"] + [base + suffix for suffix in ("", "-dark")
-                      for base in ("empty", "queue", "shrink", "video", "document")]
+WINDOW_SHOTS = ["warmup"] + [base + suffix for suffix in ("", "-dark")
+                             for base in ("empty", "queue", "shrink", "video", "document")]
+VIEW_SHOTS = [base + suffix for suffix in ("", "-dark") for base in ("menubar", "settings")]
+SHOTS = WINDOW_SHOTS + VIEW_SHOTS
 
 
 def png_size(path):
@@ -33,21 +36,31 @@ def main(application, scale):
             failures.append(f"exit status {run.returncode}: {run.stderr}")
         lines = [line for line in run.stdout.splitlines() if line.startswith("[snap] ")]
         named = [line.split()[1] for line in lines]
-        if named != SHOTS:
-            failures.append(f"[snap] lines name {named}, expected {SHOTS}")
+        if named != WINDOW_SHOTS:
+            failures.append(f"[snap] lines name {named}, expected {WINDOW_SHOTS}")
         for line in lines:
             for field in ("window=", "content=", "fitting=", "screen="):
                 if field not in line:
                     failures.append(f"no {field} in: {line}")
-        expected = (round(1120 * float(scale)), round(720 * float(scale)))
+        factor = float(scale)
         for shot in SHOTS:
             path = os.path.join(directory, shot + ".png")
             if not os.path.exists(path):
                 failures.append(f"{shot}.png was not written")
                 continue
-            size = png_size(path)
-            if size != expected:
-                failures.append(f"{shot}.png is {size}, expected {expected}")
+            width, height = png_size(path)
+            if shot.startswith("menubar"):
+                # As tall as its content: the header, the demo jobs and the buttons.
+                good = width == round(320 * factor) and height > 200 * factor
+                expected = f"320 wide and taller than 200 at scale {scale}"
+            elif shot.startswith("settings"):
+                good = (width, height) == (round(480 * factor), round(360 * factor))
+                expected = (round(480 * factor), round(360 * factor))
+            else:
+                expected = (round(1120 * factor), round(720 * factor))
+                good = (width, height) == expected
+            if not good:
+                failures.append(f"{shot}.png is {(width, height)}, expected {expected}")
         leftovers = set(os.listdir(directory)) - {shot + ".png" for shot in SHOTS} if os.path.isdir(directory) else set()
         if leftovers:
             failures.append(f"unexpected files: {sorted(leftovers)}")

@@ -1,0 +1,16 @@
+import QtQuick
+import Kelvane.MainViews
+
+// The Settings window, of a fixed size.
+ThemedWindow {
+    title: "Settings"
+    width: 480
+    height: 360
+    minimumWidth: 480
+    maximumWidth: 480
+    minimumHeight: 360
+    maximumHeight: 360
+    visible: false
+
+    SettingsView { anchors.fill: parent }
+}

@@ -1,0 +1,124 @@
+"""A second launch hands its files to the running application, between two real processes:
+the files are queued (and converted) by the first, the second ends at once. A socket left
+by a crashed instance is replaced, never obeyed; senders of garbage, of lengths past the
+limit or of requests of the wrong shape are dropped and nothing is queued."""
+
+import os
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import zlib
+
+
+def png(path, width=8, height=8):
+    """A small grey RGB picture, written by hand."""
+    def chunk(kind, data):
+        body = kind + data
+        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
+    rows = b"".join(b"\x00" + b"\x80\x80\x80" * width for _ in range(height))
+    with open(path, "wb") as out:
+        out.write(b"\x89PNG\r\n\x1a\n")
+        out.write(chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)))
+        out.write(chunk(b"IDAT", zlib.compress(rows)))
+        out.write(chunk(b"IEND", b""))
+
+
+def wait_for(condition, seconds):
+    deadline = time.time() + seconds
+    while time.time() < deadline:
+        if condition():
+            return True
+        time.sleep(0.05)
+    return condition()
+
+
+def send(path, message):
+    """Sends raw bytes and returns what came back before the other end closed."""
+    client = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+    client.settimeout(5)
+    client.connect(path)
+    try:
+        client.sendall(message)
+        return client.recv(16)
+    except (ConnectionResetError, BrokenPipeError):
+        return b""
+    finally:
+        client.close()
+
+
+def converted(picture):
+    return picture[:-len(".png")] + " (converted).jpg"
+
+
+def main(application):
+    failures = []
+    with tempfile.TemporaryDirectory() as temp:
+        runtime = os.path.join(temp, "runtime")
+        os.mkdir(runtime, 0o700)
+        environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=runtime,
+                           XDG_CONFIG_HOME=os.path.join(temp, "config"))
+        environment.pop("KELVANE_SNAPSHOT_DIR", None)
+        path = os.path.join(runtime, "kelvane.socket")
+
+        # What a crashed instance leaves: a socket file nobody listens on.
+        stale = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        stale.bind(path)
+        stale.close()
+
+        pictures = {name: os.path.join(temp, name + ".png")
+                    for name in ("forwarded", "garbage", "shape", "huge")}
+        for picture in pictures.values():
+            png(picture)
+
+        first = subprocess.Popen([application], env=environment, stdout=subprocess.DEVNULL,
+                                 stderr=subprocess.PIPE, text=True)
+        try:
+            def listening():
+                try:
+                    probe = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+                    probe.connect(path)
+                    probe.close()
+                    return True
+                except OSError:
+                    return False
+            if not wait_for(listening, 30):
+                failures.append("the first instance never listened in place of the stale socket")
+                return failures
+
+            garbage = b"\x00\x00\x00\x10" + b"\xff\xfe{not json at all"
+            wrong_shape = b'{"files": "%s"}' % pictures["shape"].encode()
+            huge = b'{"files": ["%s"]}' % pictures["huge"].encode()
+            for name, message in (("garbage", garbage),
+                                  ("wrong shape", struct.pack(">I", len(wrong_shape)) + wrong_shape),
+                                  ("huge", struct.pack(">I", 64 * 1024 * 1024) + huge)):
+                if send(path, message) == b"ok":
+                    failures.append(f"the {name} message was taken")
+
+            second = subprocess.run([application, pictures["forwarded"]], env=environment,
+                                    capture_output=True, text=True, timeout=60)
+            if second.returncode != 0:
+                failures.append(f"the second launch ended with {second.returncode}: {second.stderr}")
+            if not wait_for(lambda: os.path.exists(converted(pictures["forwarded"])), 60):
+                failures.append("the forwarded file was not converted by the first instance")
+            for name in ("garbage", "shape", "huge"):
+                if os.path.exists(converted(pictures[name])):
+                    failures.append(f"a dropped message queued {name}.png")
+            if first.poll() is not None:
+                failures.append(f"the first instance ended: {first.stderr.read()}")
+        finally:
+            first.terminate()
+            try:
+                first.wait(30)
+            except subprocess.TimeoutExpired:
+                first.kill()
+    return failures
+
+
+if __name__ == "__main__":
+    problems = main(sys.argv[1])
+    for problem in problems:
+        print("FAIL:", problem)
+    sys.exit(1 if problems else 0)
