@@ -54,6 +54,19 @@ PointerState queryPointer(Display* display, Window root) {
     return state;
 }
 
+// The local files of a "text/uri-list", in the drag's order. Unlike a drop, a drag is
+// read while the pointer moves, so the files are not sorted here.
+std::vector<std::filesystem::path> localFiles(const QByteArray& uriList) {
+    std::vector<std::filesystem::path> files;
+    for (const QUrl& url : urlsFromUriList(uriList))
+        if (url.isLocalFile()) {
+            QString path = url.toLocalFile();
+            if (path.startsWith(QLatin1Char('/')))
+                files.emplace_back(path.toStdString());
+        }
+    return files;
+}
+
 } // namespace
 
 struct X11DragSource::Connection {
@@ -205,7 +218,7 @@ void X11DragSource::readFiles(unsigned long property) {
         uriList = QByteArray(reinterpret_cast<const char*>(data), static_cast<qsizetype>(items));
     if (data != nullptr)
         XFree(data);
-    contentsArrived(loadURLs(urlsFromUriList(uriList)));
+    contentsArrived(localFiles(uriList));
 }
 
 void X11DragSource::rawEvent(int type, int button) {

@@ -105,9 +105,7 @@ TEST(DesktopDrag, AFileDraggedElsewhereSlidesTheDockInAndADropOnTheSecondTileQue
     fixtures::TempFolder temp;
     const auto photo = temp.write("Holiday.png", "png");
     Store store;
-    store.setRunner([](auto, const auto&, const auto&, const auto&) {
-        return std::vector<std::filesystem::path>{};
-    });
+    store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
     Appearance appearance;
     WindowModel model(store);
     QQmlEngine engine;

@@ -24,9 +24,7 @@ namespace {
 class DockViewTest : public ::testing::Test {
 protected:
     DockViewTest() {
-        store.setRunner([](auto, const auto&, const auto&, const auto&) {
-            return std::vector<std::filesystem::path>{};
-        });
+        store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
         Symbols::fontFamily();
         engine.rootContext()->setContextProperty(QStringLiteral("store"), &window);
         engine.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance);

@@ -11,9 +11,7 @@ namespace {
 class DropDockTest : public ::testing::Test {
 protected:
     DropDockTest() {
-        store.setRunner([](auto, const auto&, const auto&, const auto&) {
-            return std::vector<std::filesystem::path>{};
-        });
+        store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
         dock.start();
     }
 
