@@ -1,5 +1,5 @@
 import QtQuick
-import Kelvane.MainViews
+import "qrc:/Kelvane/MainViews"
 
 // One recipe offered by the dock: a drop target for the dragged files. Hot while files
 // hover over it (or when told to look so): tinted, bordered and a little larger.

@@ -1,5 +1,5 @@
 import QtQuick
-import Kelvane.MainViews
+import "qrc:/Kelvane/MainViews"
 
 // The dock's content: the dragged files, one drop target per offered recipe, then the
 // confirmation once files were dropped on one of them.
