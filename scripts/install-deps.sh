@@ -44,6 +44,10 @@ packages=(
     fontconfig
     fonts-dejavu-core
     fonts-liberation2
+    # The Drop Dock watches drags on the X11 desktop (XFixes, XInput 2)
+    libx11-dev
+    libxfixes-dev
+    libxi-dev
     # Legacy Word documents are read by a command-line tool run as a child process
     antiword
     # Tests: an independent document reader, and poppler to read PDFs back
@@ -57,7 +61,7 @@ packages=(
     libarchive-tools
     unzip
     python3
-    # Tests: the real window in an X session, driven by the keyboard
+    # Tests: the real window and the Drop Dock in an X session, driven from the outside
     xvfb
     openbox
     xdotool

@@ -1,5 +1,6 @@
 #include "KelvaneApp/Application.h"
 
+#include "DropDock/DesktopDock.h"
 #include "KelvaneApp/BatchNotifier.h"
 #include "KelvaneApp/Commands.h"
 #include "KelvaneApp/FirstRows.h"
@@ -76,10 +77,13 @@ bool Application::launch(const OpenRequest& opened) {
     if (!opened.files.empty())
         open(opened);
 
-    startDropDock(dropDock_, store_, preferences_, appearance_);
+    desktopDock_ = startDropDock(dropDock_, engine_, store_, preferences_);
     if (const auto directory = SnapshotMode::requestedDirectory()) {
         snapshots_ = std::make_unique<SnapshotMode>(*directory, SnapshotMode::stayRequested(),
                                                     store_, appearance_, *window_, engine_);
+        snapshots_->setDockPicture([this](std::vector<std::filesystem::path> urls, bool dark) {
+            return desktopDock_->renderSnapshot(std::move(urls), dark);
+        });
         snapshots_->start();
     } else {
         QTimer::singleShot(0, this, [this] { checkForUpdates(false); });

@@ -20,6 +20,7 @@ namespace kelvane {
 
 class BatchNotifier;
 class Commands;
+class DesktopDock;
 class FirstRows;
 class SingleInstance;
 class SnapshotMode;
@@ -67,6 +68,8 @@ private:
     std::unique_ptr<QQuickWindow> settingsWindow_;
     std::unique_ptr<TrayPanel> tray_;
     std::unique_ptr<BatchNotifier> notifier_;
+    // After the engine, so that the dock's windows go before it.
+    std::unique_ptr<DesktopDock> desktopDock_;
 };
 
 } // namespace kelvane

@@ -3,9 +3,13 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
+
+class QQmlEngine;
+
 namespace kelvane {
 
-class Appearance;
+class DesktopDock;
 class Preferences;
 class Store;
 
@@ -14,6 +18,8 @@ class Store;
 class DropDockStatus : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString unavailableReason READ unavailableReason NOTIFY unavailableReasonChanged)
+    // "Keep the Drop Dock open": a tab at the screen's edge where drags can't be watched.
+    Q_PROPERTY(bool keepOpen READ keepOpen WRITE setKeepOpen NOTIFY keepOpenChanged)
 
 public:
     using QObject::QObject;
@@ -21,16 +27,22 @@ public:
     // Empty while the dock can watch drags.
     QString unavailableReason() const { return unavailableReason_; }
     void setUnavailableReason(const QString& reason);
+    bool keepOpen() const { return keepOpen_; }
+    void setKeepOpen(bool keep);
 
 signals:
     void unavailableReasonChanged();
+    void keepOpenChanged();
 
 private:
     QString unavailableReason_;
+    bool keepOpen_ = false;
 };
 
-// Starts the Drop Dock's watch on drags, once, at launch.
-void startDropDock(DropDockStatus& status, Store& store, Preferences& preferences,
-                   Appearance& appearance);
+// Starts the Drop Dock's watch on drags, once, at launch, with its panel in `engine`
+// (which must know the views' `store` and `appearance`). The dock lives as long as the
+// returned object.
+std::unique_ptr<DesktopDock> startDropDock(DropDockStatus& status, QQmlEngine& engine, Store& store,
+                                           Preferences& preferences);
 
 } // namespace kelvane

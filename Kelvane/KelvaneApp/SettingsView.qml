@@ -77,6 +77,14 @@ Rectangle {
                         checked: preferences.dropDockEnabled && enabled
                         onToggled: preferences.dropDockEnabled = checked
                     }
+                    Switch {
+                        objectName: "dockKeepOpenSwitch"
+                        Layout.fillWidth: true
+                        visible: dropDock.unavailableReason !== ""
+                        text: "Keep the Drop Dock open"
+                        checked: dropDock.keepOpen
+                        onToggled: dropDock.keepOpen = checked
+                    }
                     Label {
                         objectName: "dockUnavailable"
                         Layout.fillWidth: true

@@ -58,8 +58,8 @@ bool SnapshotMode::stayRequested() {
 QStringList SnapshotMode::shotNames() {
     QStringList names{QStringLiteral("warmup")};
     for (const QString& suffix : {QString(), QStringLiteral("-dark")})
-        for (const char* base :
-             {"empty", "queue", "shrink", "video", "document", "menubar", "settings"})
+        for (const char* base : {"empty", "queue", "shrink", "video", "document", "dock-images",
+                                 "dock-video", "menubar", "settings"})
             names << QLatin1String(base) + suffix;
     return names;
 }
@@ -114,12 +114,16 @@ void SnapshotMode::stagePass(bool dark) {
             store_.seedDemo(RecipeGroup::documents);
         },
         QStringLiteral("document") + suffix);
-    steps_.push_back({0, [this, dark, suffix] {
-                          render(QStringLiteral("MenuBarView"), dark, 320,
-                                 QStringLiteral("menubar") + suffix);
-                          render(QStringLiteral("SettingsView"), dark, std::nullopt,
-                                 QStringLiteral("settings") + suffix);
-                      }});
+    steps_.push_back(
+        {0, [this, dark, suffix] {
+             const std::filesystem::path desk = "/Users/demo/Desktop";
+             shootDock({desk / "IMG_4021.HEIC", desk / "IMG_4022.HEIC", desk / "Hero banner.png"},
+                       dark, QStringLiteral("dock-images") + suffix);
+             shootDock({"/x/Clip.mov"}, dark, QStringLiteral("dock-video") + suffix);
+             render(QStringLiteral("MenuBarView"), dark, 320, QStringLiteral("menubar") + suffix);
+             render(QStringLiteral("SettingsView"), dark, std::nullopt,
+                    QStringLiteral("settings") + suffix);
+         }});
 }
 
 void SnapshotMode::runFrom(std::size_t step) {
@@ -152,6 +156,15 @@ void SnapshotMode::render(const QString& view, bool dark, std::optional<int> wid
                           const QString& name) {
     const QUrl url(QStringLiteral("qrc:/Kelvane/KelvaneApp/") + view + QStringLiteral(".qml"));
     const QImage picture = OffscreenRender::render(engine_, url, appearance_, dark, width);
+    if (!picture.isNull())
+        picture.save(QDir(directory_).filePath(name + QStringLiteral(".png")), "PNG");
+}
+
+void SnapshotMode::shootDock(std::vector<std::filesystem::path> urls, bool dark,
+                             const QString& name) {
+    if (!dockPicture_)
+        return;
+    const QImage picture = dockPicture_(std::move(urls), dark);
     if (!picture.isNull())
         picture.save(QDir(directory_).filePath(name + QStringLiteral(".png")), "PNG");
 }

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QImage>
 #include <QObject>
 #include <QString>
 
+#include <filesystem>
 #include <functional>
 #include <optional>
 
@@ -31,6 +33,10 @@ public:
     // Creates the directory and runs the whole sequence on this thread's event loop.
     void start();
 
+    // How the Drop Dock draws itself for these files; without it, no dock shots are written.
+    using DockPicture = std::function<QImage(std::vector<std::filesystem::path>, bool dark)>;
+    void setDockPicture(DockPicture picture) { dockPicture_ = std::move(picture); }
+
     // The base names written, in order, without ".png".
     static QStringList shotNames();
 
@@ -47,6 +53,7 @@ private:
     // Writes one view drawn off-screen, not the main window.
     void render(const QString& view, bool dark, std::optional<int> width, const QString& name);
     void stagePass(bool dark);
+    void shootDock(std::vector<std::filesystem::path> urls, bool dark, const QString& name);
 
     QString directory_;
     bool stay_;
@@ -55,6 +62,7 @@ private:
     QQuickWindow& window_;
     QQmlEngine& engine_;
     std::vector<Step> steps_;
+    DockPicture dockPicture_;
 };
 
 } // namespace kelvane

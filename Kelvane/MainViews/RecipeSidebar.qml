@@ -128,11 +128,10 @@ Rectangle {
             }
         }
 
-        // The Drop Dock's status row takes this place when the dock arrives.
-        Item {
+        DockStatus {
             objectName: "dockStatusSlot"
             Layout.fillWidth: true
-            Layout.preferredHeight: 10
+            Layout.margins: 10
         }
     }
 }

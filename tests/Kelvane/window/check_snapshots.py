@@ -13,7 +13,8 @@ from app_output import qml_problems
 
 WINDOW_SHOTS = ["warmup"] + [base + suffix for suffix in ("", "-dark")
                              for base in ("empty", "queue", "shrink", "video", "document")]
-VIEW_SHOTS = [base + suffix for suffix in ("", "-dark") for base in ("menubar", "settings")]
+VIEW_SHOTS = [base + suffix for suffix in ("", "-dark")
+              for base in ("dock-images", "dock-video", "menubar", "settings")]
 SHOTS = WINDOW_SHOTS + VIEW_SHOTS
 
 
@@ -57,6 +58,10 @@ def main(application, scale):
                 # As tall as its content: the header, the demo jobs and the buttons.
                 good = width == round(320 * factor) and height > 200 * factor
                 expected = f"320 wide and taller than 200 at scale {scale}"
+            elif shot.startswith("dock"):
+                # The dock's 232 points and 30 on each side; its header and tiles.
+                good = width == round(292 * factor) and height > 200 * factor
+                expected = f"292 wide and taller than 200 at scale {scale}"
             elif shot.startswith("settings"):
                 good = (width, height) == (round(480 * factor), round(360 * factor))
                 expected = (round(480 * factor), round(360 * factor))

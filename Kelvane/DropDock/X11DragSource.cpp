@@ -1,0 +1,279 @@
+#include "DropDock/X11DragSource.h"
+
+#include "MainViews/DropLoading.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QSocketNotifier>
+#include <QTimer>
+
+// Xlib's headers define macros (None, Bool, Status…) that clash with Qt's: they come last.
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/extensions/XInput2.h>
+#include <X11/extensions/Xfixes.h>
+#include <climits>
+
+namespace kelvane {
+namespace {
+
+// A drag source that has not answered by then is taken to offer no files.
+constexpr int readTimeoutMs = 300;
+constexpr unsigned long noWindow = 0;
+
+// Raw button events always; raw motion only while the left button is held, so that an
+// idle pointer costs nothing.
+void selectRawEvents(Display* display, bool motion) {
+    unsigned char bits[XIMaskLen(XI_LASTEVENT)] = {};
+    const auto set = [&](int event) {
+        bits[event >> 3] = static_cast<unsigned char>(bits[event >> 3] | (1 << (event & 7)));
+    };
+    set(XI_RawButtonPress);
+    set(XI_RawButtonRelease);
+    if (motion)
+        set(XI_RawMotion);
+    XIEventMask mask{XIAllMasterDevices, sizeof bits, bits};
+    XISelectEvents(display, XDefaultRootWindow(display), &mask, 1);
+    XFlush(display);
+}
+
+struct PointerState {
+    int x = 0;
+    int y = 0;
+    unsigned int buttons = 0;
+};
+
+PointerState queryPointer(Display* display, Window root) {
+    PointerState state;
+    Window rootReturn = noWindow;
+    Window child = noWindow;
+    int windowX = 0;
+    int windowY = 0;
+    XQueryPointer(display, root, &rootReturn, &child, &state.x, &state.y, &windowX, &windowY,
+                  &state.buttons);
+    return state;
+}
+
+// The local files of a "text/uri-list", in the drag's order. Unlike a drop, a drag is
+// read while the pointer moves, so the files are not sorted here.
+std::vector<std::filesystem::path> localFiles(const QByteArray& uriList) {
+    std::vector<std::filesystem::path> files;
+    for (const QUrl& url : urlsFromUriList(uriList))
+        if (url.isLocalFile()) {
+            QString path = url.toLocalFile();
+            if (path.startsWith(QLatin1Char('/')))
+                files.emplace_back(path.toStdString());
+        }
+    return files;
+}
+
+} // namespace
+
+struct X11DragSource::Connection {
+    Display* display = nullptr;
+    Window root = noWindow;
+    Window requestor = noWindow; // our own window the drag's files are delivered to
+    Atom dndSelection = 0;
+    Atom uriList = 0;
+    Atom property = 0;
+    Atom incremental = 0;
+    int fixesEventBase = 0;
+    int inputOpcode = 0;
+    bool leftHeld = false;
+    bool reading = false;
+    QTimer timeout;
+
+    ~Connection() {
+        if (display == nullptr)
+            return;
+        if (requestor != noWindow)
+            XDestroyWindow(display, requestor);
+        XCloseDisplay(display);
+    }
+};
+
+X11DragSource::X11DragSource(QObject* parent)
+    : DragSource(parent)
+    , x_(std::make_unique<Connection>()) {
+    reason_ = open();
+    if (!reason_.isEmpty()) {
+        x_.reset();
+        return;
+    }
+    auto* notifier =
+        new QSocketNotifier(XConnectionNumber(x_->display), QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, &X11DragSource::handleEvents);
+    x_->timeout.setSingleShot(true);
+    connect(&x_->timeout, &QTimer::timeout, this, [this] {
+        x_->reading = false;
+        contentsArrived({});
+    });
+    handleEvents();
+}
+
+QString X11DragSource::open() {
+    const auto fail = [](const char* reason) {
+        return QString::fromUtf8(reason);
+    };
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return fail(QGuiApplication::platformName().startsWith(QLatin1String("wayland"))
+                        ? "Drags in other apps can’t be watched in a Wayland session."
+                        : "Drags in other apps can’t be watched on this display.");
+    x_->display = XOpenDisplay(nullptr);
+    Display* display = x_->display;
+    if (display == nullptr)
+        return fail("Drags in other apps can’t be watched: the X display can’t be reached.");
+    int fixesError = 0;
+    int inputEvent = 0;
+    int inputError = 0;
+    int major = 2;
+    int minor = 2;
+    if (XFixesQueryExtension(display, &x_->fixesEventBase, &fixesError) == 0 ||
+        XQueryExtension(display, "XInputExtension", &x_->inputOpcode, &inputEvent, &inputError) ==
+            0 ||
+        XIQueryVersion(display, &major, &minor) != Success)
+        return fail("Drags in other apps can’t be watched: this X server lacks XFixes or "
+                    "XInput 2.");
+
+    x_->root = XDefaultRootWindow(display);
+    x_->requestor = XCreateSimpleWindow(display, x_->root, -10, -10, 1, 1, 0, 0, 0);
+    x_->dndSelection = XInternAtom(display, "XdndSelection", False);
+    x_->uriList = XInternAtom(display, "text/uri-list", False);
+    x_->property = XInternAtom(display, "KELVANE_DRAGGED_FILES", False);
+    x_->incremental = XInternAtom(display, "INCR", False);
+    XFixesSelectSelectionInput(display, x_->root, x_->dndSelection,
+                               XFixesSetSelectionOwnerNotifyMask);
+    selectRawEvents(display, false);
+    return {};
+}
+
+X11DragSource::~X11DragSource() = default;
+
+bool X11DragSource::watching() const {
+    return x_ != nullptr;
+}
+
+QString X11DragSource::unavailableReason() const {
+    return reason_;
+}
+
+void X11DragSource::handleEvents() {
+    Display* display = x_->display;
+    while (XPending(display) > 0) {
+        XEvent event;
+        XNextEvent(display, &event);
+        if (event.type == x_->fixesEventBase + XFixesSelectionNotify) {
+            const auto& notify = reinterpret_cast<const XFixesSelectionNotifyEvent&>(event);
+            if (notify.subtype == XFixesSetSelectionOwnerNotify && notify.owner != noWindow)
+                askForFiles(notify.selection_timestamp);
+        } else if (event.type == SelectionNotify && event.xselection.requestor == x_->requestor) {
+            readFiles(event.xselection.property);
+        } else if (event.type == GenericEvent && event.xcookie.extension == x_->inputOpcode &&
+                   XGetEventData(display, &event.xcookie) != 0) {
+            const int button = static_cast<const XIRawEvent*>(event.xcookie.data)->detail;
+            const int type = event.xcookie.evtype;
+            XFreeEventData(display, &event.xcookie);
+            rawEvent(type, button);
+        }
+    }
+}
+
+void X11DragSource::handleQueuedEvents() {
+    if (XQLength(x_->display) > 0)
+        QTimer::singleShot(0, this, [this] {
+            if (x_)
+                handleEvents();
+        });
+}
+
+// Sources refuse requests stamped CurrentTime, and stop answering once the pointer is over
+// a drop target: ask at once, with the time the drag took the selection.
+void X11DragSource::askForFiles(unsigned long time) {
+    x_->reading = true;
+    XConvertSelection(x_->display, x_->dndSelection, x_->uriList, x_->property, x_->requestor,
+                      time);
+    XFlush(x_->display);
+    x_->timeout.start(readTimeoutMs);
+}
+
+void X11DragSource::readFiles(unsigned long property) {
+    if (!x_->reading)
+        return; // an answer that came after its time-out
+    x_->reading = false;
+    x_->timeout.stop();
+    if (property == noWindow)
+        return contentsArrived({});
+
+    Atom type = 0;
+    int format = 0;
+    unsigned long items = 0;
+    unsigned long remaining = 0;
+    unsigned char* data = nullptr;
+    const int status =
+        XGetWindowProperty(x_->display, x_->requestor, x_->property, 0, LONG_MAX / 4, True,
+                           AnyPropertyType, &type, &format, &items, &remaining, &data);
+    QByteArray uriList;
+    // A list sent in pieces would be megabytes of names: more than a drag worth offering.
+    if (status == Success && data != nullptr && format == 8 && type != x_->incremental)
+        uriList = QByteArray(reinterpret_cast<const char*>(data), static_cast<qsizetype>(items));
+    if (data != nullptr)
+        XFree(data);
+    contentsArrived(localFiles(uriList));
+}
+
+void X11DragSource::rawEvent(int type, int button) {
+    constexpr int leftButton = 1;
+    if (type == XI_RawMotion) {
+        if (x_->leftHeld)
+            emit leftButtonDragged();
+        return;
+    }
+    if (button != leftButton)
+        return;
+    x_->leftHeld = type == XI_RawButtonPress;
+    selectRawEvents(x_->display, x_->leftHeld);
+    if (x_->leftHeld)
+        emit leftButtonDown();
+}
+
+void X11DragSource::contentsArrived(std::vector<std::filesystem::path> files) {
+    files_ = std::move(files);
+    ++count_;
+    if (x_->leftHeld)
+        emit leftButtonDragged();
+}
+
+bool X11DragSource::leftButtonPressed() {
+    if (!x_)
+        return false;
+    const PointerState state = queryPointer(x_->display, x_->root);
+    handleQueuedEvents();
+    return (state.buttons & Button1Mask) != 0;
+}
+
+std::int64_t X11DragSource::changeCount() const {
+    return count_;
+}
+
+std::vector<std::filesystem::path> X11DragSource::fileURLs() {
+    return files_;
+}
+
+QPoint X11DragSource::pointer() {
+    if (!x_)
+        return {};
+    const PointerState state = queryPointer(x_->display, x_->root);
+    handleQueuedEvents();
+    // The X server counts device pixels; the dock places itself in Qt's points.
+    const qreal ratio = qApp->devicePixelRatio();
+    return {qRound(state.x / ratio), qRound(state.y / ratio)};
+}
+
+std::vector<DockScreen> X11DragSource::screens() const {
+    std::vector<DockScreen> screens;
+    for (const QScreen* screen : QGuiApplication::screens())
+        screens.push_back({screen->geometry(), screen->availableGeometry()});
+    return screens;
+}
+
+} // namespace kelvane
