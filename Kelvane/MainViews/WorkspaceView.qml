@@ -39,12 +39,15 @@ Item {
         objectName: "workspaceDropArea"
         anchors.fill: parent
         keys: ["text/uri-list"]
+        // Files are only ever read: a move proposed by a file manager would delete them.
+        onEntered: (drag) => drag.accept(Qt.CopyAction)
+        onPositionChanged: (drag) => drag.accept(Qt.CopyAction)
         onDropped: (drop) => {
             if (drop.hasUrls)
                 store.dropURLs(drop.urls)
             else
                 store.dropUriList(drop.getDataAsString("text/uri-list"))
-            drop.acceptProposedAction()
+            drop.accept(Qt.CopyAction)
         }
     }
 
