@@ -50,7 +50,7 @@ path convertOne(const path& input, Recipe recipe, const ConversionOptions& optio
     case RecipeGroup::documents:
         return convertDocument(input, recipe, options, progress);
     case RecipeGroup::images:
-        return ImageTools::convert(input, recipe, options);
+        return ImageTools::convert(input, recipe, options, progress);
     case RecipeGroup::archives:
         if (recipe == Recipe::unzip)
             return ArchiveTools::unzip(input, progress);

@@ -44,12 +44,12 @@ bool isSingleImageRecipe(Recipe recipe) {
 } // namespace
 
 std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
-                              const ConversionOptions& options) {
+                              const ConversionOptions& options, const Progress& progress) {
     if (!isSingleImageRecipe(recipe))
         throw ConversionError::unsupportedRecipe();
     switch (recipe) {
     case Recipe::shrink:
-        return shrink(input, options);
+        return shrink(input, options, progress);
     case Recipe::resize:
         return resize(input, options);
     case Recipe::stripMetadata:
