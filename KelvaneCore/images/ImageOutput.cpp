@@ -34,6 +34,8 @@ std::filesystem::path folderOf(const std::filesystem::path& input) {
 std::filesystem::path writeBeside(const vips::VImage& image, const std::filesystem::path& input,
                                   const Format& format, std::optional<double> quality,
                                   bool keepMetadata, std::string_view suffix, bool keepTimes) {
+    if (!canHold(format.type, image))
+        throw tooLargeToConvert(input, image);
     const auto times = timesOf(input, keepTimes);
     PendingOutput pending = PendingOutput::file(folderOf(input), format.extension);
     write(image, format.type, quality, keepMetadata, pending.path());

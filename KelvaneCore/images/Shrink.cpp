@@ -106,7 +106,7 @@ std::filesystem::path shrink(const std::filesystem::path& input, const Conversio
     const bool heic = isHeif(input);
     const Format format = heic ? Format{ImageType::heic, "heic"} : Format{ImageType::jpeg, "jpg"};
 
-    const Loaded loaded = load(input);
+    const Loaded loaded = load(input, std::nullopt, Residence::inMemory);
     int encodes = 0;
     const int expected = heic ? heicEncodeBudget : halvingEncodesAtMost;
     const auto encode = [&](const VImage& image, double quality) {

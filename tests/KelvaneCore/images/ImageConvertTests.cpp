@@ -293,14 +293,31 @@ std::string bombPng() {
            chunk("IEND", "");
 }
 
-TEST(ImageConvert, ADecompressionBombIsRefusedFromItsHeader) {
+// A 201-megapixel grey panorama is converted a band of rows at a time; the formats that
+// must hold a whole picture in memory say it is too large, and a file that only claims a
+// huge canvas is not an image.
+TEST(ImageConvert, PanoramasPastTwoHundredMegapixelsConvertAndBombsAreRefused) {
     TempFolder temp;
-    const fs::path bomb = temp.write("bomb.png", bombPng());
     fixtures::startVips();
+    const VImage ramp = (VImage::xyz(20000, 10050)[0] / 80).cast(VIPS_FORMAT_UCHAR);
+    const fs::path panorama =
+        fixtures::save(ramp.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W)),
+                       temp / "wide.png", VImage::option()->set("compression", 1));
+    const fs::path jpeg = ImageTools::convert(panorama, Recipe::toJPG, {});
+    const VImage back = VImage::thumbnail(jpeg.c_str(), 2000).copy_memory();
+    EXPECT_EQ(VImage::new_from_file(jpeg.c_str()).width(), 20000);
+    EXPECT_EQ(VImage::new_from_file(jpeg.c_str()).height(), 10050);
+    EXPECT_NEAR(fixtures::colourAt(back, 100, 500)[0], 12.5, 3);
+    EXPECT_NEAR(fixtures::colourAt(back, 1900, 500)[0], 237.5, 3);
+
+    EXPECT_EQ(failureOf(panorama, Recipe::toGIF),
+              "“wide.png” is too large to convert (20\u2009000 × 10\u2009050 pixels).");
+    const fs::path bomb = temp.write("bomb.png", bombPng());
     ASSERT_EQ(VImage::new_from_file(bomb.c_str()).width(), 100000);
     for (const Recipe recipe : {Recipe::toJPG, Recipe::shrink, Recipe::resize})
         EXPECT_EQ(failureOf(bomb, recipe), "“bomb.png” isn’t an image this computer can read.");
-    EXPECT_EQ(temp.entries(), std::vector<std::string>{"bomb.png"});
+    EXPECT_EQ(temp.entries(),
+              (std::vector<std::string>{"bomb.png", "wide (converted).jpg", "wide.png"}));
 }
 
 TEST(ImageConvert, EveryImageRecipeRunsThroughTheEngine) {
