@@ -49,8 +49,11 @@ vips::VOption* saveOptions(ImageType type, std::optional<double> quality, bool s
     return options;
 }
 
+// PNG and TIFF keep 16-bit pictures as they are; the other encoders take 8 bits.
 VImage ready(const VImage& image, ImageType type, bool keepMetadata) {
-    return withMetadata(prepared(image, type), keepMetadata);
+    const bool keepsDepth = type == ImageType::png || type == ImageType::tiff;
+    const VImage output = withMetadata(prepared(image, type), keepMetadata);
+    return keepsDepth || output.format() == VIPS_FORMAT_UCHAR ? output : toSRGB8(output);
 }
 
 // Opened by descriptor: a folder name need not be valid UTF-8 for the file to be written.

@@ -34,17 +34,39 @@ void ownMetadataBlocks(VImage& image) {
     }
 }
 
+// The thumbnail path turns every picture into 8-bit sRGB; 16-bit pictures are turned
+// upright and scaled here instead, so that the formats that can hold 16 bits keep them.
+VImage deepUpright(const std::string& name, int size, bool streamed) {
+    const VImage image =
+        VImage::new_from_file(name.c_str(), VImage::option()
+                                                ->set("access", streamed ? VIPS_ACCESS_SEQUENTIAL
+                                                                         : VIPS_ACCESS_RANDOM)
+                                                ->set("fail_on", VIPS_FAIL_ON_TRUNCATED))
+            .autorot();
+    const int longest = std::max(image.width(), image.height());
+    if (size >= longest)
+        return image;
+    return image.resize(static_cast<double>(size) / longest,
+                        VImage::option()->set("kernel", VIPS_KERNEL_LANCZOS3));
+}
+
+bool isDeep(const VImage& source) {
+    return source.format() == VIPS_FORMAT_USHORT;
+}
+
 // Upright (the thumbnail path applies the EXIF orientation), bounded by `size`. Decoded at
 // once so that damage shows here rather than halfway through writing the result, unless
 // `streamed`: then the rows are decoded as the result is written.
 VImage decode(const std::filesystem::path& file, const std::string& loadOptions, int size,
-              bool streamed) {
+              bool streamed, bool deep) {
     try {
-        const VImage image = VImage::thumbnail((file.string() + loadOptions).c_str(), size,
-                                               VImage::option()
-                                                   ->set("height", size)
-                                                   ->set("size", VIPS_SIZE_DOWN)
-                                                   ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
+        const std::string name = file.string() + loadOptions;
+        const VImage image = deep ? deepUpright(name, size, streamed)
+                                  : VImage::thumbnail(name.c_str(), size,
+                                                      VImage::option()
+                                                          ->set("height", size)
+                                                          ->set("size", VIPS_SIZE_DOWN)
+                                                          ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
         if (streamed)
             return image;
         VImage decoded = image.copy_memory();
@@ -98,7 +120,8 @@ Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel, Resi
         size = std::min(size, static_cast<int>(longest * std::sqrt(largestInMemory / pixels)));
     const double scale = static_cast<double>(size) / longest;
     const bool streamed = pixels * scale * scale > largestInMemory;
-    return {decode(file, loadOptionsFor(source), size, streamed), statedDpi(source)};
+    return {decode(file, loadOptionsFor(source), size, streamed, isDeep(source)),
+            statedDpi(source)};
 }
 
 bool canHold(ImageType type, const vips::VImage& image) {

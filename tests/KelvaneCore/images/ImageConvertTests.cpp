@@ -160,6 +160,29 @@ TEST(ImageConvert, BmpKeepsEveryPixelInTwentyFourBitsWithTheResolution) {
     EXPECT_NEAR(fixtures::colourAt(grey, 200, 4)[0], 200, 2);
 }
 
+TEST(ImageConvert, SixteenBitPicturesKeepTheirDepthInPngAndTiff) {
+    TempFolder temp;
+    // Neighbouring values that 8 bits would merge: 1000, 1001, … along each row.
+    const VImage xy = VImage::xyz(300, 20);
+    const VImage deep =
+        VImage::bandjoin({xy[0] + 1000, xy[1] * 3000, 65000 - xy[0] * 7})
+            .cast(VIPS_FORMAT_USHORT)
+            .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
+    for (const char* name : {"deep.png", "deep.tif"}) {
+        const fs::path source = fixtures::save(deep, temp / name);
+        for (const bool keep : {true, false}) {
+            ConversionOptions options;
+            options.keepMetadata = keep;
+            for (const Recipe recipe : {Recipe::toPNG, Recipe::toTIFF}) {
+                const VImage back =
+                    fixtures::readBack(ImageTools::convert(source, recipe, options));
+                EXPECT_EQ(back.format(), VIPS_FORMAT_USHORT) << name << " " << recipe.rawValue();
+                EXPECT_EQ(largestDifference(back, deep), 0) << name << " " << recipe.rawValue();
+            }
+        }
+    }
+}
+
 TEST(ImageConvert, QualityChangesLossyFormatsOnly) {
     TempFolder temp;
     const fs::path source = fixtures::save(fixtures::noisyPicture(160, 120), temp / "n.png");
