@@ -33,6 +33,8 @@ struct Loaded {
     vips::VImage image;
     // Dots per inch the file states, none when it states nothing usable.
     std::optional<double> dpi;
+    // Decoded as the result is written rather than when loaded.
+    bool streamed = false;
 };
 
 enum class Residence { inMemoryOrStreamed, inMemory };
@@ -40,8 +42,9 @@ enum class Residence { inMemoryOrStreamed, inMemory };
 // With Residence::inMemory an image larger than largestInMemory is scaled down to fit.
 // Throws ConversionError: unreadableImage when the file is no image (or claims far more
 // pixels than its bytes can hold), couldNotDecode when its pixels cannot be decoded.
+// Decoding into memory reports progress from 0 to 0.5.
 Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel = std::nullopt,
-            Residence residence = Residence::inMemoryOrStreamed);
+            Residence residence = Residence::inMemoryOrStreamed, const Progress& progress = {});
 
 // Whether `type` can hold an image of this size; the encoders of HEIC, GIF and BMP need the
 // whole picture in memory.
@@ -68,10 +71,12 @@ vips::VImage withMetadata(const vips::VImage& image, bool keepSource);
 // Whether this build of libvips has an encoder for `type`.
 bool canWrite(ImageType type);
 
-// Encodes one image file at `file`. quality (0…1) applies to JPEG and HEIC only.
+// Encodes one image file at `file`. quality (0…1) applies to JPEG and HEIC only. Progress
+// goes from `progressFrom` to 1 as the pixels are computed.
 // Throws ConversionError: cannotWriteFormat without an encoder, couldNotSaveImage otherwise.
 void write(const vips::VImage& image, ImageType type, std::optional<double> quality,
-           bool keepMetadata, const std::filesystem::path& file);
+           bool keepMetadata, const std::filesystem::path& file, const Progress& progress = {},
+           double progressFrom = 0.0);
 
 // Writes a 24-bit BMP of `image` (flattened on white, in sRGB) with its resolution to `device`;
 // false when the image or the device fails.

@@ -1,4 +1,4 @@
-#include "images/ImageCodec.h"
+#include "images/EvalProgress.h"
 #include "naming/ConversionError.h"
 
 #include <QBuffer>
@@ -90,11 +90,13 @@ bool canWrite(ImageType type) {
 }
 
 void write(const vips::VImage& image, ImageType type, std::optional<double> quality,
-           bool keepMetadata, const std::filesystem::path& file) {
+           bool keepMetadata, const std::filesystem::path& file, const Progress& progress,
+           double progressFrom) {
     if (!canWrite(type))
         throw ConversionError::cannotWriteFormat(preferredExtension(type));
     try {
         const VImage output = ready(image, type, keepMetadata);
+        const EvalProgress watch(output, progress, progressFrom, 1.0);
         if (type == ImageType::bmp)
             return writeBmpFile(output, file);
         vips::VOption* options = saveOptions(type, quality, !keepMetadata);

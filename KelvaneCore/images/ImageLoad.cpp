@@ -1,4 +1,4 @@
-#include "images/ImageCodec.h"
+#include "images/EvalProgress.h"
 #include "naming/ConversionError.h"
 
 #include <algorithm>
@@ -58,7 +58,7 @@ bool isDeep(const VImage& source) {
 // once so that damage shows here rather than halfway through writing the result, unless
 // `streamed`: then the rows are decoded as the result is written.
 VImage decode(const std::filesystem::path& file, const std::string& loadOptions, int size,
-              bool streamed, bool deep) {
+              bool streamed, bool deep, const Progress& progress) {
     try {
         const std::string name = file.string() + loadOptions;
         const VImage image = deep ? deepUpright(name, size, streamed)
@@ -69,6 +69,7 @@ VImage decode(const std::filesystem::path& file, const std::string& loadOptions,
                                                           ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
         if (streamed)
             return image;
+        const EvalProgress watch(image, progress, 0.0, 0.5);
         VImage decoded = image.copy_memory();
         ownMetadataBlocks(decoded);
         return decoded;
@@ -107,7 +108,8 @@ std::optional<double> statedDpi(const vips::VImage& image) {
     return pixelsPerMM * 25.4;
 }
 
-Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel, Residence residence) {
+Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel, Residence residence,
+            const Progress& progress) {
     ensureVips();
     const VImage source = header(file);
     const double pixels = static_cast<double>(source.width()) * source.height();
@@ -120,8 +122,8 @@ Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel, Resi
         size = std::min(size, static_cast<int>(longest * std::sqrt(largestInMemory / pixels)));
     const double scale = static_cast<double>(size) / longest;
     const bool streamed = pixels * scale * scale > largestInMemory;
-    return {decode(file, loadOptionsFor(source), size, streamed, isDeep(source)),
-            statedDpi(source)};
+    return {decode(file, loadOptionsFor(source), size, streamed, isDeep(source), progress),
+            statedDpi(source), streamed};
 }
 
 bool canHold(ImageType type, const vips::VImage& image) {

@@ -3,7 +3,9 @@
 #include "images/ImageTools.h"
 #include "naming/ConversionError.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <sys/stat.h>
 
 namespace kelvane {
@@ -316,7 +318,8 @@ std::string bombPng() {
            chunk("IEND", "");
 }
 
-// A 201-megapixel grey panorama is converted a band of rows at a time; the formats that
+// A 201-megapixel grey panorama is converted a band of rows at a time, with its progress
+// moving as the rows are written; the formats that
 // must hold a whole picture in memory say it is too large, and a file that only claims a
 // huge canvas is not an image.
 TEST(ImageConvert, PanoramasPastTwoHundredMegapixelsConvertAndBombsAreRefused) {
@@ -326,7 +329,16 @@ TEST(ImageConvert, PanoramasPastTwoHundredMegapixelsConvertAndBombsAreRefused) {
     const fs::path panorama =
         fixtures::save(ramp.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W)),
                        temp / "wide.png", VImage::option()->set("compression", 1));
-    const fs::path jpeg = ImageTools::convert(panorama, Recipe::toJPG, {});
+    std::mutex mutex;
+    std::vector<double> reports;
+    const fs::path jpeg = ImageTools::convert(panorama, Recipe::toJPG, {}, [&](double fraction) {
+        const std::lock_guard lock(mutex);
+        reports.push_back(fraction);
+    });
+    EXPECT_GE(reports.size(), 3u);
+    EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
+    EXPECT_TRUE(std::all_of(reports.begin(), reports.end(),
+                            [](double fraction) { return fraction >= 0 && fraction <= 1; }));
     const VImage back = VImage::thumbnail(jpeg.c_str(), 2000).copy_memory();
     EXPECT_EQ(VImage::new_from_file(jpeg.c_str()).width(), 20000);
     EXPECT_EQ(VImage::new_from_file(jpeg.c_str()).height(), 10050);
