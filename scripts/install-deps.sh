@@ -18,7 +18,7 @@ packages=(
     libarchive-dev
     libvips-dev
     libcairo2-dev
-    libpoppler-cpp-dev
+    libpoppler-private-dev
     libavformat-dev
     libavcodec-dev
     libavfilter-dev

@@ -10,6 +10,7 @@
 #pragma pop_macro("signals")
 
 #include "images/ImageTools.h"
+#include "naming/ConversionError.h"
 
 #include <filesystem>
 #include <optional>
@@ -22,19 +23,34 @@ namespace kelvane::ImageTools {
 // Starts libvips once per process; safe from any thread.
 void ensureVips();
 
-// Images larger than this many pixels are refused from their header, before decoding.
-inline constexpr double maxPixelCount = 200'000'000.0;
+// Images up to this many pixels are decoded into memory when loaded; larger ones are read
+// as they are written, a band of rows at a time.
+inline constexpr double largestInMemory = 200'000'000.0;
 
 struct Loaded {
-    // Upright, decoded into memory, never larger than the cap; carries the source's metadata.
+    // Upright, never larger than the cap; carries the source's metadata. Decoded into
+    // memory unless it has more than largestInMemory pixels.
     vips::VImage image;
     // Dots per inch the file states, none when it states nothing usable.
     std::optional<double> dpi;
+    // Decoded as the result is written rather than when loaded.
+    bool streamed = false;
 };
 
-// Throws ConversionError: unreadableImage when the file is no image (or claims more pixels
-// than maxPixelCount), couldNotDecode when its pixels cannot be decoded.
-Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel = std::nullopt);
+enum class Residence { inMemoryOrStreamed, inMemory };
+
+// With Residence::inMemory an image larger than largestInMemory is scaled down to fit.
+// Throws ConversionError: unreadableImage when the file is no image (or claims far more
+// pixels than its bytes can hold), couldNotDecode when its pixels cannot be decoded.
+// Decoding into memory reports progress from 0 to 0.5.
+Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel = std::nullopt,
+            Residence residence = Residence::inMemoryOrStreamed, const Progress& progress = {});
+
+// Whether `type` can hold an image of this size; the encoders of HEIC, GIF and BMP need the
+// whole picture in memory.
+bool canHold(ImageType type, const vips::VImage& image);
+// "“x.png” is too large to convert (20 000 × 15 000 pixels)."
+ConversionError tooLargeToConvert(const std::filesystem::path& file, const vips::VImage& image);
 
 // The resolution a file states in dots per inch, none when it states nothing usable.
 std::optional<double> statedDpi(const vips::VImage& image);
@@ -55,10 +71,12 @@ vips::VImage withMetadata(const vips::VImage& image, bool keepSource);
 // Whether this build of libvips has an encoder for `type`.
 bool canWrite(ImageType type);
 
-// Encodes one image file at `file`. quality (0…1) applies to JPEG and HEIC only.
+// Encodes one image file at `file`. quality (0…1) applies to JPEG and HEIC only. Progress
+// goes from `progressFrom` to 1 as the pixels are computed.
 // Throws ConversionError: cannotWriteFormat without an encoder, couldNotSaveImage otherwise.
 void write(const vips::VImage& image, ImageType type, std::optional<double> quality,
-           bool keepMetadata, const std::filesystem::path& file);
+           bool keepMetadata, const std::filesystem::path& file, const Progress& progress = {},
+           double progressFrom = 0.0);
 
 // Writes a 24-bit BMP of `image` (flattened on white, in sRGB) with its resolution to `device`;
 // false when the image or the device fails.

@@ -1,4 +1,4 @@
-#include "images/ImageCodec.h"
+#include "images/EvalProgress.h"
 #include "naming/ConversionError.h"
 
 #include <QBuffer>
@@ -49,8 +49,11 @@ vips::VOption* saveOptions(ImageType type, std::optional<double> quality, bool s
     return options;
 }
 
+// PNG and TIFF keep 16-bit pictures as they are; the other encoders take 8 bits.
 VImage ready(const VImage& image, ImageType type, bool keepMetadata) {
-    return withMetadata(prepared(image, type), keepMetadata);
+    const bool keepsDepth = type == ImageType::png || type == ImageType::tiff;
+    const VImage output = withMetadata(prepared(image, type), keepMetadata);
+    return keepsDepth || output.format() == VIPS_FORMAT_UCHAR ? output : toSRGB8(output);
 }
 
 // Opened by descriptor: a folder name need not be valid UTF-8 for the file to be written.
@@ -87,11 +90,13 @@ bool canWrite(ImageType type) {
 }
 
 void write(const vips::VImage& image, ImageType type, std::optional<double> quality,
-           bool keepMetadata, const std::filesystem::path& file) {
+           bool keepMetadata, const std::filesystem::path& file, const Progress& progress,
+           double progressFrom) {
     if (!canWrite(type))
         throw ConversionError::cannotWriteFormat(preferredExtension(type));
     try {
         const VImage output = ready(image, type, keepMetadata);
+        const EvalProgress watch(output, progress, progressFrom, 1.0);
         if (type == ImageType::bmp)
             return writeBmpFile(output, file);
         vips::VOption* options = saveOptions(type, quality, !keepMetadata);

@@ -1,4 +1,4 @@
-#include "images/ImageCodec.h"
+#include "images/EvalProgress.h"
 #include "naming/ConversionError.h"
 
 #include <algorithm>
@@ -34,15 +34,42 @@ void ownMetadataBlocks(VImage& image) {
     }
 }
 
-// Upright (the thumbnail path applies the EXIF orientation), bounded by `size`, decoded at
-// once so that damage shows here rather than halfway through writing the result.
-VImage decode(const std::filesystem::path& file, const std::string& loadOptions, int size) {
+// The thumbnail path turns every picture into 8-bit sRGB; 16-bit pictures are turned
+// upright and scaled here instead, so that the formats that can hold 16 bits keep them.
+VImage deepUpright(const std::string& name, int size, bool streamed) {
+    const VImage image =
+        VImage::new_from_file(name.c_str(), VImage::option()
+                                                ->set("access", streamed ? VIPS_ACCESS_SEQUENTIAL
+                                                                         : VIPS_ACCESS_RANDOM)
+                                                ->set("fail_on", VIPS_FAIL_ON_TRUNCATED))
+            .autorot();
+    const int longest = std::max(image.width(), image.height());
+    if (size >= longest)
+        return image;
+    return image.resize(static_cast<double>(size) / longest,
+                        VImage::option()->set("kernel", VIPS_KERNEL_LANCZOS3));
+}
+
+bool isDeep(const VImage& source) {
+    return source.format() == VIPS_FORMAT_USHORT;
+}
+
+// Upright (the thumbnail path applies the EXIF orientation), bounded by `size`. Decoded at
+// once so that damage shows here rather than halfway through writing the result, unless
+// `streamed`: then the rows are decoded as the result is written.
+VImage decode(const std::filesystem::path& file, const std::string& loadOptions, int size,
+              bool streamed, bool deep, const Progress& progress) {
     try {
-        const VImage image = VImage::thumbnail((file.string() + loadOptions).c_str(), size,
-                                               VImage::option()
-                                                   ->set("height", size)
-                                                   ->set("size", VIPS_SIZE_DOWN)
-                                                   ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
+        const std::string name = file.string() + loadOptions;
+        const VImage image = deep ? deepUpright(name, size, streamed)
+                                  : VImage::thumbnail(name.c_str(), size,
+                                                      VImage::option()
+                                                          ->set("height", size)
+                                                          ->set("size", VIPS_SIZE_DOWN)
+                                                          ->set("fail_on", VIPS_FAIL_ON_TRUNCATED));
+        if (streamed)
+            return image;
+        const EvalProgress watch(image, progress, 0.0, 0.5);
         VImage decoded = image.copy_memory();
         ownMetadataBlocks(decoded);
         return decoded;
@@ -59,6 +86,17 @@ std::string loadOptionsFor(const VImage& source) {
     return "[page=" + std::to_string(source.get_int("heif-primary")) + "]";
 }
 
+// A decompression bomb claims a huge canvas in a tiny file. No real image format packs a
+// large picture into fewer bytes than this, flat colour included.
+bool isPlausible(const std::filesystem::path& file, double pixels) {
+    constexpr double mostPixelsPerByte = 10'000.0;
+    if (pixels <= largestInMemory)
+        return true;
+    std::error_code error;
+    const auto bytes = std::filesystem::file_size(file, error);
+    return !error && static_cast<double>(bytes) * mostPixelsPerByte >= pixels;
+}
+
 } // namespace
 
 std::optional<double> statedDpi(const vips::VImage& image) {
@@ -70,18 +108,53 @@ std::optional<double> statedDpi(const vips::VImage& image) {
     return pixelsPerMM * 25.4;
 }
 
-Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel) {
+Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel, Residence residence,
+            const Progress& progress) {
     ensureVips();
     const VImage source = header(file);
-    // A decompression bomb claims a huge canvas in a tiny file: refuse it before any
-    // pixel is allocated.
     const double pixels = static_cast<double>(source.width()) * source.height();
-    if (pixels < 1 || pixels > maxPixelCount)
+    if (pixels < 1 || !isPlausible(file, pixels))
         throw ConversionError::unreadableImage(file.filename().string());
 
     const int longest = std::max({source.width(), source.height(), 1});
-    const int size = maxPixel ? std::clamp(*maxPixel, 1, longest) : longest;
-    return {decode(file, loadOptionsFor(source), size), statedDpi(source)};
+    int size = maxPixel ? std::clamp(*maxPixel, 1, longest) : longest;
+    if (residence == Residence::inMemory && pixels > largestInMemory)
+        size = std::min(size, static_cast<int>(longest * std::sqrt(largestInMemory / pixels)));
+    const double scale = static_cast<double>(size) / longest;
+    const bool streamed = pixels * scale * scale > largestInMemory;
+    return {decode(file, loadOptionsFor(source), size, streamed, isDeep(source), progress),
+            statedDpi(source), streamed};
+}
+
+bool canHold(ImageType type, const vips::VImage& image) {
+    constexpr int longestJpegOrGifSide = 65'535;
+    const double pixels = static_cast<double>(image.width()) * image.height();
+    const int longest = std::max(image.width(), image.height());
+    switch (type) {
+    case ImageType::jpeg:
+        return longest <= longestJpegOrGifSide;
+    case ImageType::gif:
+        return longest <= longestJpegOrGifSide && pixels <= largestInMemory;
+    case ImageType::heic:
+    case ImageType::bmp:
+        return pixels <= largestInMemory;
+    case ImageType::png:
+    case ImageType::tiff:
+        break;
+    }
+    return true;
+}
+
+ConversionError tooLargeToConvert(const std::filesystem::path& file, const vips::VImage& image) {
+    // Thousands grouped with a thin space, as in 20 000.
+    const auto grouped = [](int number) {
+        std::string digits = std::to_string(number);
+        for (auto at = static_cast<std::ptrdiff_t>(digits.size()) - 3; at > 0; at -= 3)
+            digits.insert(static_cast<std::size_t>(at), "\u2009");
+        return digits;
+    };
+    return ConversionError("“" + file.filename().string() + "” is too large to convert (" +
+                           grouped(image.width()) + " × " + grouped(image.height()) + " pixels).");
 }
 
 bool hasAlpha(const vips::VImage& image) {

@@ -41,7 +41,10 @@ VImage inSRGB(const VImage& image) {
         return image;
     VImage converted = image;
     try {
-        converted = image.icc_transform("srgb", VImage::option()->set("embedded", true));
+        converted = image.icc_transform(
+            "srgb", VImage::option()
+                        ->set("embedded", true)
+                        ->set("depth", image.format() == VIPS_FORMAT_USHORT ? 16 : 8));
     } catch (const vips::VError&) {
         // A damaged profile: the pixels are shown as they are, like any untagged image.
     }

@@ -31,12 +31,16 @@ std::filesystem::path folderOf(const std::filesystem::path& input) {
     return parent.empty() ? std::filesystem::path(".") : parent;
 }
 
-std::filesystem::path writeBeside(const vips::VImage& image, const std::filesystem::path& input,
+std::filesystem::path writeBeside(const Loaded& loaded, const std::filesystem::path& input,
                                   const Format& format, std::optional<double> quality,
-                                  bool keepMetadata, std::string_view suffix, bool keepTimes) {
+                                  bool keepMetadata, std::string_view suffix, bool keepTimes,
+                                  const Progress& progress) {
+    if (!canHold(format.type, loaded.image))
+        throw tooLargeToConvert(input, loaded.image);
     const auto times = timesOf(input, keepTimes);
     PendingOutput pending = PendingOutput::file(folderOf(input), format.extension);
-    write(image, format.type, quality, keepMetadata, pending.path());
+    write(loaded.image, format.type, quality, keepMetadata, pending.path(), progress,
+          loaded.streamed ? 0.0 : 0.5);
     return publish(pending, input, format.extension, suffix, times);
 }
 

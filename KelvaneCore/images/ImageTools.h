@@ -33,10 +33,17 @@ Format sameFormat(const std::filesystem::path& input);
 // The nine single-image recipes: the six format conversions, resize, shrink and strip.
 // Returns the file written beside the input.
 std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
-                              const ConversionOptions& options);
+                              const ConversionOptions& options, const Progress& progress = {});
+
+// What a shrink did, for callers that want to know.
+struct ShrinkStats {
+    int fullSizeEncodes = 0; // encodes of the whole picture at a size tried, probes not counted
+};
 
 // The highest quality that stays under options.targetMB, scaling down only if it has to.
-std::filesystem::path shrink(const std::filesystem::path& input, const ConversionOptions& options);
+// Progress is reported after every full-size encode.
+std::filesystem::path shrink(const std::filesystem::path& input, const ConversionOptions& options,
+                             const Progress& progress = {}, ShrinkStats* stats = nullptr);
 
 // One page per readable image, in the order given; unreadable inputs are skipped.
 std::filesystem::path imagesToPDF(const std::vector<std::filesystem::path>& inputs,

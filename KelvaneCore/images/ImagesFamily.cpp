@@ -12,7 +12,7 @@ path convertOne(const path& input, Recipe recipe, const ConversionOptions& optio
                 const Engine::Progress& progress) {
     if (recipe == Recipe::pdfToPNG || recipe == Recipe::pdfToJPG)
         return ImageTools::pdfPages(input, recipe == Recipe::pdfToPNG, options, progress);
-    return ImageTools::convert(input, recipe, options);
+    return ImageTools::convert(input, recipe, options, progress);
 }
 
 path combine(const std::vector<path>& inputs, Recipe recipe, const ConversionOptions& options,

@@ -3,16 +3,17 @@
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
 
+#include <GlobalParams.h>
+#include <PDFDoc.h>
+#include <SplashOutputDev.h>
 #include <algorithm>
-#include <bit>
+#include <goo/GooString.h>
 #include <memory>
 #include <mutex>
-#include <poppler-document.h>
-#include <poppler-global.h>
-#include <poppler-image.h>
-#include <poppler-page-renderer.h>
-#include <poppler-page.h>
+#include <splash/SplashBitmap.h>
 
+// Pages are drawn through poppler's own renderer rather than its cpp or glib wrappers: those
+// always draw the crop box, and a page is rendered here as its whole media box.
 namespace kelvane::ImageTools {
 namespace {
 
@@ -21,31 +22,28 @@ using vips::VImage;
 constexpr double pointsPerInch = 72.0;
 constexpr double fallbackDpi = 144.0;
 
-struct PageSet {
-    std::unique_ptr<poppler::document> document;
-    int count = 0;
-};
-
 // Damaged files are reported through the error sentence; poppler's own diagnostics would
 // only be noise on stderr.
-void silencePoppler() {
+void ignorePopplerError(ErrorCategory, Goffset, const char*) {}
+
+void startPoppler() {
     static std::once_flag once;
-    std::call_once(
-        once, [] { poppler::set_debug_error_function([](const std::string&, void*) {}, nullptr); });
+    std::call_once(once, [] {
+        if (!globalParams)
+            globalParams = std::make_unique<GlobalParams>();
+        setErrorCallback(ignorePopplerError);
+    });
 }
 
-PageSet open(const std::filesystem::path& pdf) {
-    silencePoppler();
+std::unique_ptr<PDFDoc> open(const std::filesystem::path& pdf) {
+    startPoppler();
     const std::string name = pdf.filename().string();
-    std::unique_ptr<poppler::document> document(poppler::document::load_from_file(pdf.string()));
-    if (!document)
-        throw ConversionError::unreadablePDF(name);
-    if (document->is_locked())
+    auto document = std::make_unique<PDFDoc>(std::make_unique<GooString>(pdf.string()));
+    if (!document->isOk() && document->getErrorCode() == errEncrypted)
         throw ConversionError::passwordProtectedPDF();
-    const int count = document->pages();
-    if (count < 1)
+    if (!document->isOk() || document->getNumPages() < 1)
         throw ConversionError::unreadablePDF(name);
-    return {std::move(document), count};
+    return document;
 }
 
 int digitsFor(int count) {
@@ -62,54 +60,44 @@ std::string pageFileName(const std::string& base, int page, int digits,
 }
 
 // Pixel size of the media box at `dpi`, turned for pages rotated a quarter turn.
-std::pair<int, int> pixelSize(const poppler::page& page, double dpi) {
-    const poppler::rectf box = page.page_rect(poppler::media_box);
-    double width = box.width();
-    double height = box.height();
-    const auto orientation = page.orientation();
-    if (orientation == poppler::page::landscape || orientation == poppler::page::seascape)
+std::pair<int, int> pixelSize(PDFDoc& document, int page, double dpi) {
+    double width = document.getPageMediaWidth(page);
+    double height = document.getPageMediaHeight(page);
+    if (document.getPageRotate(page) % 180 != 0)
         std::swap(width, height);
     const double scale = dpi / pointsPerInch;
     return {static_cast<int>(scale * width), static_cast<int>(scale * height)};
 }
 
-// The renderer's 32-bit pixels as 8-bit sRGB without alpha; the paper is already white.
-VImage opaqueRGB(const poppler::image& image) {
-    const int width = image.width();
-    const int height = image.height();
-    const VImage words =
-        VImage::new_from_memory(const_cast<char*>(image.const_data()),
-                                static_cast<std::size_t>(image.bytes_per_row()) *
-                                    static_cast<std::size_t>(height),
-                                image.bytes_per_row() / 4, height, 4, VIPS_FORMAT_UCHAR)
-            .crop(0, 0, width, height);
-    const VImage rgb = std::endian::native == std::endian::little
-                           ? VImage::bandjoin({words[2], words[1], words[0]})
-                           : words.extract_band(1, VImage::option()->set("n", 3));
-    return rgb.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+// The renderer's rows are padded to whole words; the pixels themselves are 8-bit RGB.
+VImage opaqueRGB(SplashBitmap& bitmap) {
+    const int width = bitmap.getWidth();
+    const int height = bitmap.getHeight();
+    const int rowBytes = bitmap.getRowSize();
+    return VImage::new_from_memory(bitmap.getDataPtr(),
+                                   static_cast<std::size_t>(rowBytes) *
+                                       static_cast<std::size_t>(height),
+                                   rowBytes / 3, height, 3, VIPS_FORMAT_UCHAR)
+        .crop(0, 0, width, height)
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
-void configure(poppler::page_renderer& renderer) {
-    renderer.set_render_hints(poppler::page_renderer::antialiasing |
-                              poppler::page_renderer::text_antialiasing);
-    renderer.set_paper_color(0xffffffff);
-    renderer.set_image_format(poppler::image::format_argb32);
-}
-
-// False when the page is missing or cannot be drawn; it is then skipped.
-bool renderPage(const poppler::document& document, int index, double dpi,
-                const poppler::page_renderer& renderer, ImageType type, double quality,
-                const std::filesystem::path& file) {
-    const std::unique_ptr<poppler::page> page(document.create_page(index));
-    if (!page)
+// False when the page cannot be drawn; it is then skipped.
+bool renderPage(PDFDoc& document, int page, double dpi, SplashOutputDev& renderer, ImageType type,
+                double quality, const std::filesystem::path& file) {
+    if (document.getPage(page) == nullptr)
         return false;
-    const auto [width, height] = pixelSize(*page, dpi);
+    const auto [width, height] = pixelSize(document, page, dpi);
     if (width < 1 || height < 1)
         return false;
-    const poppler::image image = renderer.render_page(page.get(), dpi, dpi, 0, 0, width, height);
-    if (!image.is_valid() || image.format() != poppler::image::format_argb32)
+    // The whole media box, not clipped to the crop box, upright, cut to the truncated size.
+    document.displayPageSlice(&renderer, page, dpi, dpi, 0, true, false, false, 0, 0, width,
+                              height);
+    SplashBitmap* bitmap = renderer.getBitmap();
+    if (bitmap == nullptr || bitmap->getMode() != splashModeRGB8 || bitmap->getWidth() != width ||
+        bitmap->getHeight() != height)
         return false;
-    write(opaqueRGB(image), type, quality, false, file);
+    write(opaqueRGB(*bitmap), type, quality, false, file);
     return true;
 }
 
@@ -118,21 +106,25 @@ bool renderPage(const poppler::document& document, int index, double dpi,
 std::filesystem::path pdfPages(const std::filesystem::path& pdf, bool png,
                                const ConversionOptions& options, const Progress& progress) {
     ensureVips();
-    const PageSet pages = open(pdf);
+    const std::unique_ptr<PDFDoc> document = open(pdf);
+    const int count = document->getNumPages();
     PendingOutput folder = PendingOutput::folder(folderOf(pdf));
 
     const double dpi = options.pdfImageDPI > 0 ? options.pdfImageDPI : fallbackDpi;
     const ImageType type = png ? ImageType::png : ImageType::jpeg;
-    const int digits = digitsFor(pages.count);
+    const int digits = digitsFor(count);
     const std::string base = pdf.stem().string();
-    poppler::page_renderer renderer;
-    configure(renderer);
+    SplashColor paper = {255, 255, 255};
+    SplashOutputDev renderer(splashModeRGB8, 4, false, paper);
+    renderer.setFontAntialias(true);
+    renderer.setVectorAntialias(true);
+    renderer.startDoc(document.get());
     int written = 0;
-    for (int number = 1; number <= pages.count; ++number) {
-        progress(static_cast<double>(number - 1) / pages.count);
+    for (int number = 1; number <= count; ++number) {
+        progress(static_cast<double>(number - 1) / count);
         const auto file =
             folder.path() / pageFileName(base, number, digits, preferredExtension(type));
-        if (renderPage(*pages.document, number - 1, dpi, renderer, type, options.quality, file))
+        if (renderPage(*document, number, dpi, renderer, type, options.quality, file))
             ++written;
     }
     // A folder without a single page would only look like a result.

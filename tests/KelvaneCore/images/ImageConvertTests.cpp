@@ -3,7 +3,9 @@
 #include "images/ImageTools.h"
 #include "naming/ConversionError.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <sys/stat.h>
 
 namespace kelvane {
@@ -160,6 +162,29 @@ TEST(ImageConvert, BmpKeepsEveryPixelInTwentyFourBitsWithTheResolution) {
     EXPECT_NEAR(fixtures::colourAt(grey, 200, 4)[0], 200, 2);
 }
 
+TEST(ImageConvert, SixteenBitPicturesKeepTheirDepthInPngAndTiff) {
+    TempFolder temp;
+    // Neighbouring values that 8 bits would merge: 1000, 1001, … along each row.
+    const VImage xy = VImage::xyz(300, 20);
+    const VImage deep =
+        VImage::bandjoin({xy[0] + 1000, xy[1] * 3000, 65000 - xy[0] * 7})
+            .cast(VIPS_FORMAT_USHORT)
+            .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
+    for (const char* name : {"deep.png", "deep.tif"}) {
+        const fs::path source = fixtures::save(deep, temp / name);
+        for (const bool keep : {true, false}) {
+            ConversionOptions options;
+            options.keepMetadata = keep;
+            for (const Recipe recipe : {Recipe::toPNG, Recipe::toTIFF}) {
+                const VImage back =
+                    fixtures::readBack(ImageTools::convert(source, recipe, options));
+                EXPECT_EQ(back.format(), VIPS_FORMAT_USHORT) << name << " " << recipe.rawValue();
+                EXPECT_EQ(largestDifference(back, deep), 0) << name << " " << recipe.rawValue();
+            }
+        }
+    }
+}
+
 TEST(ImageConvert, QualityChangesLossyFormatsOnly) {
     TempFolder temp;
     const fs::path source = fixtures::save(fixtures::noisyPicture(160, 120), temp / "n.png");
@@ -293,14 +318,41 @@ std::string bombPng() {
            chunk("IEND", "");
 }
 
-TEST(ImageConvert, ADecompressionBombIsRefusedFromItsHeader) {
+// A 201-megapixel grey panorama is converted a band of rows at a time, with its progress
+// moving as the rows are written; the formats that
+// must hold a whole picture in memory say it is too large, and a file that only claims a
+// huge canvas is not an image.
+TEST(ImageConvert, PanoramasPastTwoHundredMegapixelsConvertAndBombsAreRefused) {
     TempFolder temp;
-    const fs::path bomb = temp.write("bomb.png", bombPng());
     fixtures::startVips();
+    const VImage ramp = (VImage::xyz(20000, 10050)[0] / 80).cast(VIPS_FORMAT_UCHAR);
+    const fs::path panorama =
+        fixtures::save(ramp.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_B_W)),
+                       temp / "wide.png", VImage::option()->set("compression", 1));
+    std::mutex mutex;
+    std::vector<double> reports;
+    const fs::path jpeg = ImageTools::convert(panorama, Recipe::toJPG, {}, [&](double fraction) {
+        const std::lock_guard lock(mutex);
+        reports.push_back(fraction);
+    });
+    EXPECT_GE(reports.size(), 3u);
+    EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
+    EXPECT_TRUE(std::all_of(reports.begin(), reports.end(),
+                            [](double fraction) { return fraction >= 0 && fraction <= 1; }));
+    const VImage back = VImage::thumbnail(jpeg.c_str(), 2000).copy_memory();
+    EXPECT_EQ(VImage::new_from_file(jpeg.c_str()).width(), 20000);
+    EXPECT_EQ(VImage::new_from_file(jpeg.c_str()).height(), 10050);
+    EXPECT_NEAR(fixtures::colourAt(back, 100, 500)[0], 12.5, 3);
+    EXPECT_NEAR(fixtures::colourAt(back, 1900, 500)[0], 237.5, 3);
+
+    EXPECT_EQ(failureOf(panorama, Recipe::toGIF),
+              "“wide.png” is too large to convert (20\u2009000 × 10\u2009050 pixels).");
+    const fs::path bomb = temp.write("bomb.png", bombPng());
     ASSERT_EQ(VImage::new_from_file(bomb.c_str()).width(), 100000);
     for (const Recipe recipe : {Recipe::toJPG, Recipe::shrink, Recipe::resize})
         EXPECT_EQ(failureOf(bomb, recipe), "“bomb.png” isn’t an image this computer can read.");
-    EXPECT_EQ(temp.entries(), std::vector<std::string>{"bomb.png"});
+    EXPECT_EQ(temp.entries(),
+              (std::vector<std::string>{"bomb.png", "wide (converted).jpg", "wide.png"}));
 }
 
 TEST(ImageConvert, EveryImageRecipeRunsThroughTheEngine) {
