@@ -1,5 +1,7 @@
 #pragma once
 
+#include "options/ConversionOptions.h"
+
 #include <QByteArray>
 
 #include <filesystem>
@@ -42,9 +44,10 @@ std::unique_ptr<QTextDocument> readRtfd(const std::filesystem::path& package);
 std::unique_ptr<QTextDocument> readHtml(const std::filesystem::path& file);
 std::unique_ptr<QTextDocument> readPlainText(const std::filesystem::path& file);
 
-QByteArray writeDocx(const QTextDocument& document);
+// DOCX and ODT carry the paper they are printed on, with one-inch margins.
+QByteArray writeDocx(const QTextDocument& document, PageSize paper = PageSize::letter);
 QByteArray writeRtf(const QTextDocument& document);
-QByteArray writeOdt(const QTextDocument& document);
+QByteArray writeOdt(const QTextDocument& document, PageSize paper = PageSize::letter);
 QByteArray writeHtml(const QTextDocument& document);
 QByteArray writePlainText(const QTextDocument& document);
 

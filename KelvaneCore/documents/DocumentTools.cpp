@@ -1,6 +1,7 @@
 #include "documents/DocumentTools.h"
 
 #include "catalogue/FileKind.h"
+#include "catalogue/TypeTable.h"
 #include "documents/DocumentFormats.h"
 #include "naming/ConversionError.h"
 #include "naming/OutputNaming.h"
@@ -66,11 +67,11 @@ QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
     case Recipe::docToTXT:
         return DocumentFormats::writePlainText(document);
     case Recipe::docToDOCX:
-        return DocumentFormats::writeDocx(document);
+        return DocumentFormats::writeDocx(document, options.pdfPageSize);
     case Recipe::docToHTML:
         return DocumentFormats::writeHtml(document);
     case Recipe::docToODT:
-        return DocumentFormats::writeOdt(document);
+        return DocumentFormats::writeOdt(document, options.pdfPageSize);
     default:
         return DocumentFormats::writeRtf(document);
     }
@@ -94,7 +95,16 @@ std::optional<DocumentType> readType(const std::filesystem::path& url) {
         return DocumentType::html;
     if (extension == "txt" || extension == "text" || extension == "md")
         return DocumentType::plainText;
-    return std::nullopt;
+    // Everything else the catalogue files under text (CSV, JSON, logs, XML, source code) is
+    // offered the document recipes too, and reads as the characters it holds.
+    const auto declared = TypeTable::typeFor(extension);
+    if (!declared || !TypeTable::conforms(*declared, "public.text"))
+        return std::nullopt;
+    if (TypeTable::conforms(*declared, "public.html"))
+        return DocumentType::html;
+    if (TypeTable::conforms(*declared, "public.rtf"))
+        return DocumentType::rtf;
+    return DocumentType::plainText;
 }
 
 std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {

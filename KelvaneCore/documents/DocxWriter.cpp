@@ -25,7 +25,7 @@ using Docx::writeInlinePicture;
 
 constexpr int maxNesting = 8; // frames and tables inside one another
 constexpr int maxListLevel = 8;
-constexpr double textWidthTwips = 9360; // a Letter page less one-inch margins
+constexpr double marginTwips = 1440; // one inch on every side
 const QString xmlNamespace = QStringLiteral("http://www.w3.org/XML/1998/namespace");
 
 QString twips(double pixels) {
@@ -60,8 +60,10 @@ struct Media {
 // Writes word/document.xml and collects what it refers to: relationships, media, lists.
 class BodyWriter {
 public:
-    explicit BodyWriter(const QTextDocument& document)
+    BodyWriter(const QTextDocument& document, PageSize paper)
         : document_(document)
+        , paper_(paper)
+        , textWidthTwips_(Units::twipsFromPoints(paper.widthInPoints()) - 2 * marginTwips)
         , xml_(&output_) {}
 
     QByteArray write();
@@ -87,6 +89,8 @@ private:
     QString addRelationship(const QString& type, const QString& target, bool external);
 
     const QTextDocument& document_;
+    PageSize paper_;
+    double textWidthTwips_;
     QByteArray output_;
     QXmlStreamWriter xml_;
     std::map<const QTextList*, int> numIds_;
@@ -110,8 +114,12 @@ QByteArray BodyWriter::write() {
     xml_.writeStartElement(ns::w, QStringLiteral("body"));
     writeFrame(*document_.rootFrame(), 0);
     xml_.writeStartElement(ns::w, QStringLiteral("sectPr"));
-    writeEmpty(xml_, "pgSz", {{"w", QStringLiteral("12240")}, {"h", QStringLiteral("15840")}});
-    const QString inch = QStringLiteral("1440");
+    const auto twips = [](double points) {
+        return QString::number(std::lround(Units::twipsFromPoints(points)));
+    };
+    writeEmpty(xml_, "pgSz",
+               {{"w", twips(paper_.widthInPoints())}, {"h", twips(paper_.heightInPoints())}});
+    const QString inch = QString::number(marginTwips);
     writeEmpty(xml_, "pgMar",
                {{"top", inch},
                 {"right", inch},
@@ -145,7 +153,7 @@ void BodyWriter::writeChildFrame(const QTextFrame& frame, int nesting) {
 
 void BodyWriter::writeTable(const QTextTable& table, int nesting) {
     const int columns = table.columns();
-    const QString columnWidth = QString::number(std::lround(textWidthTwips / columns));
+    const QString columnWidth = QString::number(std::lround(textWidthTwips_ / columns));
     xml_.writeStartElement(ns::w, QStringLiteral("tbl"));
     xml_.writeStartElement(ns::w, QStringLiteral("tblPr"));
     writeEmpty(xml_, "tblW", {{"w", QStringLiteral("0")}, {"type", QStringLiteral("auto")}});
@@ -181,7 +189,7 @@ void BodyWriter::writeCell(const QTextTable& table, int row, int column, int nes
     xml_.writeStartElement(ns::w, QStringLiteral("tc"));
     xml_.writeStartElement(ns::w, QStringLiteral("tcPr"));
     writeEmpty(xml_, "tcW",
-               {{"w", QString::number(std::lround(textWidthTwips * span / table.columns()))},
+               {{"w", QString::number(std::lround(textWidthTwips_ * span / table.columns()))},
                 {"type", QStringLiteral("dxa")}});
     if (span > 1)
         writeEmpty(xml_, "gridSpan", {{"val", QString::number(span)}});
@@ -390,8 +398,8 @@ void BodyWriter::writeImage(const QTextImageFormat& format) {
 
 } // namespace
 
-QByteArray writeDocx(const QTextDocument& document) {
-    BodyWriter body(document);
+QByteArray writeDocx(const QTextDocument& document, PageSize paper) {
+    BodyWriter body(document, paper);
     const QByteArray content = body.write();
     ZipBuilder zip;
     zip.add("[Content_Types].xml", Docx::contentTypesPart());

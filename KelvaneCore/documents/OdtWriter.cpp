@@ -76,7 +76,7 @@ QByteArray meta(const QTextDocument& document) {
 
 } // namespace
 
-QByteArray writeOdt(const QTextDocument& document) {
+QByteArray writeOdt(const QTextDocument& document, PageSize paper) {
     Odt::AutomaticStyles styles(document.defaultFont());
     Odt::BodyWriter body(document, styles);
     const QByteArray text = body.write();
@@ -85,7 +85,7 @@ QByteArray writeOdt(const QTextDocument& document) {
     zip.add("mimetype", mimeType.toUtf8(), ZipBuilder::Compression::store);
     zip.add("META-INF/manifest.xml", manifest(body.pictures()));
     zip.add("content.xml", content(styles, text));
-    zip.add("styles.xml", Odt::commonStyles(document.defaultFont()));
+    zip.add("styles.xml", Odt::commonStyles(document.defaultFont(), paper));
     zip.add("meta.xml", meta(document));
     for (const Odt::Picture& picture : body.pictures())
         zip.add(picture.path.toStdString(), picture.bytes);

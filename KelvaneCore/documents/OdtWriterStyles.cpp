@@ -123,14 +123,14 @@ void writePlainStyle(QXmlStreamWriter& xml, const QString& name, const QString& 
     xml.writeAttribute("style:class", styleClass);
 }
 
-void writePageLayout(QXmlStreamWriter& xml) {
+void writePageLayout(QXmlStreamWriter& xml, PageSize paper) {
     xml.writeStartElement("office:automatic-styles");
     xml.writeStartElement("style:page-layout");
     xml.writeAttribute("style:name", "pm1");
     const QString inch = lengthInPoints(Units::pointsPerInch);
     writeProperties(xml, "style:page-layout-properties",
-                    {{"fo:page-width", lengthInPoints(8.5 * Units::pointsPerInch)},
-                     {"fo:page-height", lengthInPoints(11 * Units::pointsPerInch)},
+                    {{"fo:page-width", lengthInPoints(paper.widthInPoints())},
+                     {"fo:page-height", lengthInPoints(paper.heightInPoints())},
                      {"style:print-orientation", "portrait"},
                      {"fo:margin-top", inch},
                      {"fo:margin-bottom", inch},
@@ -215,7 +215,7 @@ void writeNamespaces(QXmlStreamWriter& xml) {
         xml.writeNamespace(uri, prefix);
 }
 
-QByteArray commonStyles(const QFont& defaultFont) {
+QByteArray commonStyles(const QFont& defaultFont, PageSize paper) {
     QByteArray bytes;
     QXmlStreamWriter xml(&bytes);
     xml.writeStartDocument();
@@ -242,7 +242,7 @@ QByteArray commonStyles(const QFont& defaultFont) {
     writePlainStyle(xml, "Table_20_Contents", "Table Contents", "extra");
     xml.writeEndElement();
 
-    writePageLayout(xml);
+    writePageLayout(xml, paper);
     xml.writeEndDocument();
     return bytes;
 }

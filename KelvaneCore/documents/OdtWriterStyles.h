@@ -1,5 +1,7 @@
 #pragma once
 
+#include "options/ConversionOptions.h"
+
 #include <QFont>
 #include <QString>
 #include <QTextFormat>
@@ -33,8 +35,8 @@ QString xmlSafe(QStringView text);
 void writeNamespaces(QXmlStreamWriter& xml);
 
 // The common styles (styles.xml): the default paragraph style with the document's font,
-// Standard, Heading_20_1..6, Table_20_Contents and a Letter page.
-QByteArray commonStyles(const QFont& defaultFont);
+// Standard, Heading_20_1..6, Table_20_Contents and the page, with one-inch margins.
+QByteArray commonStyles(const QFont& defaultFont, PageSize paper);
 
 // The automatic styles of content.xml, each made once on first use and named in order of
 // first use (P1, T1, L1), and the font faces they name.

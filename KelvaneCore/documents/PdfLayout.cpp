@@ -1,5 +1,4 @@
 #include "documents/DocumentTools.h"
-
 #include "documents/Units.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -34,9 +33,8 @@ double inLayoutSteps(double pixels) {
 
 PageGeometry geometryOf(PageSize size) {
     const QSizeF page(size.widthInPoints(), size.heightInPoints());
-    const QSizeF textArea(
-        inLayoutSteps(Units::pixelsFromPoints(page.width() - 2 * marginPoints)),
-        inLayoutSteps(Units::pixelsFromPoints(page.height() - 2 * marginPoints)));
+    const QSizeF textArea(inLayoutSteps(Units::pixelsFromPoints(page.width() - 2 * marginPoints)),
+                          inLayoutSteps(Units::pixelsFromPoints(page.height() - 2 * marginPoints)));
     return {page, textArea, Units::pixelsFromPoints(marginPoints)};
 }
 
@@ -45,14 +43,29 @@ PageGeometry geometryOf(PageSize size) {
 // drawn (invisibly, but found by search and copy) at the foot of this page.
 constexpr double boundaryGap = 0.5;
 
-void drawPage(QPainter& painter, QTextDocument& document, const PageGeometry& geometry,
-              int page) {
+void drawPage(QPainter& painter, QTextDocument& document, const PageGeometry& geometry, int page) {
     const double top = page * geometry.textArea.height();
     const QRectF clip(0, top, geometry.textArea.width(), geometry.textArea.height() - boundaryGap);
     painter.save();
     painter.translate(geometry.margin, geometry.margin - top);
     document.drawContents(&painter, clip);
     painter.restore();
+}
+
+QByteArray mediaBox(double width, double height) {
+    return "/MediaBox [0 0 " + QByteArray::number(width, 'f', 6) + ' ' +
+           QByteArray::number(height, 'f', 6) + ']';
+}
+
+// The PDF writer rounds the page to whole points (A4 becomes 595 × 842). Its media boxes are
+// written with six decimals, so the exact size takes the same number of bytes and goes in
+// place, leaving every offset of the file as it was.
+void setExactPageSize(QByteArray& bytes, const QPageLayout& written, QSizeF exact) {
+    const QSize rounded = written.fullRectPoints().size();
+    const QByteArray from = mediaBox(rounded.width(), rounded.height());
+    const QByteArray to = mediaBox(exact.width(), exact.height());
+    if (from.size() == to.size())
+        bytes.replace(from, to);
 }
 
 } // namespace
@@ -85,6 +98,7 @@ QByteArray pdf(const QTextDocument& source, PageSize pageSize) {
     painter.end();
     // The layout keeps a pointer to the writer; drop it before the writer goes.
     document->documentLayout()->setPaintDevice(nullptr);
+    setExactPageSize(bytes, writer.pageLayout(), geometry.page);
     return bytes;
 }
 
