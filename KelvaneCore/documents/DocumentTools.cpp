@@ -51,12 +51,24 @@ std::unique_ptr<QTextDocument> readGuessingType(const std::filesystem::path& fil
 }
 
 // What text without a font of its own is shown in, as a word processor would start.
-void setDefaultFont(QTextDocument& document) {
+QFont startingFont() {
     QFont font;
     font.setFamilies({QStringLiteral("Helvetica"), QStringLiteral("Liberation Sans"),
                       QStringLiteral("DejaVu Sans")});
     font.setPointSizeF(12);
-    document.setDefaultFont(font);
+    return font;
+}
+
+// Plain text goes to PDF without a document of the whole text: a long file is laid out a
+// slice at a time.
+QByteArray plainTextToPdf(const std::filesystem::path& input, const ConversionOptions& options) {
+    QString text;
+    try {
+        text = DocumentFormats::readPlainTextString(input);
+    } catch (const std::exception&) {
+        throw ConversionError::unreadableDocument(input.filename().string());
+    }
+    return plainTextPdf(text, startingFont(), options.pdfPageSize);
 }
 
 QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
@@ -112,7 +124,7 @@ std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {
         const auto type = readType(url);
         auto document = type ? readerFor(*type)(url) : readGuessingType(url);
         if (document->defaultFont() == QFont())
-            setDefaultFont(*document);
+            document->setDefaultFont(startingFont());
         return document;
     } catch (const std::exception&) {
         throw ConversionError::unreadableDocument(url.filename().string());
@@ -121,17 +133,22 @@ std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {
 
 std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
                               const ConversionOptions& options) {
-    const auto document = read(input);
-    const auto extension = recipe.outputExtension();
-    if (!extension)
-        throw ConversionError::unsupportedRecipe();
-    const std::string ext(*extension);
-
     QByteArray bytes;
-    try {
-        bytes = outputBytes(*document, recipe, options);
-    } catch (const std::exception&) {
-        throw ConversionError::couldNotWrite(ext);
+    std::string ext;
+    if (recipe == Recipe::docToPDF && readType(input) == DocumentType::plainText) {
+        ext = "pdf";
+        bytes = plainTextToPdf(input, options);
+    } else {
+        const auto document = read(input);
+        const auto extension = recipe.outputExtension();
+        if (!extension)
+            throw ConversionError::unsupportedRecipe();
+        ext = std::string(*extension);
+        try {
+            bytes = outputBytes(*document, recipe, options);
+        } catch (const std::exception&) {
+            throw ConversionError::couldNotWrite(ext);
+        }
     }
     return publishBytes(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())),
                         input.parent_path(), ext, [&] { return OutputNaming::url(input, ext); });

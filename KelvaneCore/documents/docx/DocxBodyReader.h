@@ -31,6 +31,29 @@ constexpr int maxBlocks = 500000;
 // content-control settings, revision records, section settings, and the fallback branch of
 // markup-compatibility blocks whose first branch is read instead.
 bool isSkipped(const QXmlStreamReader& xml);
+// Content controls, their content and custom XML: elements that only wrap what they hold.
+bool isWrapper(const QXmlStreamReader& xml);
+
+// Footnotes and endnotes are numbered in the order the text refers to them, each kind on its
+// own; their text follows the body, each note led by its number.
+enum class NoteKind { footnote, endnote };
+struct Notes {
+    std::map<QString, int> footnotes; // w:id to number
+    std::map<QString, int> endnotes;
+    std::map<QString, int>& of(NoteKind kind) {
+        return kind == NoteKind::footnote ? footnotes : endnotes;
+    }
+    // The mark of a note: its number, in figures (letters would run into the word before).
+    static QString label(NoteKind kind, int number);
+};
+
+// A complex field (w:fldChar begin … separate … end) being read: its instruction, and once
+// its result begins, the link a HYPERLINK field gives that result.
+struct Field {
+    QString instruction;
+    QString href;
+    bool inResult = false;
+};
 
 struct Table {
     QTextTable* table = nullptr;
@@ -47,30 +70,43 @@ class BodyReader {
 public:
     BodyReader(const QByteArray& content, const Ooxml::Relationships& relationships,
                const ZipContainer& zip, const Styles& styles, const Numbering& numbering,
-               QTextDocument& document)
+               QTextDocument& document, Notes& notes)
         : xml_(content)
         , relationships_(relationships)
         , zip_(zip)
         , styles_(styles)
         , numbering_(numbering)
-        , cursor_(&document) {}
+        , notes_(notes)
+        , cursor_(&document) {
+        cursor_.movePosition(QTextCursor::End);
+        blockUnused_ = document.isEmpty();
+    }
 
+    // The body of word/document.xml.
     void read();
+    // The notes of a footnotes or endnotes part that the body referred to, in their order.
+    void readNotes(NoteKind kind);
 
 private:
     void readBlocks(int depth);
     void readBlockElement(int depth);
     void readParagraph(int depth);
     void beginParagraph(const ParagraphProperties& direct);
-    void joinList(int numId, int level, QTextListFormat::Style style);
+    void joinList(int numId, int level, const ListNumbering::ListLook& look);
     void readInline(int depth, const QTextCharFormat& format);
     void readHyperlink(int depth, QTextCharFormat format);
     void readRun(int depth, QTextCharFormat& format);
     void readRunChild(int depth, QTextCharFormat& format);
     void readText(const QTextCharFormat& format);
     void insertImage(const PictureReference& picture);
+    void readNoteReference(NoteKind kind, const QTextCharFormat& format);
+    void readSymbol(const QTextCharFormat& format);
+    void readFieldChar(const QTextCharFormat& format);
+    void readTextBoxes(int depth);
     void readTable(int depth);
+    void readTableChildren(int depth, Table& table, int& columns);
     void readRow(int depth, Table& table);
+    void readCells(int depth, Table& table, int& column);
     struct CellProperties {
         int span = 1;
         bool merged = false; // part of a vertical merge
@@ -93,7 +129,11 @@ private:
     const ZipContainer& zip_;
     const Styles& styles_;
     const Numbering& numbering_;
+    Notes& notes_;
+    ListNumbering::Counter counter_;
     QTextCursor cursor_;
+    std::vector<Field> fields_; // nested complex fields, innermost last
+    QString noteLabel_;         // the number of the note being read, for its w:footnoteRef
     // By numId and level. Qt deletes a list once its last block leaves it.
     std::map<std::pair<int, int>, QPointer<QTextList>> lists_;
     QTextCharFormat paragraphChars_;

@@ -16,33 +16,42 @@ using Ooxml::wAttribute;
 constexpr std::size_t maxDefinitions = 10000;
 constexpr int maxListLevel = 8;
 
-QTextListFormat::Style bulletStyle(const QString& text, int level) {
-    static const QString discs = QStringLiteral("\u2022\uf0b7\u00b7\u25cf");
-    static const QString circles = QStringLiteral("o\u25e6\u25cb\uf06f");
-    static const QString squares = QStringLiteral("\u25aa\u25a0\uf0a7\uf0a8\u00a7");
-    if (text.size() == 1 && discs.contains(text))
-        return QTextListFormat::ListDisc;
-    if (text.size() == 1 && circles.contains(text))
-        return QTextListFormat::ListCircle;
-    if (text.size() == 1 && squares.contains(text))
-        return QTextListFormat::ListSquare;
-    constexpr QTextListFormat::Style byLevel[] = {
-        QTextListFormat::ListDisc, QTextListFormat::ListCircle, QTextListFormat::ListSquare};
-    return byLevel[level % 3];
+using ListNumbering::NumberFormat;
+
+NumberFormat formatOf(const QString& numFmt) {
+    static const std::pair<const char16_t*, NumberFormat> formats[] = {
+        {u"none", NumberFormat::none},
+        {u"bullet", NumberFormat::bullet},
+        {u"lowerLetter", NumberFormat::lowerLetter},
+        {u"upperLetter", NumberFormat::upperLetter},
+        {u"lowerRoman", NumberFormat::lowerRoman},
+        {u"upperRoman", NumberFormat::upperRoman}};
+    for (const auto& [name, format] : formats)
+        if (numFmt == name)
+            return format;
+    return NumberFormat::decimal; // decimal and the forms we have no digits for
 }
 
-QTextListFormat::Style listStyleOf(const QString& numFmt, const QString& text, int level) {
-    if (numFmt == u"bullet")
-        return bulletStyle(text, level);
-    if (numFmt == u"lowerLetter")
-        return QTextListFormat::ListLowerAlpha;
-    if (numFmt == u"upperLetter")
-        return QTextListFormat::ListUpperAlpha;
-    if (numFmt == u"lowerRoman")
-        return QTextListFormat::ListLowerRoman;
-    if (numFmt == u"upperRoman")
-        return QTextListFormat::ListUpperRoman;
-    return QTextListFormat::ListDecimal;
+// A level's definition from the children of its w:lvl.
+ListNumbering::Level readLevel(QXmlStreamReader& xml, int index) {
+    ListNumbering::Level level;
+    level.pattern = QStringLiteral("%") + QString::number(index + 1) + u'.';
+    while (nextChild(xml)) {
+        if (isW(xml, u"numFmt")) {
+            level.format = formatOf(wAttribute(xml, u"val"));
+        } else if (isW(xml, u"lvlText")) {
+            level.pattern = wAttribute(xml, u"val");
+        } else if (isW(xml, u"start")) {
+            level.start = std::clamp(wAttribute(xml, u"val").toInt(), 0, 32767);
+        } else if (isW(xml, u"lvlRestart")) {
+            const int after = wAttribute(xml, u"val").toInt();
+            level.restartAfter = after <= 0 ? std::nullopt : std::optional(after - 1);
+        }
+        xml.skipCurrentElement();
+    }
+    if (level.format == NumberFormat::bullet && level.pattern.isEmpty())
+        level.pattern = QStringLiteral("\u2022");
+    return level;
 }
 
 } // namespace
@@ -59,50 +68,60 @@ void Numbering::read(const QByteArray& bytes) {
         else
             xml.skipCurrentElement();
     }
+    for (const auto& [id, num] : nums_) {
+        const auto abstract = abstracts_.find(num.abstract);
+        if (abstract == abstracts_.end())
+            continue;
+        ListNumbering::Levels levels = abstract->second;
+        for (const auto& [level, start] : num.startOverrides)
+            if (level >= 0 && level <= maxListLevel)
+                levels[static_cast<std::size_t>(level)].start = start;
+        resolved_[id] = levels;
+    }
 }
 
 void Numbering::readAbstract(QXmlStreamReader& xml) {
     const int id = wAttribute(xml, u"abstractNumId").toInt();
-    auto& levels = abstracts_[id];
+    ListNumbering::Levels& levels = abstracts_[id];
+    for (int index = 0; index < ListNumbering::levels; ++index) {
+        levels[static_cast<std::size_t>(index)].pattern =
+            QStringLiteral("%") + QString::number(index + 1) + u'.';
+    }
     while (nextChild(xml)) {
         if (!isW(xml, u"lvl")) {
             xml.skipCurrentElement();
             continue;
         }
-        const int level = std::clamp(wAttribute(xml, u"ilvl").toInt(), 0, maxListLevel);
-        QString format;
-        QString text;
-        while (nextChild(xml)) {
-            if (isW(xml, u"numFmt"))
-                format = wAttribute(xml, u"val");
-            else if (isW(xml, u"lvlText"))
-                text = wAttribute(xml, u"val");
-            xml.skipCurrentElement();
-        }
-        levels[level] = listStyleOf(format, text, level);
+        const int index = wAttribute(xml, u"ilvl").toInt();
+        const auto level = readLevel(xml, std::clamp(index, 0, maxListLevel));
+        if (index >= 0 && index <= maxListLevel)
+            levels[static_cast<std::size_t>(index)] = level;
     }
 }
 
 void Numbering::readNum(QXmlStreamReader& xml) {
     const int id = wAttribute(xml, u"numId").toInt();
+    Num& num = nums_[id];
     while (nextChild(xml)) {
-        if (isW(xml, u"abstractNumId"))
-            nums_[id] = wAttribute(xml, u"val").toInt();
+        if (isW(xml, u"abstractNumId")) {
+            num.abstract = wAttribute(xml, u"val").toInt();
+        } else if (isW(xml, u"lvlOverride")) {
+            const int level = wAttribute(xml, u"ilvl").toInt();
+            while (nextChild(xml)) {
+                if (isW(xml, u"startOverride"))
+                    num.startOverrides[level] =
+                        std::clamp(wAttribute(xml, u"val").toInt(), 0, 32767);
+                xml.skipCurrentElement();
+            }
+            continue;
+        }
         xml.skipCurrentElement();
     }
 }
 
-std::optional<QTextListFormat::Style> Numbering::style(int numId, int level) const {
-    const auto num = nums_.find(numId);
-    if (numId == 0 || num == nums_.end())
-        return std::nullopt;
-    const auto abstract = abstracts_.find(num->second);
-    if (abstract == abstracts_.end())
-        return std::nullopt;
-    const auto found = abstract->second.find(level);
-    if (found == abstract->second.end())
-        return bulletStyle({}, level);
-    return found->second;
+const ListNumbering::Levels* Numbering::levels(int numId) const {
+    const auto found = resolved_.find(numId);
+    return numId == 0 || found == resolved_.end() ? nullptr : &found->second;
 }
 
 } // namespace kelvane::Docx

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "documents/ListNumbering.h"
+
 #include <QByteArray>
-#include <QTextListFormat>
 
 #include <map>
 #include <optional>
@@ -10,21 +11,26 @@ class QXmlStreamReader;
 
 namespace kelvane::Docx {
 
-// numbering.xml: which list style each numId and level stands for.
+// numbering.xml: the levels each numId stands for, with its start overrides applied.
 class Numbering {
 public:
     // Throws on malformed XML.
     void read(const QByteArray& xml);
 
     // None for numId 0 (numbering switched off) and for unknown ids.
-    std::optional<QTextListFormat::Style> style(int numId, int level) const;
+    const ListNumbering::Levels* levels(int numId) const;
 
 private:
     void readAbstract(QXmlStreamReader& xml);
     void readNum(QXmlStreamReader& xml);
 
-    std::map<int, std::map<int, QTextListFormat::Style>> abstracts_;
-    std::map<int, int> nums_; // numId to abstractNumId
+    struct Num {
+        int abstract = 0;
+        std::map<int, int> startOverrides; // level to start
+    };
+    std::map<int, ListNumbering::Levels> abstracts_;
+    std::map<int, Num> nums_;
+    std::map<int, ListNumbering::Levels> resolved_; // by numId
 };
 
 } // namespace kelvane::Docx

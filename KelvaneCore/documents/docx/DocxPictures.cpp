@@ -39,11 +39,16 @@ double vmlLength(const QString& style, QStringView property) {
 
 } // namespace
 
-PictureReference readDrawing(QXmlStreamReader& xml) {
+PictureReference readDrawing(QXmlStreamReader& xml, const TextBoxReader& readTextBox) {
     QSizeF extent;
     QString embed;
+    QString description;
     Ooxml::forEachDescendant(xml, [&] {
-        if (xml.name() == u"extent" && xml.namespaceUri() == ns::wp && extent.isEmpty()) {
+        if (Ooxml::isW(xml, u"txbxContent"))
+            readTextBox();
+        else if (xml.name() == u"docPr" && xml.namespaceUri() == ns::wp)
+            description = xml.attributes().value(QStringLiteral("descr")).toString();
+        else if (xml.name() == u"extent" && xml.namespaceUri() == ns::wp && extent.isEmpty()) {
             const auto attributes = xml.attributes();
             extent =
                 QSizeF(Units::pointsFromEmu(attributes.value(QStringLiteral("cx")).toDouble()),
@@ -52,13 +57,16 @@ PictureReference readDrawing(QXmlStreamReader& xml) {
             embed = rAttribute(xml, u"embed");
         }
     });
-    return {embed, extent};
+    return {embed, extent, description};
 }
 
-PictureReference readVmlPicture(QXmlStreamReader& xml) {
+PictureReference readVmlPicture(QXmlStreamReader& xml, const TextBoxReader& readTextBox) {
     QSizeF size;
     QString id;
+    QString description;
     Ooxml::forEachDescendant(xml, [&] {
+        if (Ooxml::isW(xml, u"txbxContent"))
+            readTextBox();
         if (xml.namespaceUri() != ns::v)
             return;
         const QString style = xml.attributes().value(QStringLiteral("style")).toString();
@@ -66,8 +74,13 @@ PictureReference readVmlPicture(QXmlStreamReader& xml) {
             size = QSizeF(vmlLength(style, u"width"), vmlLength(style, u"height"));
         else if (xml.name() == u"imagedata" && id.isEmpty())
             id = rAttribute(xml, u"id");
+        if (xml.name() == u"imagedata" && description.isEmpty())
+            description = xml.attributes()
+                              .value(QStringLiteral("urn:schemas-microsoft-com:office:office"),
+                                     QStringLiteral("title"))
+                              .toString();
     });
-    return {id, size};
+    return {id, size, description};
 }
 
 void writeInlinePicture(QXmlStreamWriter& xml, const InlinePicture& picture) {

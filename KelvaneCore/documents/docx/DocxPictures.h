@@ -3,6 +3,8 @@
 #include <QSizeF>
 #include <QString>
 
+#include <functional>
+
 class QXmlStreamReader;
 class QXmlStreamWriter;
 
@@ -12,12 +14,16 @@ namespace kelvane::Docx {
 struct PictureReference {
     QString relationshipId; // empty when the drawing holds no embedded picture
     QSizeF points;          // empty when the drawing gives no usable size
+    QString description;    // the alternative text, shown when the picture cannot be
 };
 
+// Called at each w:txbxContent (the text of a text box or shape); reads it to its end.
+using TextBoxReader = std::function<void()>;
+
 // Scans the current w:drawing (DrawingML) to its end for its first embedded picture.
-PictureReference readDrawing(QXmlStreamReader& xml);
+PictureReference readDrawing(QXmlStreamReader& xml, const TextBoxReader& readTextBox);
 // Scans the current w:pict or w:object (VML) to its end for its image data.
-PictureReference readVmlPicture(QXmlStreamReader& xml);
+PictureReference readVmlPicture(QXmlStreamReader& xml, const TextBoxReader& readTextBox);
 
 struct InlinePicture {
     QString relationshipId;

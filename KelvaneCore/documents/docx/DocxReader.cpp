@@ -1,8 +1,12 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/ListNumbering.h"
+#include "documents/SymbolFonts.h"
 #include "documents/ZipContainer.h"
 #include "documents/docx/DocxBodyReader.h"
+#include "documents/docx/Omml.h"
 
+#include <QRegularExpression>
 #include <QTextDocument>
 #include <QTextList>
 
@@ -33,14 +37,47 @@ QString runText(QString text) {
     return text;
 }
 
+const QString mathNamespace =
+    QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/math");
+
+// The link of a HYPERLINK field instruction: its quoted target, or "#name" for a place in
+// the document (\l).
+QString hyperlinkOf(const QString& instruction) {
+    static const QRegularExpression field(
+        QStringLiteral(R"re(^\s*HYPERLINK\s+(\\l\s+)?"?([^"\s]+)"?)re"),
+        QRegularExpression::CaseInsensitiveOption);
+    const auto match = field.match(instruction);
+    if (!match.hasMatch())
+        return {};
+    return match.capturedView(1).isEmpty() ? match.captured(2) : u'#' + match.captured(2);
+}
+
+void setLink(QTextCharFormat& format, const QString& href) {
+    format.setAnchor(true);
+    format.setAnchorHref(href);
+}
+
 } // namespace
+
+QString Notes::label(NoteKind, int number) {
+    return ListNumbering::numberText(ListNumbering::NumberFormat::decimal, number);
+}
+
+bool isWrapper(const QXmlStreamReader& xml) {
+    for (const char16_t* name :
+         {u"sdt", u"sdtContent", u"customXml", u"smartTag", u"ins", u"moveTo"}) {
+        if (isW(xml, name))
+            return true;
+    }
+    return false;
+}
 
 bool isSkipped(const QXmlStreamReader& xml) {
     if (xml.namespaceUri() == ns::mc)
         return xml.name() == u"Fallback";
-    for (const char16_t* name : {u"del", u"moveFrom", u"instrText", u"delText", u"sdtPr",
-                                 u"sdtEndPr", u"sectPr", u"pPrChange", u"rPrChange", u"fldData",
-                                 u"tblPr", u"tblGrid", u"trPr", u"tcPr", u"tblPrEx"}) {
+    for (const char16_t* name :
+         {u"del", u"moveFrom", u"delText", u"sdtPr", u"sdtEndPr", u"sectPr", u"pPrChange",
+          u"rPrChange", u"fldData", u"tblPr", u"tblGrid", u"trPr", u"tcPr", u"tblPrEx"}) {
         if (isW(xml, name))
             return true;
     }
@@ -55,6 +92,21 @@ void BodyReader::read() {
             readBlocks(1);
         else
             xml_.skipCurrentElement();
+    }
+}
+
+void BodyReader::readNotes(NoteKind kind) {
+    if (!nextChild(xml_))
+        return;
+    const auto& numbers = notes_.of(kind);
+    while (nextChild(xml_)) {
+        const auto found = numbers.find(wAttribute(xml_, u"id"));
+        if (found == numbers.end() || !wAttribute(xml_, u"type").isEmpty()) {
+            xml_.skipCurrentElement(); // separators, and notes the text never refers to
+            continue;
+        }
+        noteLabel_ = Notes::label(kind, found->second);
+        readBlocks(1);
     }
 }
 
@@ -112,22 +164,33 @@ void BodyReader::beginParagraph(const ParagraphProperties& direct) {
     pendingPageBreak_ = false;
 
     const int numId = direct.numId.value_or(style.numId.value_or(0));
-    const int level = direct.level.value_or(style.level.value_or(0));
-    const auto listStyle = numbering_.style(numId, level);
-    if (listStyle) {
+    const int level =
+        std::clamp(direct.level.value_or(style.level.value_or(0)), 0, ListNumbering::levels - 1);
+    const ListNumbering::Levels* levels = numbering_.levels(numId);
+    QString label;
+    std::optional<ListNumbering::ListLook> look;
+    if (levels != nullptr) {
+        label = counter_.next(numId, level, *levels);
+        // Headings show their outline number as text, as do labels a list cannot draw.
+        if (heading == 0)
+            look = ListNumbering::listLook((*levels)[static_cast<std::size_t>(level)], level);
+    }
+    if (look) {
         // The list's own indent stands for the nesting; the numbering's hanging indent would
         // push the item further in.
         block.clearProperty(QTextFormat::BlockLeftMargin);
         block.clearProperty(QTextFormat::TextIndent);
     }
     startBlock(block, chars);
-    if (listStyle)
-        joinList(numId, level, *listStyle);
+    if (look)
+        joinList(numId, level, *look);
     paragraphChars_ = chars;
     hasContent_ = false;
+    if (!look && !label.isEmpty())
+        write(label + u' ', chars);
 }
 
-void BodyReader::joinList(int numId, int level, QTextListFormat::Style style) {
+void BodyReader::joinList(int numId, int level, const ListNumbering::ListLook& look) {
     // An item ends the deeper lists under the same numbering; a later item at that depth
     // starts a new one, as its numbers restart.
     std::erase_if(lists_, [&](const auto& entry) {
@@ -139,7 +202,11 @@ void BodyReader::joinList(int numId, int level, QTextListFormat::Style style) {
         return;
     }
     QTextListFormat format;
-    format.setStyle(style);
+    format.setStyle(look.style);
+    if (look.style < QTextListFormat::ListSquare) { // numbered
+        format.setNumberPrefix(look.prefix);
+        format.setNumberSuffix(look.suffix);
+    }
     format.setIndent(level + 1);
     list = cursor_.createList(format);
 }
@@ -151,6 +218,15 @@ void BodyReader::readInline(int depth, const QTextCharFormat& format) {
         readRun(depth + 1, run);
     } else if (isW(xml_, u"hyperlink")) {
         readHyperlink(depth + 1, format);
+    } else if (xml_.namespaceUri() == mathNamespace &&
+               (xml_.name() == u"oMath" || xml_.name() == u"oMathPara")) {
+        write(linearMath(xml_), format);
+    } else if (isW(xml_, u"fldSimple")) {
+        QTextCharFormat result = format;
+        if (const QString href = hyperlinkOf(wAttribute(xml_, u"instr")); !href.isEmpty())
+            setLink(result, href);
+        while (nextChild(xml_))
+            readInline(depth + 1, result);
     } else if (isSkipped(xml_)) {
         xml_.skipCurrentElement();
     } else {
@@ -190,7 +266,24 @@ void BodyReader::readRunChild(int depth, QTextCharFormat& format) {
         readText(format);
         return;
     }
-    if (isW(xml_, u"tab")) {
+    if (isW(xml_, u"instrText")) {
+        const QString instruction = xml_.readElementText(QXmlStreamReader::SkipChildElements);
+        if (!fields_.empty() && !fields_.back().inResult)
+            fields_.back().instruction += instruction;
+        return;
+    }
+    if (isW(xml_, u"footnoteReference") || isW(xml_, u"endnoteReference")) {
+        readNoteReference(isW(xml_, u"footnoteReference") ? NoteKind::footnote : NoteKind::endnote,
+                          format);
+    } else if (isW(xml_, u"footnoteRef") || isW(xml_, u"endnoteRef")) {
+        QTextCharFormat mark = format;
+        mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+        write(noteLabel_, mark);
+    } else if (isW(xml_, u"sym")) {
+        readSymbol(format);
+    } else if (isW(xml_, u"fldChar")) {
+        readFieldChar(format);
+    } else if (isW(xml_, u"tab")) {
         write(QStringLiteral("\t"), format);
     } else if (isW(xml_, u"br") && wAttribute(xml_, u"type") == u"page") {
         pendingPageBreak_ = true;
@@ -201,16 +294,60 @@ void BodyReader::readRunChild(int depth, QTextCharFormat& format) {
     } else if (isW(xml_, u"softHyphen")) {
         write(QStringLiteral("\u00ad"), format);
     } else if (isW(xml_, u"drawing")) {
-        insertImage(readDrawing(xml_));
+        insertImage(readDrawing(xml_, [&] { readTextBoxes(depth); }));
         return;
     } else if (isW(xml_, u"pict") || isW(xml_, u"object")) {
-        insertImage(readVmlPicture(xml_));
+        insertImage(readVmlPicture(xml_, [&] { readTextBoxes(depth); }));
         return;
     } else if (xml_.namespaceUri() == ns::mc && xml_.name() != u"Fallback") {
         readRun(depth + 1, format); // AlternateContent and its first Choice
         return;
     }
     xml_.skipCurrentElement();
+}
+
+void BodyReader::readNoteReference(NoteKind kind, const QTextCharFormat& format) {
+    auto& numbers = notes_.of(kind);
+    const QString id = wAttribute(xml_, u"id");
+    const auto [entry, added] = numbers.emplace(id, static_cast<int>(numbers.size()) + 1);
+    QTextCharFormat mark = format;
+    mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+    write(Notes::label(kind, entry->second), mark);
+}
+
+// A character of a symbol font (w:sym w:font="Symbol" w:char="F0B7").
+void BodyReader::readSymbol(const QTextCharFormat& format) {
+    bool ok = false;
+    const uint code = wAttribute(xml_, u"char").toUInt(&ok, 16);
+    if (ok)
+        write(SymbolFonts::character(wAttribute(xml_, u"font"), code), format);
+}
+
+void BodyReader::readFieldChar(const QTextCharFormat&) {
+    const QString type = wAttribute(xml_, u"fldCharType");
+    if (type == u"begin" && fields_.size() < static_cast<std::size_t>(maxDepth)) {
+        fields_.emplace_back();
+    } else if (type == u"separate" && !fields_.empty()) {
+        fields_.back().inResult = true;
+        fields_.back().href = hyperlinkOf(fields_.back().instruction);
+    } else if (type == u"end" && !fields_.empty()) {
+        fields_.pop_back();
+    }
+}
+
+// The paragraphs of a text box go where its anchor stands, between the text before the
+// anchor and the text after it, which continues in a paragraph of its own.
+void BodyReader::readTextBoxes(int depth) {
+    QTextBlockFormat outer = cursor_.blockFormat();
+    outer.clearProperty(QTextFormat::ObjectIndex);
+    outer.setPageBreakPolicy(QTextFormat::PageBreak_Auto);
+    const QTextCharFormat outerChars = paragraphChars_;
+    const QString noteLabel = noteLabel_;
+    readBlocks(depth + 1);
+    startBlock(outer, outerChars);
+    paragraphChars_ = outerChars;
+    noteLabel_ = noteLabel;
+    hasContent_ = false;
 }
 
 void BodyReader::readText(const QTextCharFormat& format) {
@@ -225,18 +362,23 @@ void BodyReader::readText(const QTextCharFormat& format) {
 
 void BodyReader::insertImage(const PictureReference& picture) {
     const auto relationship = relationships_.find(picture.relationshipId);
-    if (relationship == relationships_.end() || relationship->second.target.empty())
-        return;
-    const std::optional<QByteArray> bytes = zip_.part(relationship->second.target);
-    if (!bytes)
-        return;
+    std::optional<QByteArray> bytes;
+    if (relationship != relationships_.end() && !relationship->second.target.empty())
+        bytes = zip_.part(relationship->second.target);
     QSizeF points = picture.points;
     if (!(points.width() > 0 && points.width() <= maxImagePoints && points.height() > 0 &&
           points.height() <= maxImagePoints))
         points = {};
-    beforeContent();
-    if (DocumentImages::insert(cursor_, *bytes, points))
-        hasContent_ = true;
+    if (bytes) {
+        beforeContent();
+        if (DocumentImages::insert(cursor_, *bytes, points)) {
+            hasContent_ = true;
+            return;
+        }
+    }
+    // A drawing no reader here can show (a metafile, a chart) leaves its alternative text.
+    if (!picture.description.trimmed().isEmpty())
+        write(u'[' + picture.description.simplified() + u']', paragraphChars_);
 }
 
 void BodyReader::startBlock(const QTextBlockFormat& block, const QTextCharFormat& chars) {
@@ -269,10 +411,21 @@ void BodyReader::beforeContent() {
 }
 
 void BodyReader::write(const QString& text, const QTextCharFormat& format) {
-    if (text.isEmpty())
+    if (text.isEmpty() || format.boolProperty(hiddenProperty))
+        return;
+    // Between a field's instruction and its result nothing shows.
+    if (!fields_.empty() && !fields_.back().inResult)
         return;
     beforeContent();
-    cursor_.insertText(text, format);
+    const auto link = std::find_if(fields_.rbegin(), fields_.rend(),
+                                   [](const Field& field) { return !field.href.isEmpty(); });
+    if (link == fields_.rend() || format.isAnchor()) {
+        cursor_.insertText(text, format);
+    } else {
+        QTextCharFormat linked = format;
+        setLink(linked, link->href);
+        cursor_.insertText(text, linked);
+    }
     hasContent_ = true;
 }
 
@@ -300,14 +453,19 @@ std::string mainPartOf(const ZipContainer& zip) {
     return "word/document.xml";
 }
 
+std::string relatedPartName(const ZipContainer& zip, const Ooxml::Relationships& relationships,
+                            QStringView type, std::string_view fallback) {
+    for (const auto& [id, relationship] : relationships) {
+        if (relationship.type == type && zip.contains(relationship.target))
+            return relationship.target;
+    }
+    return std::string(fallback);
+}
+
 std::optional<QByteArray> relatedPart(const ZipContainer& zip,
                                       const Ooxml::Relationships& relationships, QStringView type,
                                       std::string_view fallback) {
-    for (const auto& [id, relationship] : relationships) {
-        if (relationship.type == type && zip.contains(relationship.target))
-            return zip.part(relationship.target);
-    }
-    return zip.part(fallback);
+    return zip.part(relatedPartName(zip, relationships, type, fallback));
 }
 
 } // namespace
@@ -321,6 +479,8 @@ std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
     const Ooxml::Relationships relationships = Ooxml::readRelationships(zip, mainPart);
 
     Docx::Styles styles;
+    if (const auto theme = relatedPart(zip, relationships, u"theme", "word/theme/theme1.xml"))
+        styles.readTheme(*theme);
     if (const auto part = relatedPart(zip, relationships, u"styles", "word/styles.xml"))
         styles.read(*part);
     Docx::Numbering numbering;
@@ -328,7 +488,21 @@ std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
         numbering.read(*part);
 
     auto document = std::make_unique<QTextDocument>();
-    Docx::BodyReader(*content, relationships, zip, styles, numbering, *document).read();
+    Docx::Notes notes;
+    Docx::BodyReader(*content, relationships, zip, styles, numbering, *document, notes).read();
+    for (const auto& [kind, type, fallback] :
+         {std::tuple{Docx::NoteKind::footnote, u"footnotes", "word/footnotes.xml"},
+          std::tuple{Docx::NoteKind::endnote, u"endnotes", "word/endnotes.xml"}}) {
+        if (notes.of(kind).empty())
+            continue;
+        const std::string partName = relatedPartName(zip, relationships, type, fallback);
+        const auto part = zip.part(partName);
+        if (!part)
+            continue;
+        Docx::BodyReader(*part, Ooxml::readRelationships(zip, partName), zip, styles, numbering,
+                         *document, notes)
+            .readNotes(kind);
+    }
     return document;
 }
 

@@ -66,8 +66,25 @@ std::optional<int> intValue(const QXmlStreamReader& xml, int low, int high) {
     return static_cast<int>(*value);
 }
 
-void readFonts(const QXmlStreamReader& xml, QTextCharFormat& format) {
-    for (const char16_t* name : {u"ascii", u"hAnsi", u"cs", u"eastAsia"}) {
+// The font of Latin text: named, or a theme's (minorHAnsi…). East Asian and complex-script
+// fonts stand in only when the run names nothing else.
+void readFonts(const QXmlStreamReader& xml, QTextCharFormat& format, const Styles* styles) {
+    bool themed = false;
+    for (const auto& [name, themeName] :
+         {std::pair{u"ascii", u"asciiTheme"}, std::pair{u"hAnsi", u"hAnsiTheme"}}) {
+        QString family = wAttribute(xml, name);
+        const QString theme = wAttribute(xml, themeName);
+        if (family.isEmpty() && !theme.isEmpty() && styles != nullptr)
+            family = styles->themeFont(theme);
+        themed = themed || !theme.isEmpty();
+        if (!family.isEmpty()) {
+            format.setFontFamilies(QStringList{family});
+            return;
+        }
+    }
+    if (themed)
+        return;
+    for (const char16_t* name : {u"cs", u"eastAsia"}) {
         const QString family = wAttribute(xml, name);
         if (!family.isEmpty()) {
             format.setFontFamilies(QStringList{family});
@@ -152,11 +169,13 @@ void readRunProperties(QXmlStreamReader& xml, QTextCharFormat& format, const Sty
         if (isW(xml, u"rStyle") && styles != nullptr)
             format.merge(styles->character(wAttribute(xml, u"val")));
         else if (isW(xml, u"rFonts"))
-            readFonts(xml, format);
+            readFonts(xml, format, styles);
         else if (isW(xml, u"b"))
             format.setFontWeight(Ooxml::isOn(xml) ? QFont::Bold : QFont::Normal);
         else if (isW(xml, u"i"))
             format.setFontItalic(Ooxml::isOn(xml));
+        else if (isW(xml, u"vanish"))
+            format.setProperty(hiddenProperty, Ooxml::isOn(xml));
         else if (isW(xml, u"strike") || isW(xml, u"dstrike"))
             format.setFontStrikeOut(Ooxml::isOn(xml));
         else if (isW(xml, u"u"))
@@ -217,6 +236,30 @@ QTextCharFormat headingCharFormat(int level) {
     return format;
 }
 
+void Styles::readTheme(const QByteArray& bytes) {
+    QXmlStreamReader xml(bytes);
+    QString* font = nullptr;
+    try {
+        while (!xml.atEnd()) {
+            Ooxml::readNext(xml);
+            if (!xml.isStartElement())
+                continue;
+            if (xml.name() == u"majorFont")
+                font = &majorFont_;
+            else if (xml.name() == u"minorFont")
+                font = &minorFont_;
+            else if (xml.name() == u"latin" && font != nullptr && font->isEmpty())
+                *font = xml.attributes().value(QStringLiteral("typeface")).toString();
+        }
+    } catch (const std::exception&) {
+        // A damaged theme leaves the fonts it named so far; the text does not depend on it.
+    }
+}
+
+QString Styles::themeFont(const QString& name) const {
+    return name.startsWith(u"major") ? majorFont_ : minorFont_;
+}
+
 void Styles::read(const QByteArray& bytes) {
     QXmlStreamReader xml(bytes);
     if (!nextChild(xml))
@@ -240,7 +283,7 @@ void Styles::readDefaults(QXmlStreamReader& xml) {
         }
         while (nextChild(xml)) {
             if (run && isW(xml, u"rPr"))
-                readRunProperties(xml, defaultChars_, nullptr);
+                readRunProperties(xml, defaultChars_, this);
             else if (!run && isW(xml, u"pPr"))
                 defaultBlock_ = readParagraphProperties(xml).block;
             else
@@ -262,7 +305,7 @@ void Styles::readStyle(QXmlStreamReader& xml) {
         else if (isW(xml, u"name") && paragraph)
             style.headingLevel = headingLevelOfName(wAttribute(xml, u"val"));
         else if (isW(xml, u"rPr")) {
-            readRunProperties(xml, style.chars, nullptr);
+            readRunProperties(xml, style.chars, this);
             continue;
         } else if (isW(xml, u"pPr")) {
             style.paragraph = readParagraphProperties(xml);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "documents/HiddenText.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QTextFormat>
@@ -13,6 +15,9 @@ class QXmlStreamReader;
 namespace kelvane::Docx {
 
 class Styles;
+
+// Set on characters marked hidden (w:vanish): they are read but never shown.
+constexpr int hiddenProperty = HiddenText::property;
 
 // What one w:pPr sets; unset members leave the style's value in place.
 struct ParagraphProperties {
@@ -46,6 +51,11 @@ QTextCharFormat headingCharFormat(int level);
 // styles.xml: document defaults, paragraph and character styles with basedOn inheritance.
 class Styles {
 public:
+    // The fonts of the document's theme (word/theme/theme1.xml); read before the styles.
+    void readTheme(const QByteArray& xml);
+    // The Latin font a theme font name stands for ("minorHAnsi", "majorAscii"), or empty.
+    QString themeFont(const QString& name) const;
+
     // Throws on malformed XML.
     void read(const QByteArray& xml);
 
@@ -71,6 +81,8 @@ private:
     QString defaultParagraph_;
     QTextCharFormat defaultChars_;
     QTextBlockFormat defaultBlock_;
+    QString majorFont_;
+    QString minorFont_;
 };
 
 } // namespace kelvane::Docx

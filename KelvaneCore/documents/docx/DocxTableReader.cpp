@@ -20,6 +20,22 @@ void BodyReader::readTable(int depth) {
     }
     Table table;
     int columns = 1;
+    readTableChildren(depth, table, columns);
+    if (table.table == nullptr)
+        return;
+    for (const auto& [start, size] : table.merges) {
+        if (size.first > 1 || size.second > 1)
+            table.table->mergeCells(start.first, start.second, size.first, size.second);
+    }
+    cursor_ = table.table->lastCursorPosition();
+    cursor_.movePosition(QTextCursor::NextBlock);
+    blockUnused_ = true;
+    lists_.clear();
+}
+
+// Rows may sit inside content controls and custom XML, which only wrap them.
+void BodyReader::readTableChildren(int depth, Table& table, int& columns) {
+    checkDepth(depth);
     while (nextChild(xml_)) {
         if (isW(xml_, u"tblGrid")) {
             int gridColumns = 0;
@@ -45,20 +61,12 @@ void BodyReader::readTable(int depth) {
             ++tableNesting_;
             readRow(depth + 1, table);
             --tableNesting_;
+        } else if (isWrapper(xml_)) {
+            readTableChildren(depth + 1, table, columns);
         } else {
             xml_.skipCurrentElement();
         }
     }
-    if (table.table == nullptr)
-        return;
-    for (const auto& [start, size] : table.merges) {
-        if (size.first > 1 || size.second > 1)
-            table.table->mergeCells(start.first, start.second, size.first, size.second);
-    }
-    cursor_ = table.table->lastCursorPosition();
-    cursor_.movePosition(QTextCursor::NextBlock);
-    blockUnused_ = true;
-    lists_.clear();
 }
 
 void BodyReader::readRow(int depth, Table& table) {
@@ -69,9 +77,16 @@ void BodyReader::readRow(int depth, Table& table) {
     }
     ++table.rows;
     int column = 0;
+    readCells(depth, table, column);
+}
+
+void BodyReader::readCells(int depth, Table& table, int& column) {
+    checkDepth(depth);
     while (nextChild(xml_)) {
         if (isW(xml_, u"tc"))
             readCell(depth + 1, table, column);
+        else if (isWrapper(xml_))
+            readCells(depth + 1, table, column);
         else
             xml_.skipCurrentElement();
     }

@@ -120,6 +120,8 @@ void forEachDescendant(QXmlStreamReader& xml, const std::function<void()>& visit
             continue;
         ++level;
         visit();
+        if (xml.isEndElement()) // the visitor read the element to its end
+            --level;
     }
 }
 

@@ -73,7 +73,8 @@ void readNext(QXmlStreamReader& xml);
 bool nextChild(QXmlStreamReader& xml);
 
 // Calls `visit` at the start of every element inside the current one, however deep, and
-// returns at the current element's end; depth costs no stack.
+// returns at the current element's end; depth costs no stack. A visitor may read the element
+// it is called at to its end, and the walk goes on after it.
 void forEachDescendant(QXmlStreamReader& xml, const std::function<void()>& visit);
 
 struct Relationship {

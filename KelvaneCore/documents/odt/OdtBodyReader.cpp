@@ -1,6 +1,7 @@
 #include "documents/odt/OdtBodyReader.h"
 
 #include "documents/DocumentImages.h"
+#include "documents/HiddenText.h"
 #include "documents/ZipContainer.h"
 
 #include <QTextDocument>
@@ -145,14 +146,26 @@ void BodyReader::joinList(const QString& paragraphStyle) {
         return;
     }
     level.awaitingItem = false;
-    if (level.list) {
+    const QString style =
+        level.style.isEmpty() ? styles_.listStyleOfParagraph(paragraphStyle) : level.style;
+    const ListNumbering::Levels levels = styles_.listLevels(style);
+    const int index = std::min(nesting, ListNumbering::levels) - 1;
+    const QString label = counter_.next(level.counter, index, levels);
+    const auto look = ListNumbering::listLook(levels[static_cast<std::size_t>(index)], index);
+    if (look && level.list) {
         level.list->add(cursor_.block());
         return;
     }
-    const QString style =
-        level.style.isEmpty() ? styles_.listStyleOfParagraph(paragraphStyle) : level.style;
+    if (!look) { // a label no list can draw: a start value, or the numbers of levels above
+        put(label + u' ', cursor_.blockCharFormat());
+        return;
+    }
     QTextListFormat format;
-    format.setStyle(styles_.listStyle(style, nesting));
+    format.setStyle(look->style);
+    if (look->style < QTextListFormat::ListSquare) {
+        format.setNumberPrefix(look->prefix);
+        format.setNumberSuffix(look->suffix);
+    }
     format.setIndent(nesting);
     level.list = cursor_.createList(format);
 }
@@ -213,6 +226,8 @@ void BodyReader::readInlineElement(int depth, const QTextCharFormat& format) {
 // White space in OpenDocument text collapses to one space and vanishes at the start and end
 // of a paragraph; text:s, text:tab and text:line-break carry the spacing that counts.
 void BodyReader::writeText(QStringView text, const QTextCharFormat& format) {
+    if (format.boolProperty(HiddenText::property))
+        return;
     QString run;
     for (const QChar c : text) {
         if (!isSpace(c)) {
@@ -245,7 +260,8 @@ void BodyReader::readList(int depth) {
     QString style = attribute(xml_, ns::text, "style-name");
     if (style.isEmpty() && !lists_.empty())
         style = lists_.back().style;
-    lists_.push_back({style, nullptr, false});
+    lists_.push_back(
+        {style, nullptr, false, lists_.empty() ? ++listsStarted_ : lists_.front().counter});
     while (xml_.readNextStartElement()) {
         const bool item = isElement(xml_, ns::text, u"list-item");
         if (!item && !isElement(xml_, ns::text, u"list-header")) {
@@ -293,7 +309,7 @@ bool BodyReader::readImage(QSizeF size) {
                 xml_.skipCurrentElement();
         }
     }
-    if (DocumentImages::formatOf(bytes).isEmpty())
+    if (bytes.isEmpty())
         return false;
     if (pendingSpace_)
         cursor_.insertText(QStringLiteral(" "), pendingSpaceFormat_);
@@ -305,6 +321,7 @@ bool BodyReader::readImage(QSizeF size) {
 }
 
 void BodyReader::readNote(const QTextCharFormat& format) {
+    const QString noteClass = attribute(xml_, ns::text, "note-class");
     Note note;
     while (xml_.readNextStartElement()) {
         if (isElement(xml_, ns::text, u"note-citation"))
@@ -315,8 +332,10 @@ void BodyReader::readNote(const QTextCharFormat& format) {
         else
             xml_.skipCurrentElement();
     }
-    if (note.citation.isEmpty())
-        note.citation = QString::number(notes_.size() + 1);
+    // Notes are marked in figures, each class counted on its own: a letter or roman numeral
+    // would run into the word before it.
+    if (note.citation.isEmpty() || !note.citation.front().isDigit())
+        note.citation = QString::number(++noteCounts_[noteClass]);
     QTextCharFormat mark = format;
     mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
     put(note.citation, mark);

@@ -7,6 +7,7 @@
 #include <QTextDocumentFragment>
 #include <QXmlStreamReader>
 
+#include <map>
 #include <vector>
 
 class QTextDocument;
@@ -52,6 +53,7 @@ private:
         // Qt deletes a list once its last block leaves it (another list can take it over).
         QPointer<QTextList> list;
         bool awaitingItem = false; // the next paragraph starts a numbered item
+        int counter = 0;           // whose numbers the items take: one per outermost list
     };
     struct Table {
         QTextTable* table = nullptr;
@@ -90,6 +92,9 @@ private:
     const ZipContainer& zip_;
     QTextCursor cursor_;
     std::vector<ListLevel> lists_;
+    std::map<QString, int> noteCounts_; // by note class
+    ListNumbering::Counter counter_;
+    int listsStarted_ = 0;
     std::vector<Note> notes_;
     bool blockUnused_ = true;   // the cursor's block is still empty and awaits a paragraph
     bool hasContent_ = false;   // the current paragraph has shown something

@@ -1,5 +1,6 @@
 #include "documents/odt/OdtStyles.h"
 
+#include "documents/HiddenText.h"
 #include "documents/Units.h"
 
 #include <QColor>
@@ -112,28 +113,43 @@ void readParagraphProperties(const QXmlStreamReader& xml, QTextBlockFormat& form
         format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysAfter);
 }
 
-QTextListFormat::Style numberStyle(QStringView numFormat) {
-    if (numFormat == u"a")
-        return QTextListFormat::ListLowerAlpha;
-    if (numFormat == u"A")
-        return QTextListFormat::ListUpperAlpha;
-    if (numFormat == u"i")
-        return QTextListFormat::ListLowerRoman;
-    if (numFormat == u"I")
-        return QTextListFormat::ListUpperRoman;
-    if (numFormat.isEmpty())
-        return QTextListFormat::ListDisc; // a list without numbers still shows its items
-    return QTextListFormat::ListDecimal;
-}
+using ListNumbering::NumberFormat;
 
-QTextListFormat::Style bulletStyle(QStringView bullet) {
+ListNumbering::Level bullet(const QString& character) {
     static const QString circles = QStringLiteral("○◦❍o");
     static const QString squares = QStringLiteral("■□▪▫◼◻");
-    if (!bullet.isEmpty() && circles.contains(bullet.front()))
-        return QTextListFormat::ListCircle;
-    if (!bullet.isEmpty() && squares.contains(bullet.front()))
-        return QTextListFormat::ListSquare;
-    return QTextListFormat::ListDisc;
+    ListNumbering::Level level;
+    level.format = NumberFormat::bullet;
+    level.pattern = QStringLiteral("\u2022");
+    if (!character.isEmpty() && circles.contains(character.front()))
+        level.pattern = QStringLiteral("\u25e6");
+    else if (!character.isEmpty() && squares.contains(character.front()))
+        level.pattern = QStringLiteral("\u25aa");
+    return level;
+}
+
+// A numbered level: "1", "a", "A", "i", "I" between its prefix and suffix, showing as many of
+// the levels above as text:display-levels asks.
+ListNumbering::Level numbered(const QXmlStreamReader& xml, int index) {
+    const QString numFormat = attribute(xml, ns::style, "num-format");
+    if (numFormat.isEmpty())
+        return bullet({}); // a list without numbers still shows its items
+    ListNumbering::Level level;
+    level.format = numFormat == u"a"   ? NumberFormat::lowerLetter
+                   : numFormat == u"A" ? NumberFormat::upperLetter
+                   : numFormat == u"i" ? NumberFormat::lowerRoman
+                   : numFormat == u"I" ? NumberFormat::upperRoman
+                                       : NumberFormat::decimal;
+    const int shown = std::clamp(attribute(xml, ns::text, "display-levels").toInt(), 1, index + 1);
+    QStringList numbers;
+    for (int above = index + 1 - shown; above <= index; ++above)
+        numbers.append(u'%' + QString::number(above + 1));
+    level.pattern = attribute(xml, ns::style, "num-prefix") + numbers.join(u'.') +
+                    attribute(xml, ns::style, "num-suffix");
+    const QString start = attribute(xml, ns::text, "start-value");
+    if (!start.isEmpty())
+        level.start = std::clamp(start.toInt(), 0, 32767);
+    return level;
 }
 
 } // namespace
@@ -213,6 +229,8 @@ void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
             readLines(xml, style.text);
             readColours(xml, style.text);
             readPosition(valueOf(attributes, ns::style, "text-position"), style.text);
+            if (valueOf(attributes, ns::text, "display") == u"none")
+                style.text.setProperty(HiddenText::property, true);
             const auto size = valueOf(attributes, ns::fo, "font-size");
             if (auto points = pointsFromLength(size); points && *points > 0)
                 style.text.setFontPointSize(std::min(*points, 1000.0));
@@ -232,12 +250,13 @@ void Styles::readListStyle(QXmlStreamReader& xml, const QString& name) {
     levels.clear();
     while (xml.readNextStartElement()) {
         const int level = attribute(xml, ns::text, "level").toInt();
+        const int index = std::clamp(level, 1, ListNumbering::levels) - 1;
         if (isElement(xml, ns::text, u"list-level-style-number"))
-            levels[level] = numberStyle(attribute(xml, ns::style, "num-format"));
+            levels[level] = numbered(xml, index);
         else if (isElement(xml, ns::text, u"list-level-style-bullet"))
-            levels[level] = bulletStyle(attribute(xml, ns::text, "bullet-char"));
+            levels[level] = bullet(attribute(xml, ns::text, "bullet-char"));
         else if (isElement(xml, ns::text, u"list-level-style-image"))
-            levels[level] = QTextListFormat::ListDisc;
+            levels[level] = bullet({});
         xml.skipCurrentElement();
     }
 }
@@ -289,15 +308,24 @@ QString Styles::listStyleOfParagraph(const QString& name) const {
     return {};
 }
 
-QTextListFormat::Style Styles::listStyle(const QString& listName, int level) const {
+ListNumbering::Levels Styles::listLevels(const QString& listName) const {
+    ListNumbering::Levels levels;
+    levels.fill(bullet({}));
     const auto list = lists_.find(listName);
     if (list == lists_.end() || list->second.empty())
-        return QTextListFormat::ListDisc;
-    // A list style that stops short of a nesting level lends its deepest level below it.
-    auto found = list->second.upper_bound(level);
-    if (found == list->second.begin())
-        return found->second;
-    return std::prev(found)->second;
+        return levels;
+    for (int level = 1; level <= ListNumbering::levels; ++level) {
+        // A list style that stops short of a nesting level lends its deepest level below it.
+        auto found = list->second.upper_bound(level);
+        if (found != list->second.begin())
+            --found;
+        ListNumbering::Level lent = found->second;
+        if (found->first != level && lent.format != ListNumbering::NumberFormat::bullet)
+            lent.pattern.replace(u'%' + QString::number(found->first),
+                                 u'%' + QString::number(level));
+        levels[static_cast<std::size_t>(level - 1)] = lent;
+    }
+    return levels;
 }
 
 std::optional<QFont> Styles::defaultFont() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "documents/ListNumbering.h"
+
 #include <QByteArray>
 #include <QFont>
 #include <QString>
@@ -52,7 +54,8 @@ public:
     void applyParagraph(const QString& name, QTextBlockFormat& format) const;
     // The list style a paragraph style attaches its paragraphs to, or empty.
     QString listStyleOfParagraph(const QString& name) const;
-    QTextListFormat::Style listStyle(const QString& listName, int level) const;
+    // The levels of a list style; bullets for a list style the document does not define.
+    ListNumbering::Levels listLevels(const QString& listName) const;
 
     // The font of the default paragraph style, when it names a family.
     std::optional<QFont> defaultFont() const;
@@ -73,8 +76,8 @@ private:
     const Style* find(QStringView family, const QString& name) const;
 
     std::map<QString, QString> fonts_;
-    std::map<QString, Style> styles_; // keyed by family, '/', name
-    std::map<QString, std::map<int, QTextListFormat::Style>> lists_;
+    std::map<QString, Style> styles_;                              // keyed by family, '/', name
+    std::map<QString, std::map<int, ListNumbering::Level>> lists_; // by level, from 1
     std::optional<Style> defaultParagraph_;
 };
 

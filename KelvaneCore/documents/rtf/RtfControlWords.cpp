@@ -11,6 +11,7 @@ constexpr std::size_t maxLists = 4096;
 constexpr std::size_t maxListLevels = 9;
 constexpr int maxIndentTwips = 31680; // 22 inches, wider than any page
 constexpr int maxUnicodeSkip = 16;
+constexpr qsizetype maxNoteText = 1 << 20;
 
 int boundedTwips(int twips) {
     return std::clamp(twips, -maxIndentTwips, maxIndentTwips);
@@ -63,6 +64,10 @@ void Reader::controlWord(const Token& token) {
     case Destination::Picture:
     case Destination::Graphic:
         return pictureWord(info, token);
+    case Destination::Footnote:
+        if (info.keyword == Keyword::Paragraph && notes_.back().size() < maxNoteText)
+            notes_.back() += u' ';
+        return;
     }
 }
 
@@ -109,6 +114,14 @@ bool Reader::enterDestination(Keyword keyword) {
     case Keyword::Numbering:
         current.destination = Destination::Numbering;
         numbering_ = {true, 1, decimalNumbers};
+        return true;
+    case Keyword::Footnote:
+        if (notes_.size() >= maxFields || current.destination != Destination::Body) {
+            skipDepth_ = 1;
+            return true;
+        }
+        notes_.emplace_back();
+        current.destination = Destination::Footnote;
         return true;
     case Keyword::PassThrough:
         return true;
@@ -188,6 +201,17 @@ bool Reader::characterWord(KeywordInfo info, const Token& token) {
     case Keyword::NoSuperSub:
         chars.vertical = QTextCharFormat::AlignNormal;
         break;
+    case Keyword::Hidden:
+        chars.hidden = on;
+        break;
+    case Keyword::FootnoteMark: { // the number of the note that follows
+        QTextCharFormat mark = charFormat();
+        mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+        if (state().destination == Destination::Body && !chars.hidden)
+            builder_.insertText(QString::number(notes_.size() + 1), mark,
+                                state().paragraph.inTable);
+        break;
+    }
     default:
         return false;
     }

@@ -43,7 +43,10 @@ enum class Keyword {
     Superscript,
     Subscript,
     NoSuperSub,
+    Hidden,
     Character,
+    Footnote,     // a note: its text goes to the end of the document
+    FootnoteMark, // \chftn, the note's automatic number
     // tables of fonts, colours and lists
     FontCharset,
     FontCodePage,

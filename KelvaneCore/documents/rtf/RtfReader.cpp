@@ -156,7 +156,7 @@ bool Reader::endGroup() {
     if (stack_.size() <= 1) {
         // The outermost group closed: the document ends here, whatever follows.
         if (!stack_.empty())
-            builder_.finish(paragraphEnd());
+            finishWithNotes();
         stack_.clear();
         ended_ = true;
         return false;
@@ -250,6 +250,10 @@ void Reader::deliver(QString text) {
         for (qsizetype i = text.count(u';'); i > 0; --i)
             commitColor();
         return;
+    case Destination::Footnote:
+        if (!state().chars.hidden)
+            appendBounded(notes_.back(), text);
+        return;
     case Destination::FieldInstruction:
         if (state().field >= 0)
             appendBounded(fields_[static_cast<std::size_t>(state().field)].instruction, text);
@@ -263,12 +267,28 @@ void Reader::deliver(QString text) {
     }
 }
 
+// Footnotes follow the text, each a paragraph led by its number.
+void Reader::finishWithNotes() {
+    if (notes_.empty())
+        return builder_.finish(paragraphEnd());
+    if (builder_.paragraphStarted())
+        builder_.endParagraph(paragraphEnd(), false);
+    QTextCharFormat mark;
+    mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+    for (std::size_t note = 0; note < notes_.size(); ++note) {
+        builder_.insertText(QString::number(note + 1), mark, false);
+        builder_.insertText(u' ' + notes_[note].simplified(), QTextCharFormat(), false);
+        builder_.endParagraph({}, false);
+    }
+    builder_.finish({});
+}
+
 void Reader::deliverToBody(QString text) {
     if (skipAttachmentMark_ && text.startsWith(QChar(0x00AC)))
         text.remove(0, 1); // the stand-in character an RTFD package puts after each attachment
     skipAttachmentMark_ = false;
     text.removeIf([](QChar c) { return c.unicode() < 0x20 && c != u'\t'; });
-    if (!text.isEmpty())
+    if (!text.isEmpty() && !state().chars.hidden)
         builder_.insertText(text, charFormat(), state().paragraph.inTable);
 }
 

@@ -29,6 +29,7 @@ enum class Destination {
     ListText,
     Numbering,
     Graphic,
+    Footnote,
 };
 
 struct CharacterState {
@@ -38,7 +39,8 @@ struct CharacterState {
     bool italic = false;
     bool underline = false;
     bool strike = false;
-    int foreground = 0; // colour table indexes; 0 is the automatic colour
+    bool hidden = false; // \v: read, never shown
+    int foreground = 0;  // colour table indexes; 0 is the automatic colour
     int background = 0;
     QTextCharFormat::VerticalAlignment vertical = QTextCharFormat::AlignNormal;
 };
@@ -141,6 +143,7 @@ private:
 
     // RtfParagraphs.cpp: what a paragraph turns into when it ends
     void endParagraph();
+    void finishWithNotes();
     ParagraphEnd paragraphEnd() const;
     std::optional<ListItem> listItem() const;
 
@@ -180,6 +183,7 @@ private:
     QString listText_;
 
     std::vector<Field> fields_;
+    std::vector<QString> notes_; // footnote texts, in order
     Picture picture_;
     bool skipAttachmentMark_ = false;
 };

@@ -20,7 +20,7 @@ QByteArray readSource(const std::filesystem::path& file) {
     return bytes;
 }
 
-std::unique_ptr<QTextDocument> readPlainText(const std::filesystem::path& file) {
+QString readPlainTextString(const std::filesystem::path& file) {
     QByteArray bytes = readSource(file);
     if (bytes.startsWith("\xef\xbb\xbf"))
         bytes.remove(0, 3);
@@ -30,6 +30,14 @@ std::unique_ptr<QTextDocument> readPlainText(const std::filesystem::path& file) 
     // than refuse it.
     if (utf8.hasError())
         text = QString::fromLatin1(bytes);
+    bytes.clear();
+    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    text.replace(u'\r', u'\n');
+    return text;
+}
+
+std::unique_ptr<QTextDocument> readPlainText(const std::filesystem::path& file) {
+    const QString text = readPlainTextString(file);
     auto document = std::make_unique<QTextDocument>();
     document->setPlainText(text);
     return document;

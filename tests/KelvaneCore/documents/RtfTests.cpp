@@ -134,12 +134,15 @@ TEST(RtfReader, DecodesUnicodeEscapesAndCodePages) {
                                  u"\u2014\u00a0{}\\"));
 }
 
-TEST(RtfReader, SkipsDestinationsWithoutText) {
+// Hidden text and destinations without text stay out; footnotes follow the text, numbered.
+TEST(RtfReader, SkipsHiddenTextAndMovesFootnotesToTheEnd) {
     const auto document = read("{\\info{\\title Secret title}{\\author Someone}}"
                                "{\\stylesheet{\\s1 heading 1;}}{\\header Head text\\par}"
                                "{\\*\\generator Writer 1.0;}{\\*\\unknown {\\nested words}}"
-                               "\\pard Visible{\\footnote note}\\par");
-    EXPECT_EQ(document->toPlainText(), "Visible");
+                               "\\pard Visible{\\v hidden words}{\\super\\chftn}{\\footnote\\pard "
+                               "{\\super\\chftn} A note\\par with two lines}. After\\par");
+    EXPECT_EQ(document->toPlainText(), "Visible1. After\n1 A note with two lines");
+    EXPECT_EQ(formatOf(*document, "1").verticalAlignment(), QTextCharFormat::AlignSuperScript);
 }
 
 TEST(RtfReader, HyperlinkFieldBecomesAnAnchor) {
