@@ -59,6 +59,7 @@ public:
 
 private:
     void collectLists();
+    void writeStyleSheet();
     void writeListTables();
     void writeListLevel(const QTextList& list, int level);
     void writeFrame(const QTextFrame& frame);
@@ -66,6 +67,7 @@ private:
     void writeParagraphProperties(const QTextBlock& block);
     void writeTable(const QTextTable& table);
     std::vector<int> cellRights(const QTextTable& table) const;
+    static QByteArray mergeOf(const QTextTableCell& cell, int row, int column);
     void writeCell(const QTextTableCell& cell);
     int listNumber(const QTextList* list) const;
 
@@ -81,10 +83,20 @@ QByteArray Writer::write() {
     out_ = "{\\rtf1\\ansi\\ansicpg1252\\deff0\\uc1\n";
     out_ += tables_.fontTable();
     out_ += tables_.colorTable();
+    writeStyleSheet();
     writeListTables();
     writeFrame(*document_.rootFrame());
     out_ += "}\n";
     return out_;
+}
+
+// Headings name their styles, so that word processors reading the file find headings.
+void Writer::writeStyleSheet() {
+    out_ += "{\\stylesheet{\\s0 Normal;}";
+    for (int level = 1; level <= 6; ++level)
+        out_ += "{\\s" + QByteArray::number(level) + "\\sbasedon0\\snext0\\outlinelevel" +
+                QByteArray::number(level - 1) + " heading " + QByteArray::number(level) + ";}";
+    out_ += "}\n";
 }
 
 void Writer::collectLists() {
@@ -193,14 +205,17 @@ void Writer::writeParagraphProperties(const QTextBlock& block) {
         out_ += "\\ri" + twips(format.rightMargin());
     const int heading = format.headingLevel();
     if (heading >= 1 && heading <= 6)
-        out_ += "\\outlinelevel" + QByteArray::number(heading - 1);
+        out_ += "\\s" + QByteArray::number(heading) + "\\outlinelevel" +
+                QByteArray::number(heading - 1);
 }
 
 void Writer::writeTable(const QTextTable& table) {
     const std::vector<int> rights = cellRights(table);
     for (int row = 0; row < table.rows(); ++row) {
         out_ += "\\trowd\\trgaph108";
-        for (const int right : rights) {
+        for (int column = 0; column < static_cast<int>(rights.size()); ++column) {
+            const int right = rights[static_cast<std::size_t>(column)];
+            out_ += mergeOf(table.cellAt(row, column), row, column);
             out_ += "\\clbrdrt\\brdrs\\brdrw10\\clbrdrl\\brdrs\\brdrw10"
                     "\\clbrdrb\\brdrs\\brdrw10\\clbrdrr\\brdrs\\brdrw10\\cellx" +
                     QByteArray::number(right);
@@ -216,6 +231,19 @@ void Writer::writeTable(const QTextTable& table) {
         }
         out_ += "\\row\n";
     }
+}
+
+// The marks of a grid cell inside a merged cell: the first of a run across (\\clmgf) or down
+// (\\clvmgf), or one the first covers (\\clmrg, \\clvmrg).
+QByteArray Writer::mergeOf(const QTextTableCell& cell, int row, int column) {
+    QByteArray marks;
+    if (!cell.isValid())
+        return marks;
+    if (cell.columnSpan() > 1)
+        marks += cell.column() == column ? "\\clmgf" : "\\clmrg";
+    if (cell.rowSpan() > 1)
+        marks += cell.row() == row ? "\\clvmgf" : "\\clvmrg";
+    return marks;
 }
 
 std::vector<int> Writer::cellRights(const QTextTable& table) const {

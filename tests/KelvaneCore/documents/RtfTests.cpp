@@ -435,6 +435,26 @@ TEST(RtfWriter, EdgeDocumentsReadBack) {
     ASSERT_EQ(images.size(), 2u);
     EXPECT_EQ(DocumentImages::encoded(*read, images[1]).bytes, png);
     EXPECT_EQ(read->rootFrame()->childFrames().size(), 2);
+
+    // Merged cells say so, across and down; headings name their style in a stylesheet.
+    QTextDocument merged;
+    QTextCursor at(&merged);
+    QTextBlockFormat heading;
+    heading.setHeadingLevel(2);
+    at.insertBlock(heading);
+    at.insertText("Title");
+    QTextTable* grid = at.insertTable(3, 3);
+    grid->cellAt(0, 0).firstCursorPosition().insertText("wide");
+    grid->mergeCells(0, 0, 1, 2);
+    grid->mergeCells(1, 2, 2, 1);
+    const QByteArray rtf = DocumentFormats::writeRtf(merged);
+    EXPECT_EQ(rtf.count("\\clmgf"), 1);
+    EXPECT_EQ(rtf.count("\\clmrg"), 1);
+    EXPECT_EQ(rtf.count("\\clvmgf"), 1);
+    EXPECT_EQ(rtf.count("\\clvmrg"), 1);
+    EXPECT_TRUE(rtf.contains("{\\s2\\sbasedon0\\snext0\\outlinelevel1 heading 2;}"));
+    EXPECT_TRUE(rtf.contains("\\s2\\outlinelevel1"));
+    EXPECT_EQ(cellText(*firstTable(*DocumentFormats::readRtf(rtf)), 0, 0), "wide");
 }
 
 QString pandoc(const fs::path& folder, const QStringList& arguments) {
