@@ -7,6 +7,7 @@
 #include <QPdfWriter>
 #include <QTextBlock>
 #include <QTextDocument>
+#include <QTextLayout>
 
 #include <algorithm>
 #include <cmath>
@@ -155,7 +156,12 @@ std::optional<std::pair<int, int>> carriedFrom(QTextDocument& document, double p
     }
     if (!first.isValid())
         return std::nullopt;
-    const int page = static_cast<int>(layout->blockBoundingRect(first).top() / pageHeight);
+    // A line that does not fit is moved to the next page inside its block: the page is that
+    // of the block's first line, not of the block's top.
+    double top = layout->blockBoundingRect(first).top();
+    if (const QTextLayout* lines = first.layout(); lines != nullptr && lines->lineCount() > 0)
+        top = lines->position().y() + lines->lineAt(0).y();
+    const int page = static_cast<int>(std::floor((top + 0.5) / pageHeight));
     if (page < 1)
         return std::nullopt;
     return std::pair{first.position(), page};
