@@ -193,10 +193,11 @@ TEST(DocumentText, WordAndOpenDocumentFilesCarryTheChosenPaper) {
         const QByteArray body = docx.part("word/document.xml").value_or(QByteArray());
         EXPECT_TRUE(body.contains(QByteArray("w:w=\"") + widthTwips + "\" w:h=\"" + heightTwips))
             << widthTwips;
-        const auto odt = ZipContainer::open(
-            DocumentTools::convert(input, Recipe::docToODT, withPageSize(size)));
-        EXPECT_TRUE(odt.part("styles.xml").value_or(QByteArray()).contains(
-            QByteArray("fo:page-width=\"") + odtWidth))
+        const auto odt =
+            ZipContainer::open(DocumentTools::convert(input, Recipe::docToODT, withPageSize(size)));
+        EXPECT_TRUE(odt.part("styles.xml")
+                        .value_or(QByteArray())
+                        .contains(QByteArray("fo:page-width=\"") + odtWidth))
             << odtWidth;
     }
 }
