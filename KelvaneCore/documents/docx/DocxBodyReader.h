@@ -63,6 +63,8 @@ struct Table {
     // for the whole grid, as QTextTable loses track of cells when rows are appended below
     // merged ones.
     std::map<std::pair<int, int>, std::pair<int, int>> merges;
+    bool bordered = false; // a table or cell border, or a grid style, draws lines
+    int headerRows = 0;    // rows at the top repeated on every page
 };
 
 // Walks w:body into a QTextDocument, one cursor moving through paragraphs and table cells.
@@ -107,10 +109,12 @@ private:
     void readTableChildren(int depth, Table& table, int& columns);
     void readRow(int depth, Table& table);
     void readCells(int depth, Table& table, int& column);
+    void readRowProperties(Table& table);
     struct CellProperties {
         int span = 1;
         bool merged = false; // part of a vertical merge
         bool restart = false;
+        bool bordered = false;
     };
     void readCell(int depth, Table& table, int& column);
     CellProperties readCellProperties();

@@ -12,6 +12,38 @@ using Ooxml::isW;
 using Ooxml::nextChild;
 using Ooxml::wAttribute;
 
+namespace {
+
+// Whether the current w:tblPr, w:tcPr or w:tcBorders draws any line, to its end.
+bool drawsLines(QXmlStreamReader& xml) {
+    bool lines = false;
+    // How deep inside w:tblBorders or w:tcBorders, the current element included.
+    int borders = isW(xml, u"tblBorders") || isW(xml, u"tcBorders") ? 1 : 0;
+    for (int level = 1; level > 0;) {
+        Ooxml::readNext(xml);
+        if (xml.isEndElement()) {
+            --level;
+            if (isW(xml, u"tblBorders") || isW(xml, u"tcBorders"))
+                --borders;
+            continue;
+        }
+        if (!xml.isStartElement())
+            continue;
+        ++level;
+        if (isW(xml, u"tblBorders") || isW(xml, u"tcBorders")) {
+            ++borders;
+        } else if (isW(xml, u"tblStyle")) {
+            lines = lines || wAttribute(xml, u"val").contains(u"Grid", Qt::CaseInsensitive);
+        } else if (borders > 0) {
+            const QString line = wAttribute(xml, u"val");
+            lines = lines || (!line.isEmpty() && line != u"none" && line != u"nil");
+        }
+    }
+    return lines;
+}
+
+} // namespace
+
 void BodyReader::readTable(int depth) {
     checkDepth(depth);
     if (tableNesting_ >= maxTableNesting) {
@@ -27,6 +59,10 @@ void BodyReader::readTable(int depth) {
         if (size.first > 1 || size.second > 1)
             table.table->mergeCells(start.first, start.second, size.first, size.second);
     }
+    QTextTableFormat format = table.table->format();
+    format.setBorder(table.bordered ? 1 : 0);
+    format.setHeaderRowCount(table.headerRows);
+    table.table->setFormat(format);
     cursor_ = table.table->lastCursorPosition();
     cursor_.movePosition(QTextCursor::NextBlock);
     blockUnused_ = true;
@@ -37,7 +73,9 @@ void BodyReader::readTable(int depth) {
 void BodyReader::readTableChildren(int depth, Table& table, int& columns) {
     checkDepth(depth);
     while (nextChild(xml_)) {
-        if (isW(xml_, u"tblGrid")) {
+        if (isW(xml_, u"tblPr")) {
+            table.bordered = drawsLines(xml_) || table.bordered;
+        } else if (isW(xml_, u"tblGrid")) {
             int gridColumns = 0;
             while (nextChild(xml_)) {
                 gridColumns += isW(xml_, u"gridCol") ? 1 : 0;
@@ -85,6 +123,8 @@ void BodyReader::readCells(int depth, Table& table, int& column) {
     while (nextChild(xml_)) {
         if (isW(xml_, u"tc"))
             readCell(depth + 1, table, column);
+        else if (isW(xml_, u"trPr"))
+            readRowProperties(table);
         else if (isWrapper(xml_))
             readCells(depth + 1, table, column);
         else
@@ -99,6 +139,7 @@ void BodyReader::readCell(int depth, Table& table, int& column) {
     while (nextChild(xml_)) {
         if (!placed && isW(xml_, u"tcPr")) {
             properties = readCellProperties();
+            table.bordered = table.bordered || properties.bordered;
             continue;
         }
         if (!placed && !placeCell(table, column, properties)) {
@@ -113,9 +154,24 @@ void BodyReader::readCell(int depth, Table& table, int& column) {
         placeCell(table, column, properties);
 }
 
+// A row marked as a header (w:tblHeader) repeats on each page while the rows above it do too.
+void BodyReader::readRowProperties(Table& table) {
+    bool header = false;
+    while (nextChild(xml_)) {
+        header = header || (isW(xml_, u"tblHeader") && Ooxml::isOn(xml_));
+        xml_.skipCurrentElement();
+    }
+    if (header && table.headerRows == table.rows - 1)
+        table.headerRows = table.rows;
+}
+
 BodyReader::CellProperties BodyReader::readCellProperties() {
     CellProperties properties;
     while (nextChild(xml_)) {
+        if (isW(xml_, u"tcBorders")) {
+            properties.bordered = drawsLines(xml_);
+            continue;
+        }
         if (isW(xml_, u"gridSpan")) {
             properties.span = std::clamp(wAttribute(xml_, u"val").toInt(), 1, maxTableColumns);
         } else if (isW(xml_, u"vMerge")) {

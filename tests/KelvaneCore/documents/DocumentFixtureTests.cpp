@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QTextTable>
 
 #include <gtest/gtest.h>
 #include <set>
@@ -152,6 +153,21 @@ TEST(DocumentFixtures, NumberingShowsTheLabelsTheAuthorSet) {
         EXPECT_TRUE(pdf.contains("1.2. Inner ladders")) << pdf.toStdString();
         EXPECT_TRUE(pdf.contains("2. Outer storage")) << pdf.toStdString();
     }
+}
+
+// A layout table without lines stays without them; a lined one keeps its lines and its merged
+// heading cell.
+TEST(DocumentFixtures, TablesKeepTheirLinesAndMergedCells) {
+    const auto document = DocumentTools::read(folder / "layout.docx");
+    const auto tableWith = [&](const char* word) {
+        return QTextCursor(document->find(word)).currentTable();
+    };
+    QTextTable* layout = tableWith("meadow");
+    QTextTable* lined = tableWith("Merged");
+    ASSERT_TRUE(layout && lined);
+    EXPECT_EQ(layout->format().border(), 0);
+    EXPECT_GT(lined->format().border(), 0);
+    EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2);
 }
 
 } // namespace
