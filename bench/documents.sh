@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Document benchmark: a DOCX of about 100 pages (text, headings, tables, pictures) to PDF with our CLI,
 # against LibreOffice's converter (cold: a fresh profile each run) and pandoc's DOCX to HTML
-# on the same file. Prints seconds (median of the runs) and the ratio ours/theirs.
+# on the same file. Prints seconds (median of the runs) and the ratio ours/theirs. Then, for
+# the report and every committed document fixture, the page counts of both PDFs and the words
+# each kept of those pandoc reads in the source (RTF: in its DOCX twin).
 set -euo pipefail
 cli=${KELVANE_CLI:-build/kelvane-cli/kelvane-cli}
 runs=${RUNS:-5}
@@ -41,3 +43,35 @@ if command -v soffice >/dev/null 2>&1; then
 else
     echo "soffice not installed: 'make bench' installs it (libreoffice-writer-nogui)"
 fi
+
+# words FILE → the distinct runs of letters in a text file, lower-cased, one a line
+words() { grep -oP '\p{L}+' "$1" | tr '[:upper:]' '[:lower:]' | sort -u; }
+kept() { # reference-words our-words → "kept/total"
+    printf '%s/%s' "$(comm -12 "$1" "$2" | wc -l)" "$(wc -l <"$1")"
+}
+pages() { pdfinfo "$1" 2>/dev/null | awk '/^Pages/ { print $2 }'; }
+
+command -v soffice >/dev/null 2>&1 || exit 0
+printf '\n%-24s %6s %6s %12s %12s\n' file pages lo-pages words-ours words-lo
+rm -f "$work"/*converted*
+cp tests/fixtures/files/documents/*.{docx,odt,rtf} "$work/"
+profile=$(mktemp -d "$work/profile-XXXXXX")
+for file in "$work/report.docx" "$work"/*.odt "$work"/*.rtf "$work"/[!r]*.docx; do
+    name=$(basename "$file")
+    stem=${name%.*}
+    source=$file
+    [[ $name == *.rtf ]] && source="$work/$stem.docx"
+    pandoc -t plain "$source" 2>/dev/null | sed 's/\\[A-Za-z]*//g' >"$work/ref.txt"
+    words "$work/ref.txt" >"$work/ref.words"
+    "$cli" convert --recipe docToPDF "$file" >/dev/null 2>&1 || true
+    ours="$work/$stem (converted).pdf"
+    pdftotext "$ours" "$work/ours.txt" 2>/dev/null || : >"$work/ours.txt"
+    words "$work/ours.txt" >"$work/ours.words"
+    mkdir -p "$work/lo-$stem"
+    soffice -env:UserInstallation=file://"$profile" --headless --convert-to pdf --outdir "$work/lo-$stem" "$file" >/dev/null 2>&1
+    pdftotext "$work/lo-$stem/$stem.pdf" "$work/lo.txt" 2>/dev/null || : >"$work/lo.txt"
+    words "$work/lo.txt" >"$work/lo.words"
+    printf '%-24s %6s %6s %12s %12s\n' "$name" "$(pages "$ours")" "$(pages "$work/lo-$stem/$stem.pdf")" \
+        "$(kept "$work/ref.words" "$work/ours.words")" "$(kept "$work/ref.words" "$work/lo.words")"
+    rm -f "$ours"
+done

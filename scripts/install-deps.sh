@@ -48,8 +48,13 @@ packages=(
     libx11-dev
     libxfixes-dev
     libxi-dev
+    # Documents name fonts that are not installed: these share their metrics (Calibri, Cambria)
+    fonts-crosextra-carlito
+    fonts-crosextra-caladea
     # Legacy Word documents are read by a command-line tool run as a child process
     antiword
+    # TIFF and other pictures inside documents, through Qt's image readers
+    qt6-image-formats-plugins
     # Tests: an independent document reader, and poppler to read PDFs back
     libgtest-dev
     libgmock-dev

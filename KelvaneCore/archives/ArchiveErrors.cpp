@@ -1,6 +1,6 @@
 #include "archives/ArchiveErrors.h"
 
-#include "archives/LibArchive.h"
+#include "libarchive/LibArchive.h"
 
 #include <cstdio>
 #include <string>

@@ -1,7 +1,7 @@
 #include "archives/ArchiveErrors.h"
 #include "archives/ArchiveTools.h"
-#include "archives/LibArchive.h"
 #include "archives/UnzipCheck.h"
+#include "libarchive/LibArchive.h"
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "archives/ArchiveTools.h"
-#include "archives/LibArchive.h"
+#include "libarchive/LibArchive.h"
 
 #include <cstdint>
 #include <filesystem>

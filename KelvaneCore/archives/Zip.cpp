@@ -1,8 +1,8 @@
 #include "archives/ArchiveErrors.h"
 #include "archives/ArchiveTools.h"
-#include "archives/LibArchive.h"
 #include "archives/TemporaryRoot.h"
 #include "archives/ZipSources.h"
+#include "libarchive/LibArchive.h"
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "options/ConversionOptions.h"
+
 #include <QByteArray>
 
 #include <filesystem>
@@ -25,6 +27,12 @@ class QTextDocument;
 //   nesting level starting at 1;
 // - simple tables: QTextTable, one cell per grid cell, text and character formats inside;
 // - images: inserted and read through DocumentImages (original PNG/JPEG bytes kept).
+// - list labels a QTextList cannot draw (start values, "1.2." patterns, outline numbers of
+//   headings) are text at the start of the paragraph; ListNumbering counts them for every
+//   reader alike;
+// - footnotes and endnotes: a superscript number where the note is referred to, and the
+//   notes as paragraphs after the text, each led by its number;
+// - hidden text is left out (HiddenText.h).
 namespace kelvane::DocumentFormats {
 
 // Largest source accepted by the readers of plain text, HTML and RTF; a longer document
@@ -41,10 +49,13 @@ std::unique_ptr<QTextDocument> readRtf(const QByteArray& rtf,
 std::unique_ptr<QTextDocument> readRtfd(const std::filesystem::path& package);
 std::unique_ptr<QTextDocument> readHtml(const std::filesystem::path& file);
 std::unique_ptr<QTextDocument> readPlainText(const std::filesystem::path& file);
+// The characters of a plain text file, line ends made "\n".
+QString readPlainTextString(const std::filesystem::path& file);
 
-QByteArray writeDocx(const QTextDocument& document);
+// DOCX and ODT carry the paper they are printed on, with one-inch margins.
+QByteArray writeDocx(const QTextDocument& document, PageSize paper = PageSize::letter);
 QByteArray writeRtf(const QTextDocument& document);
-QByteArray writeOdt(const QTextDocument& document);
+QByteArray writeOdt(const QTextDocument& document, PageSize paper = PageSize::letter);
 QByteArray writeHtml(const QTextDocument& document);
 QByteArray writePlainText(const QTextDocument& document);
 

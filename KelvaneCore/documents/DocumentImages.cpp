@@ -27,6 +27,23 @@ QSize pixelSize(const QByteArray& bytes) {
                : QSize();
 }
 
+// Pictures in other formats Qt reads (GIF, BMP, TIFF…) become PNG, which keeps every pixel.
+QByteArray asPng(const QByteArray& bytes) {
+    if (!pixelSize(bytes).isValid())
+        return {};
+    QBuffer source;
+    source.setData(bytes);
+    QImageReader reader(&source);
+    reader.setAutoTransform(true);
+    const QImage image = reader.read();
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (image.isNull() || !image.save(&buffer, "PNG"))
+        return {};
+    return png;
+}
+
 } // namespace
 
 QString formatOf(const QByteArray& bytes) {
@@ -37,7 +54,8 @@ QString formatOf(const QByteArray& bytes) {
     return {};
 }
 
-bool insert(QTextCursor& cursor, const QByteArray& bytes, QSizeF displaySize) {
+bool insert(QTextCursor& cursor, const QByteArray& original, QSizeF displaySize) {
+    const QByteArray bytes = formatOf(original).isEmpty() ? asPng(original) : original;
     const QString format = formatOf(bytes);
     const QSize pixels = pixelSize(bytes);
     if (format.isEmpty() || !pixels.isValid())

@@ -21,8 +21,9 @@ struct EncodedImage {
 };
 
 // Inserts an image at the cursor. `displaySize` in points; an empty size shows one image
-// pixel per CSS pixel. Returns false, inserting nothing, when the bytes are not a PNG or JPEG
-// that decodes.
+// pixel per CSS pixel. PNG and JPEG are kept as they are; other pictures Qt's image readers
+// decode (GIF, BMP, TIFF…) are kept as PNG. Returns false, inserting nothing, when the bytes
+// do not decode.
 bool insert(QTextCursor& cursor, const QByteArray& bytes, QSizeF displaySize = {});
 
 // The image an image format refers to; any other decodable resource is re-encoded as PNG.

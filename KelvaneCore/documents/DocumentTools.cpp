@@ -1,6 +1,7 @@
 #include "documents/DocumentTools.h"
 
 #include "catalogue/FileKind.h"
+#include "catalogue/TypeTable.h"
 #include "documents/DocumentFormats.h"
 #include "naming/ConversionError.h"
 #include "naming/OutputNaming.h"
@@ -50,12 +51,24 @@ std::unique_ptr<QTextDocument> readGuessingType(const std::filesystem::path& fil
 }
 
 // What text without a font of its own is shown in, as a word processor would start.
-void setDefaultFont(QTextDocument& document) {
+QFont startingFont() {
     QFont font;
     font.setFamilies({QStringLiteral("Helvetica"), QStringLiteral("Liberation Sans"),
                       QStringLiteral("DejaVu Sans")});
     font.setPointSizeF(12);
-    document.setDefaultFont(font);
+    return font;
+}
+
+// Plain text goes to PDF without a document of the whole text: a long file is laid out a
+// slice at a time.
+QByteArray plainTextToPdf(const std::filesystem::path& input, const ConversionOptions& options) {
+    QString text;
+    try {
+        text = DocumentFormats::readPlainTextString(input);
+    } catch (const std::exception&) {
+        throw ConversionError::unreadableDocument(input.filename().string());
+    }
+    return plainTextPdf(text, startingFont(), options.pdfPageSize);
 }
 
 QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
@@ -66,11 +79,11 @@ QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
     case Recipe::docToTXT:
         return DocumentFormats::writePlainText(document);
     case Recipe::docToDOCX:
-        return DocumentFormats::writeDocx(document);
+        return DocumentFormats::writeDocx(document, options.pdfPageSize);
     case Recipe::docToHTML:
         return DocumentFormats::writeHtml(document);
     case Recipe::docToODT:
-        return DocumentFormats::writeOdt(document);
+        return DocumentFormats::writeOdt(document, options.pdfPageSize);
     default:
         return DocumentFormats::writeRtf(document);
     }
@@ -94,7 +107,16 @@ std::optional<DocumentType> readType(const std::filesystem::path& url) {
         return DocumentType::html;
     if (extension == "txt" || extension == "text" || extension == "md")
         return DocumentType::plainText;
-    return std::nullopt;
+    // Everything else the catalogue files under text (CSV, JSON, logs, XML, source code) is
+    // offered the document recipes too, and reads as the characters it holds.
+    const auto declared = TypeTable::typeFor(extension);
+    if (!declared || !TypeTable::conforms(*declared, "public.text"))
+        return std::nullopt;
+    if (TypeTable::conforms(*declared, "public.html"))
+        return DocumentType::html;
+    if (TypeTable::conforms(*declared, "public.rtf"))
+        return DocumentType::rtf;
+    return DocumentType::plainText;
 }
 
 std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {
@@ -102,7 +124,7 @@ std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {
         const auto type = readType(url);
         auto document = type ? readerFor(*type)(url) : readGuessingType(url);
         if (document->defaultFont() == QFont())
-            setDefaultFont(*document);
+            document->setDefaultFont(startingFont());
         return document;
     } catch (const std::exception&) {
         throw ConversionError::unreadableDocument(url.filename().string());
@@ -111,17 +133,22 @@ std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {
 
 std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
                               const ConversionOptions& options) {
-    const auto document = read(input);
-    const auto extension = recipe.outputExtension();
-    if (!extension)
-        throw ConversionError::unsupportedRecipe();
-    const std::string ext(*extension);
-
     QByteArray bytes;
-    try {
-        bytes = outputBytes(*document, recipe, options);
-    } catch (const std::exception&) {
-        throw ConversionError::couldNotWrite(ext);
+    std::string ext;
+    if (recipe == Recipe::docToPDF && readType(input) == DocumentType::plainText) {
+        ext = "pdf";
+        bytes = plainTextToPdf(input, options);
+    } else {
+        const auto document = read(input);
+        const auto extension = recipe.outputExtension();
+        if (!extension)
+            throw ConversionError::unsupportedRecipe();
+        ext = std::string(*extension);
+        try {
+            bytes = outputBytes(*document, recipe, options);
+        } catch (const std::exception&) {
+            throw ConversionError::couldNotWrite(ext);
+        }
     }
     return publishBytes(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())),
                         input.parent_path(), ext, [&] { return OutputNaming::url(input, ext); });

@@ -9,6 +9,8 @@
 #include <memory>
 #include <optional>
 
+class QFont;
+class QString;
 class QTextDocument;
 
 namespace kelvane::DocumentTools {
@@ -30,5 +32,9 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
 
 // The document laid out on pages of the given size with 64-point margins, as PDF bytes.
 QByteArray pdf(const QTextDocument& document, PageSize pageSize);
+
+// Plain text laid out like `pdf`, a slice at a time: memory stays bounded however long the
+// text, and layout stops at the page limit.
+QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize);
 
 } // namespace kelvane::DocumentTools

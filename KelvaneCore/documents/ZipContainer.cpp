@@ -1,6 +1,6 @@
 #include "documents/ZipContainer.h"
 
-#include "archives/LibArchive.h"
+#include "libarchive/LibArchive.h"
 
 #include <memory>
 #include <stdexcept>

@@ -25,9 +25,15 @@ struct Writer {
 };
 
 const Writer writers[] = {
-    {"docx", "docx", DocumentFormats::writeDocx},
+    {"docx", "docx",
+     [](const QTextDocument& document) {
+         return DocumentFormats::writeDocx(document);
+     }},
     {"rtf", "rtf", DocumentFormats::writeRtf},
-    {"odt", "odt", DocumentFormats::writeOdt},
+    {"odt", "odt",
+     [](const QTextDocument& document) {
+         return DocumentFormats::writeOdt(document);
+     }},
     {"html", "html", DocumentFormats::writeHtml},
 };
 

@@ -1,6 +1,7 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
+#include "documents/ZipContainer.h"
 #include "fixtures/Bytes.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
@@ -46,8 +47,8 @@ TEST(DocumentPdf, PagesHaveTheChosenSizeAndTextStartsAtTheMargin) {
         const PdfProbe pdf(DocumentTools::convert(input, Recipe::docToPDF, withPageSize(size)));
         ASSERT_TRUE(pdf.isValid());
         EXPECT_EQ(pdf.pageCount(), 1);
-        EXPECT_NEAR(pdf.pageSize(0).width(), width, 0.5);
-        EXPECT_NEAR(pdf.pageSize(0).height(), height, 0.5);
+        EXPECT_NEAR(pdf.pageSize(0).width(), width, 0.005);
+        EXPECT_NEAR(pdf.pageSize(0).height(), height, 0.005);
         EXPECT_EQ(pdf.creator(), "Kelvane");
         const auto words = pdf.words(0);
         ASSERT_FALSE(words.empty());
@@ -155,6 +156,50 @@ TEST(DocumentRead, TypesComeFromTheExtensionIgnoringCase) {
     EXPECT_EQ(DocumentTools::readType("page.htm"), T::html);
     EXPECT_EQ(DocumentTools::readType("letter.rtfd"), T::rtfd);
     EXPECT_FALSE(DocumentTools::readType("file.pages"));
+    EXPECT_FALSE(DocumentTools::readType("photo.png"));
+}
+
+// The catalogue offers the document recipes for every kind of text file; each one converts.
+TEST(DocumentRead, TextFilesOfEveryKindConvertAsTheirCharacters) {
+    TempFolder temp;
+    const std::pair<const char*, const char*> files[] = {
+        {"table.csv", "name,amount\nApples,3\n"},
+        {"data.JSON", "{\"fruit\": \"Apples\"}\n"},
+        {"server.log", "2024-01-01 Apples delivered\n"},
+        {"feed.xml", "<?xml version=\"1.0\"?><fruit>Apples</fruit>\n"},
+        {"script.py", "print('Apples')  # caf\xc3\xa9\n"},
+        {"main.cpp", "int main() { return 0; } // Apples\n"},
+    };
+    for (const auto& [name, contents] : files) {
+        const auto input = temp.write(name, contents);
+        EXPECT_EQ(DocumentTools::readType(input), DocumentTools::DocumentType::plainText) << name;
+        const PdfProbe pdf(DocumentTools::convert(input, Recipe::docToPDF, {}));
+        EXPECT_TRUE(pdf.text(0).contains("Apples")) << name;
+        const auto txt = DocumentTools::convert(input, Recipe::docToTXT, {});
+        EXPECT_EQ(readFile(txt), contents) << name;
+    }
+    EXPECT_EQ(DocumentTools::readType("page.xhtml"), DocumentTools::DocumentType::html);
+}
+
+// Word and OpenDocument files are set up for the paper the PDF option names.
+TEST(DocumentText, WordAndOpenDocumentFilesCarryTheChosenPaper) {
+    TempFolder temp;
+    const auto input = temp.write("letter.txt", "Dear reader\n");
+    for (const auto& [size, widthTwips, heightTwips, odtWidth] :
+         {std::tuple{PageSize::letter, "12240", "15840", "612pt"},
+          std::tuple{PageSize::a4, "11906", "16838", "595.28pt"}}) {
+        const auto docx = ZipContainer::open(
+            DocumentTools::convert(input, Recipe::docToDOCX, withPageSize(size)));
+        const QByteArray body = docx.part("word/document.xml").value_or(QByteArray());
+        EXPECT_TRUE(body.contains(QByteArray("w:w=\"") + widthTwips + "\" w:h=\"" + heightTwips))
+            << widthTwips;
+        const auto odt =
+            ZipContainer::open(DocumentTools::convert(input, Recipe::docToODT, withPageSize(size)));
+        EXPECT_TRUE(odt.part("styles.xml")
+                        .value_or(QByteArray())
+                        .contains(QByteArray("fo:page-width=\"") + odtWidth))
+            << odtWidth;
+    }
 }
 
 TEST(DocumentRead, TextInALegacyCodePageIsShownRatherThanRefused) {

@@ -1,8 +1,8 @@
-#include "documents/DocReader.h"
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
 #include "documents/ZipContainer.h"
+#include "documents/doc/DocReader.h"
 #include "fixtures/Bytes.h"
 #include "fixtures/TempFolder.h"
 

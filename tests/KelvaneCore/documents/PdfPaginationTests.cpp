@@ -46,6 +46,19 @@ TEST(DocumentPdf, LongDocumentsPaginateTheSameWayEveryTimeWithinTheMargins) {
             EXPECT_LE(box.bottom(), 792 - 63.0) << "page " << page;
         }
     EXPECT_TRUE(pdf.text(pdf.pageCount() - 1).contains("Line 13999"));
+
+    // Plain text is laid out a slice at a time: the pages come out the same, and every line
+    // is on them once, in order, across the joins between slices.
+    const PdfProbe sliced(temp.write(
+        "c.pdf", DocumentTools::plainTextPdf(text, font, PageSize::letter).toStdString()));
+    EXPECT_NEAR(sliced.pageCount(), pdf.pageCount(), pdf.pageCount() / 50);
+    int expected = 0;
+    for (int page = 0; page < sliced.pageCount(); ++page)
+        for (const QString& line : sliced.text(page).split(u'\n', Qt::SkipEmptyParts)) {
+            ASSERT_EQ(line.section(u' ', 1, 1).toInt(), expected) << "page " << page;
+            ++expected;
+        }
+    EXPECT_EQ(expected, 14000);
 }
 
 TEST(DocumentPdf, PageBreaksStartNewPagesAndThePageCountIsCapped) {
@@ -69,6 +82,12 @@ TEST(DocumentPdf, PageBreaksStartNewPagesAndThePageCountIsCapped) {
     const PdfProbe capped(
         temp.write("many.pdf", DocumentTools::pdf(endless, PageSize::a4).toStdString()));
     EXPECT_EQ(capped.pageCount(), 5000);
+
+    // A text too long for the limit stops at it without laying out the rest.
+    const QString lines = QStringLiteral("short line\n").repeated(400000);
+    const PdfProbe cappedText(temp.write(
+        "text.pdf", DocumentTools::plainTextPdf(lines, QFont(), PageSize::a4).toStdString()));
+    EXPECT_EQ(cappedText.pageCount(), 5000);
 }
 
 } // namespace

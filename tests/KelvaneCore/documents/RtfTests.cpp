@@ -134,12 +134,15 @@ TEST(RtfReader, DecodesUnicodeEscapesAndCodePages) {
                                  u"\u2014\u00a0{}\\"));
 }
 
-TEST(RtfReader, SkipsDestinationsWithoutText) {
+// Hidden text and destinations without text stay out; footnotes follow the text, numbered.
+TEST(RtfReader, SkipsHiddenTextAndMovesFootnotesToTheEnd) {
     const auto document = read("{\\info{\\title Secret title}{\\author Someone}}"
                                "{\\stylesheet{\\s1 heading 1;}}{\\header Head text\\par}"
                                "{\\*\\generator Writer 1.0;}{\\*\\unknown {\\nested words}}"
-                               "\\pard Visible{\\footnote note}\\par");
-    EXPECT_EQ(document->toPlainText(), "Visible");
+                               "\\pard Visible{\\v hidden words}{\\super\\chftn}{\\footnote\\pard "
+                               "{\\super\\chftn} A note\\par with two lines}. After\\par");
+    EXPECT_EQ(document->toPlainText(), "Visible1. After\n1 A note with two lines");
+    EXPECT_EQ(formatOf(*document, "1").verticalAlignment(), QTextCharFormat::AlignSuperScript);
 }
 
 TEST(RtfReader, HyperlinkFieldBecomesAnAnchor) {
@@ -432,6 +435,26 @@ TEST(RtfWriter, EdgeDocumentsReadBack) {
     ASSERT_EQ(images.size(), 2u);
     EXPECT_EQ(DocumentImages::encoded(*read, images[1]).bytes, png);
     EXPECT_EQ(read->rootFrame()->childFrames().size(), 2);
+
+    // Merged cells say so, across and down; headings name their style in a stylesheet.
+    QTextDocument merged;
+    QTextCursor at(&merged);
+    QTextBlockFormat heading;
+    heading.setHeadingLevel(2);
+    at.insertBlock(heading);
+    at.insertText("Title");
+    QTextTable* grid = at.insertTable(3, 3);
+    grid->cellAt(0, 0).firstCursorPosition().insertText("wide");
+    grid->mergeCells(0, 0, 1, 2);
+    grid->mergeCells(1, 2, 2, 1);
+    const QByteArray rtf = DocumentFormats::writeRtf(merged);
+    EXPECT_EQ(rtf.count("\\clmgf"), 1);
+    EXPECT_EQ(rtf.count("\\clmrg"), 1);
+    EXPECT_EQ(rtf.count("\\clvmgf"), 1);
+    EXPECT_EQ(rtf.count("\\clvmrg"), 1);
+    EXPECT_TRUE(rtf.contains("{\\s2\\sbasedon0\\snext0\\outlinelevel1 heading 2;}"));
+    EXPECT_TRUE(rtf.contains("\\s2\\outlinelevel1"));
+    EXPECT_EQ(cellText(*firstTable(*DocumentFormats::readRtf(rtf)), 0, 0), "wide");
 }
 
 QString pandoc(const fs::path& folder, const QStringList& arguments) {

@@ -1,0 +1,220 @@
+#include "documents/docx/DocxBodyReader.h"
+
+#include <QTextTable>
+
+#include <algorithm>
+
+// Tables of the body reader: the grid grows as rows and cells arrive, merged cells are joined
+// once the grid is complete.
+namespace kelvane::Docx {
+
+using Ooxml::isW;
+using Ooxml::nextChild;
+using Ooxml::wAttribute;
+
+namespace {
+
+// Whether the current w:tblPr, w:tcPr or w:tcBorders draws any line, to its end.
+bool drawsLines(QXmlStreamReader& xml) {
+    bool lines = false;
+    // How deep inside w:tblBorders or w:tcBorders, the current element included.
+    int borders = isW(xml, u"tblBorders") || isW(xml, u"tcBorders") ? 1 : 0;
+    for (int level = 1; level > 0;) {
+        Ooxml::readNext(xml);
+        if (xml.isEndElement()) {
+            --level;
+            if (isW(xml, u"tblBorders") || isW(xml, u"tcBorders"))
+                --borders;
+            continue;
+        }
+        if (!xml.isStartElement())
+            continue;
+        ++level;
+        if (isW(xml, u"tblBorders") || isW(xml, u"tcBorders")) {
+            ++borders;
+        } else if (isW(xml, u"tblStyle")) {
+            lines = lines || wAttribute(xml, u"val").contains(u"Grid", Qt::CaseInsensitive);
+        } else if (borders > 0) {
+            const QString line = wAttribute(xml, u"val");
+            lines = lines || (!line.isEmpty() && line != u"none" && line != u"nil");
+        }
+    }
+    return lines;
+}
+
+} // namespace
+
+void BodyReader::readTable(int depth) {
+    checkDepth(depth);
+    if (tableNesting_ >= maxTableNesting) {
+        readBlocks(depth + 1); // too deep to lay out as tables: keep the cells' paragraphs
+        return;
+    }
+    Table table;
+    int columns = 1;
+    readTableChildren(depth, table, columns);
+    if (table.table == nullptr)
+        return;
+    for (const auto& [start, size] : table.merges) {
+        if (size.first > 1 || size.second > 1)
+            table.table->mergeCells(start.first, start.second, size.first, size.second);
+    }
+    QTextTableFormat format = table.table->format();
+    format.setBorder(table.bordered ? 1 : 0);
+    format.setHeaderRowCount(table.headerRows);
+    table.table->setFormat(format);
+    cursor_ = table.table->lastCursorPosition();
+    cursor_.movePosition(QTextCursor::NextBlock);
+    blockUnused_ = true;
+    lists_.clear();
+}
+
+// Rows may sit inside content controls and custom XML, which only wrap them.
+void BodyReader::readTableChildren(int depth, Table& table, int& columns) {
+    checkDepth(depth);
+    while (nextChild(xml_)) {
+        if (isW(xml_, u"tblPr")) {
+            table.bordered = drawsLines(xml_) || table.bordered;
+        } else if (isW(xml_, u"tblGrid")) {
+            int gridColumns = 0;
+            while (nextChild(xml_)) {
+                gridColumns += isW(xml_, u"gridCol") ? 1 : 0;
+                xml_.skipCurrentElement();
+            }
+            columns = std::clamp(gridColumns, 1, maxTableColumns);
+        } else if (isW(xml_, u"tr")) {
+            if (table.table == nullptr) {
+                QTextTableFormat format;
+                format.setBorder(1);
+                format.setCellPadding(4);
+                format.setCellSpacing(0);
+                format.setBorderCollapse(true);
+                if (pendingPageBreak_)
+                    format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+                pendingPageBreak_ = false;
+                countBlocks(columns);
+                table.table = cursor_.insertTable(1, columns, format);
+                table.mergeStart.assign(static_cast<std::size_t>(columns), -1);
+            }
+            ++tableNesting_;
+            readRow(depth + 1, table);
+            --tableNesting_;
+        } else if (isWrapper(xml_)) {
+            readTableChildren(depth + 1, table, columns);
+        } else {
+            xml_.skipCurrentElement();
+        }
+    }
+}
+
+void BodyReader::readRow(int depth, Table& table) {
+    checkDepth(depth);
+    if (table.rows > 0) {
+        countBlocks(table.table->columns());
+        table.table->appendRows(1);
+    }
+    ++table.rows;
+    int column = 0;
+    readCells(depth, table, column);
+}
+
+void BodyReader::readCells(int depth, Table& table, int& column) {
+    checkDepth(depth);
+    while (nextChild(xml_)) {
+        if (isW(xml_, u"tc"))
+            readCell(depth + 1, table, column);
+        else if (isW(xml_, u"trPr"))
+            readRowProperties(table);
+        else if (isWrapper(xml_))
+            readCells(depth + 1, table, column);
+        else
+            xml_.skipCurrentElement();
+    }
+}
+
+void BodyReader::readCell(int depth, Table& table, int& column) {
+    checkDepth(depth);
+    CellProperties properties;
+    bool placed = false;
+    while (nextChild(xml_)) {
+        if (!placed && isW(xml_, u"tcPr")) {
+            properties = readCellProperties();
+            table.bordered = table.bordered || properties.bordered;
+            continue;
+        }
+        if (!placed && !placeCell(table, column, properties)) {
+            xml_.skipCurrentElement();
+            skipRest();
+            return;
+        }
+        placed = true;
+        readBlockElement(depth);
+    }
+    if (!placed)
+        placeCell(table, column, properties);
+}
+
+// A row marked as a header (w:tblHeader) repeats on each page while the rows above it do too.
+void BodyReader::readRowProperties(Table& table) {
+    bool header = false;
+    while (nextChild(xml_)) {
+        header = header || (isW(xml_, u"tblHeader") && Ooxml::isOn(xml_));
+        xml_.skipCurrentElement();
+    }
+    if (header && table.headerRows == table.rows - 1)
+        table.headerRows = table.rows;
+}
+
+BodyReader::CellProperties BodyReader::readCellProperties() {
+    CellProperties properties;
+    while (nextChild(xml_)) {
+        if (isW(xml_, u"tcBorders")) {
+            properties.bordered = drawsLines(xml_);
+            continue;
+        }
+        if (isW(xml_, u"gridSpan")) {
+            properties.span = std::clamp(wAttribute(xml_, u"val").toInt(), 1, maxTableColumns);
+        } else if (isW(xml_, u"vMerge")) {
+            properties.merged = true;
+            properties.restart = wAttribute(xml_, u"val") == u"restart";
+        }
+        xml_.skipCurrentElement();
+    }
+    return properties;
+}
+
+bool BodyReader::placeCell(Table& table, int& column, const CellProperties& properties) {
+    QTextTable* grid = table.table;
+    const int row = table.rows - 1;
+    const int span = properties.span;
+    if (column + span > maxTableColumns)
+        return false;
+    if (column + span > grid->columns()) {
+        countBlocks((column + span - grid->columns()) * table.rows);
+        grid->appendColumns(column + span - grid->columns());
+        table.mergeStart.resize(static_cast<std::size_t>(grid->columns()), -1);
+    }
+    int& start = table.mergeStart[static_cast<std::size_t>(column)];
+    if (properties.merged && !properties.restart && start >= 0) {
+        // The format ignores a continuation cell's content; it only lengthens the cell above.
+        table.merges[{start, column}].first = row - start + 1;
+        column += span;
+        return false;
+    }
+    start = properties.merged ? row : -1;
+    if (span > 1 || properties.merged)
+        table.merges[{row, column}] = {1, span};
+    cursor_ = grid->cellAt(row, column).firstCursorPosition();
+    blockUnused_ = true;
+    hasContent_ = false;
+    lists_.clear();
+    column += span;
+    return true;
+}
+
+void BodyReader::skipRest() {
+    while (nextChild(xml_))
+        xml_.skipCurrentElement();
+}
+
+} // namespace kelvane::Docx

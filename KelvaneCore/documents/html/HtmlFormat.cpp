@@ -1,0 +1,128 @@
+#include "documents/DocumentFormats.h"
+#include "documents/DocumentImages.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStringConverter>
+#include <QStringDecoder>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextFragment>
+#include <QUrl>
+
+#include <stdexcept>
+#include <vector>
+
+namespace kelvane::DocumentFormats {
+namespace {
+
+constexpr qint64 maxImageBytes = 64 << 20;
+
+// Qt would fetch style sheets and images by itself while parsing and laying out, from any
+// path the page names (a device file would never end). This document loads nothing; the
+// reader hands it the images it accepts.
+class ContainedDocument : public QTextDocument {
+protected:
+    QVariant loadResource(int, const QUrl&) override { return QByteArray(); }
+};
+
+QString decodeHtml(const QByteArray& bytes) {
+    const auto encoding = QStringConverter::encodingForHtml(bytes);
+    QStringDecoder decoder(encoding.value_or(QStringConverter::Utf8));
+    QString text = decoder.decode(bytes);
+    if (decoder.hasError() && !encoding)
+        text = QString::fromLatin1(bytes);
+    return text;
+}
+
+QByteArray dataUrlBytes(const QString& url) {
+    const qsizetype comma = url.indexOf(',');
+    if (comma < 0 || !url.left(comma).endsWith(";base64"))
+        return {};
+    return QByteArray::fromBase64(url.mid(comma + 1).toLatin1());
+}
+
+QByteArray localImageBytes(const QString& name, const QUrl& base) {
+    const QUrl url = base.resolved(QUrl(name));
+    if (!url.isLocalFile())
+        return {};
+    const QFileInfo info(url.toLocalFile());
+    if (!info.isFile() || info.size() > maxImageBytes)
+        return {};
+    QFile file(info.filePath());
+    return file.open(QIODevice::ReadOnly) ? file.read(maxImageBytes) : QByteArray();
+}
+
+// Every image the page shows becomes a resource of its own bytes; what cannot be read
+// shows as nothing rather than as a fetch at layout time.
+void adoptImages(QTextDocument& document, const QUrl& base) {
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment) {
+            const QTextCharFormat format = fragment.fragment().charFormat();
+            if (!format.isImageFormat())
+                continue;
+            const QString name = format.toImageFormat().name();
+            const QUrl key(name);
+            if (document.resource(QTextDocument::ImageResource, key).toByteArray().size() > 0)
+                continue;
+            const QByteArray bytes =
+                name.startsWith("data:") ? dataUrlBytes(name) : localImageBytes(name, base);
+            document.addResource(QTextDocument::ImageResource, key, bytes);
+        }
+}
+
+struct ImagePlacement {
+    int position;
+    QTextImageFormat format;
+};
+
+std::vector<ImagePlacement> imagesOf(const QTextDocument& document) {
+    std::vector<ImagePlacement> images;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
+            if (fragment.fragment().charFormat().isImageFormat())
+                for (int offset = 0; offset < fragment.fragment().length(); ++offset)
+                    images.push_back({fragment.fragment().position() + offset,
+                                      fragment.fragment().charFormat().toImageFormat()});
+    return images;
+}
+
+// A copy whose images name themselves as data URLs, so the page carries its pictures.
+std::unique_ptr<QTextDocument> withInlineImages(const QTextDocument& document) {
+    std::unique_ptr<QTextDocument> copy(document.clone());
+    for (const ImagePlacement& image : imagesOf(document)) {
+        const auto encoded = DocumentImages::encoded(document, image.format);
+        if (encoded.bytes.isEmpty())
+            continue;
+        QTextImageFormat inlined = image.format;
+        inlined.setName(QStringLiteral("data:image/%1;base64,%2")
+                            .arg(encoded.format, QString::fromLatin1(encoded.bytes.toBase64())));
+        QTextCursor cursor(copy.get());
+        cursor.setPosition(image.position);
+        cursor.setPosition(image.position + 1, QTextCursor::KeepAnchor);
+        cursor.setCharFormat(inlined);
+    }
+    return copy;
+}
+
+} // namespace
+
+std::unique_ptr<QTextDocument> readHtml(const std::filesystem::path& file) {
+    const QByteArray bytes = readSource(file);
+    auto document = std::make_unique<ContainedDocument>();
+    const QUrl base = QUrl::fromLocalFile(QString::fromStdString(file.string()));
+    document->setBaseUrl(base);
+    document->setHtml(decodeHtml(bytes));
+    adoptImages(*document, base);
+    return document;
+}
+
+QByteArray writeHtml(const QTextDocument& document) {
+    QString html = withInlineImages(document)->toHtml();
+    if (!html.contains("charset", Qt::CaseInsensitive))
+        html.replace("<head>", "<head><meta charset=\"utf-8\" />");
+    return html.toUtf8();
+}
+
+} // namespace kelvane::DocumentFormats

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "documents/odt/OdtStyles.h"
+
+#include <QPointer>
+#include <QTextCursor>
+#include <QTextDocumentFragment>
+#include <QXmlStreamReader>
+
+#include <map>
+#include <vector>
+
+class QTextDocument;
+class QTextList;
+class QTextTable;
+class QTextTableCell;
+
+namespace kelvane {
+class ZipContainer;
+}
+
+namespace kelvane::Odt {
+
+// Walks office:text into a QTextDocument, one cursor moving through paragraphs, lists and
+// table cells.
+class BodyReader {
+public:
+    BodyReader(const QByteArray& content, const Styles& styles, const ZipContainer& zip,
+               QTextDocument& document)
+        : xml_(content)
+        , styles_(styles)
+        , zip_(zip)
+        , cursor_(&document) {}
+
+    void read();
+
+private:
+    // Repeated table rows and cells copy their contents; a small file must not repeat a
+    // large cell into gigabytes.
+    static constexpr int maxCopiedCharacters = 4 << 20;
+    static constexpr int maxRepeatedCells = 1 << 16;
+
+    struct CellContents {
+        QTextDocumentFragment fragment;
+        int length = 0;
+    };
+    struct Note {
+        QString citation;
+        QString text;
+    };
+    struct ListLevel {
+        QString style;
+        // Qt deletes a list once its last block leaves it (another list can take it over).
+        QPointer<QTextList> list;
+        bool awaitingItem = false; // the next paragraph starts a numbered item
+        int counter = 0;           // whose numbers the items take: one per outermost list
+    };
+    struct Table {
+        QTextTable* table = nullptr;
+        int rows = 0;
+    };
+
+    void readBlocks(int depth);
+    void readBlockElement(int depth);
+    void readParagraph(int depth, int headingLevel);
+    void readInline(int depth, const QTextCharFormat& format);
+    void readInlineElement(int depth, const QTextCharFormat& format);
+    void readList(int depth);
+    void readTable(int depth);
+    void readTableRows(int depth, Table& table);
+    void readRow(int depth, Table& table);
+    void repeatRow(Table& table, int row, int copies);
+    int spendRepeats(int cells);
+    void readFrame(int depth, const QTextCharFormat& format);
+    bool readImage(QSizeF size);
+    void readNote(const QTextCharFormat& format);
+    QString readNoteBody();
+    void appendNotes();
+
+    void startBlock(QTextBlockFormat block, const QTextCharFormat& chars,
+                    const QString& paragraphStyle);
+    void joinList(const QString& paragraphStyle);
+    QTextTableCell cellAt(Table& table, int row, int column);
+    CellContents contentsOf(const Table& table, int row, int column) const;
+    void paste(Table& table, int row, int column, const CellContents& contents);
+    void writeText(QStringView text, const QTextCharFormat& format);
+    void put(const QString& text, const QTextCharFormat& format);
+    void checkDepth(int depth) const;
+
+    QXmlStreamReader xml_;
+    const Styles& styles_;
+    const ZipContainer& zip_;
+    QTextCursor cursor_;
+    std::vector<ListLevel> lists_;
+    std::map<QString, int> noteCounts_; // by note class
+    ListNumbering::Counter counter_;
+    int listsStarted_ = 0;
+    std::vector<Note> notes_;
+    bool blockUnused_ = true;   // the cursor's block is still empty and awaits a paragraph
+    bool hasContent_ = false;   // the current paragraph has shown something
+    bool pendingSpace_ = false; // collapsed white space, shown only if more text follows
+    QTextCharFormat pendingSpaceFormat_;
+    bool pendingPageBreak_ = false;
+    int copyBudget_ = maxCopiedCharacters;
+    int repeatBudget_ = maxRepeatedCells;
+};
+
+} // namespace kelvane::Odt

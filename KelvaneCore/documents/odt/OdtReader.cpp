@@ -1,0 +1,44 @@
+#include "documents/DocumentFormats.h"
+#include "documents/ZipContainer.h"
+#include "documents/odt/OdtBodyReader.h"
+#include "documents/odt/OdtStyles.h"
+
+#include <QTextDocument>
+
+#include <stdexcept>
+
+namespace kelvane::DocumentFormats {
+namespace {
+
+void checkMimeType(const ZipContainer& zip) {
+    const auto mimeType = zip.part("mimetype");
+    if (!mimeType)
+        return;
+    const QByteArray type = mimeType->trimmed();
+    if (type != "application/vnd.oasis.opendocument.text" &&
+        type != "application/vnd.oasis.opendocument.text-template")
+        throw std::runtime_error("not an OpenDocument text: " + type.left(100).toStdString());
+}
+
+} // namespace
+
+std::unique_ptr<QTextDocument> readOdt(const std::filesystem::path& file) {
+    const ZipContainer zip = ZipContainer::open(file);
+    checkMimeType(zip);
+    const auto content = zip.part("content.xml");
+    if (!content)
+        throw std::runtime_error("OpenDocument file without content.xml");
+    Odt::Styles styles;
+    if (const auto common = zip.part("styles.xml"))
+        styles.read(*common);
+    styles.read(*content);
+
+    auto document = std::make_unique<QTextDocument>();
+    document->setUndoRedoEnabled(false);
+    if (const auto font = styles.defaultFont())
+        document->setDefaultFont(*font);
+    Odt::BodyReader(*content, styles, zip, *document).read();
+    return document;
+}
+
+} // namespace kelvane::DocumentFormats

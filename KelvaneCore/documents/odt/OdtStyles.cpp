@@ -1,0 +1,345 @@
+#include "documents/odt/OdtStyles.h"
+
+#include "documents/HiddenText.h"
+#include "documents/Units.h"
+
+#include <QColor>
+#include <QXmlStreamReader>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <stdexcept>
+#include <vector>
+
+namespace kelvane::Odt {
+namespace {
+
+constexpr int maxInheritance = 32; // parent chains are short; a longer one is a loop
+constexpr double defaultPointSize = 12.0;
+
+QString styleKey(QStringView family, const QString& name) {
+    return family.toString() + u'/' + name;
+}
+
+std::optional<double> percentage(QStringView value) {
+    if (!value.endsWith(u'%'))
+        return std::nullopt;
+    bool ok = false;
+    const double percent = value.chopped(1).toDouble(&ok);
+    return ok && percent > 0 && percent <= 1000 ? std::optional(percent) : std::nullopt;
+}
+
+QStringView valueOf(const QXmlStreamAttributes& attributes, const QString& ns, const char* name) {
+    return attributes.value(ns, QLatin1StringView(name));
+}
+
+bool has(const QXmlStreamAttributes& attributes, const QString& ns, const char* name) {
+    return attributes.hasAttribute(ns, QLatin1StringView(name));
+}
+
+bool isNone(QStringView value) {
+    return value.isEmpty() || value == u"none";
+}
+
+void readFontWeight(QStringView weight, QTextCharFormat& format) {
+    if (weight == u"bold")
+        format.setFontWeight(QFont::Bold);
+    else if (weight == u"normal")
+        format.setFontWeight(QFont::Normal);
+    else if (bool ok = false; weight.toInt(&ok) >= 600 && ok)
+        format.setFontWeight(QFont::Bold);
+    else if (ok)
+        format.setFontWeight(QFont::Normal);
+}
+
+void readLines(const QXmlStreamReader& xml, QTextCharFormat& format) {
+    const auto attributes = xml.attributes();
+    for (const char* name : {"text-underline-style", "text-underline-type"})
+        if (has(attributes, ns::style, name))
+            format.setFontUnderline(!isNone(valueOf(attributes, ns::style, name)));
+    for (const char* name : {"text-line-through-style", "text-line-through-type"})
+        if (has(attributes, ns::style, name))
+            format.setFontStrikeOut(!isNone(valueOf(attributes, ns::style, name)));
+}
+
+void readColours(const QXmlStreamReader& xml, QTextCharFormat& format) {
+    if (const QColor colour(attribute(xml, ns::fo, "color")); colour.isValid())
+        format.setForeground(colour);
+    const QString background = attribute(xml, ns::fo, "background-color");
+    if (const QColor colour(background); colour.isValid())
+        format.setBackground(colour);
+    else if (background == u"transparent")
+        format.clearBackground();
+}
+
+void readPosition(QStringView position, QTextCharFormat& format) {
+    if (position.startsWith(u"super"))
+        format.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+    else if (position.startsWith(u"sub"))
+        format.setVerticalAlignment(QTextCharFormat::AlignSubScript);
+    else if (position.startsWith(u"0%") || position.startsWith(u"0 "))
+        format.setVerticalAlignment(QTextCharFormat::AlignNormal);
+}
+
+QString unquoted(QString family) {
+    family = family.section(u',', 0, 0).trimmed();
+    if (family.size() >= 2 && (family.front() == u'\'' || family.front() == u'"'))
+        family = family.mid(1, family.size() - 2);
+    return family;
+}
+
+Qt::Alignment alignment(QStringView value) {
+    if (value == u"center")
+        return Qt::AlignHCenter;
+    if (value == u"end" || value == u"right")
+        return Qt::AlignRight;
+    if (value == u"justify")
+        return Qt::AlignJustify;
+    return Qt::AlignLeft;
+}
+
+void readParagraphProperties(const QXmlStreamReader& xml, QTextBlockFormat& format) {
+    const auto attributes = xml.attributes();
+    if (has(attributes, ns::fo, "text-align"))
+        format.setAlignment(alignment(valueOf(attributes, ns::fo, "text-align")));
+    if (auto left = pointsFromLength(valueOf(attributes, ns::fo, "margin-left")))
+        format.setLeftMargin(Units::pixelsFromPoints(*left));
+    if (auto indent = pointsFromLength(valueOf(attributes, ns::fo, "text-indent")))
+        format.setTextIndent(Units::pixelsFromPoints(*indent));
+    if (valueOf(attributes, ns::fo, "break-before") == u"page")
+        format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    else if (valueOf(attributes, ns::fo, "break-after") == u"page")
+        format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysAfter);
+}
+
+using ListNumbering::NumberFormat;
+
+ListNumbering::Level bullet(const QString& character) {
+    static const QString circles = QStringLiteral("○◦❍o");
+    static const QString squares = QStringLiteral("■□▪▫◼◻");
+    ListNumbering::Level level;
+    level.format = NumberFormat::bullet;
+    level.pattern = QStringLiteral("\u2022");
+    if (!character.isEmpty() && circles.contains(character.front()))
+        level.pattern = QStringLiteral("\u25e6");
+    else if (!character.isEmpty() && squares.contains(character.front()))
+        level.pattern = QStringLiteral("\u25aa");
+    return level;
+}
+
+// A numbered level: "1", "a", "A", "i", "I" between its prefix and suffix, showing as many of
+// the levels above as text:display-levels asks.
+ListNumbering::Level numbered(const QXmlStreamReader& xml, int index) {
+    const QString numFormat = attribute(xml, ns::style, "num-format");
+    if (numFormat.isEmpty())
+        return bullet({}); // a list without numbers still shows its items
+    ListNumbering::Level level;
+    level.format = numFormat == u"a"   ? NumberFormat::lowerLetter
+                   : numFormat == u"A" ? NumberFormat::upperLetter
+                   : numFormat == u"i" ? NumberFormat::lowerRoman
+                   : numFormat == u"I" ? NumberFormat::upperRoman
+                                       : NumberFormat::decimal;
+    const int shown = std::clamp(attribute(xml, ns::text, "display-levels").toInt(), 1, index + 1);
+    QStringList numbers;
+    for (int above = index + 1 - shown; above <= index; ++above)
+        numbers.append(u'%' + QString::number(above + 1));
+    level.pattern = attribute(xml, ns::style, "num-prefix") + numbers.join(u'.') +
+                    attribute(xml, ns::style, "num-suffix");
+    const QString start = attribute(xml, ns::text, "start-value");
+    if (!start.isEmpty())
+        level.start = std::clamp(start.toInt(), 0, 32767);
+    return level;
+}
+
+} // namespace
+
+bool isElement(const QXmlStreamReader& xml, const QString& ns, QStringView name) {
+    return xml.name() == name && xml.namespaceUri() == ns;
+}
+
+QString attribute(const QXmlStreamReader& xml, const QString& ns, const char* name) {
+    return xml.attributes().value(ns, QLatin1StringView(name)).toString();
+}
+
+int boundedCount(const QXmlStreamReader& xml, const QString& ns, const char* name, int limit) {
+    const int count = attribute(xml, ns, name).toInt();
+    return std::clamp(count, 1, std::max(limit, 1));
+}
+
+std::optional<double> pointsFromLength(QStringView length) {
+    struct Unit {
+        QStringView suffix;
+        double points;
+    };
+    static constexpr Unit units[] = {{u"cm", Units::pointsPerCentimetre},
+                                     {u"mm", Units::pointsPerCentimetre / 10},
+                                     {u"in", Units::pointsPerInch},
+                                     {u"pt", 1.0},
+                                     {u"pc", 12.0},
+                                     {u"px", 1 / Units::pixelsPerPoint}};
+    length = length.trimmed();
+    for (const Unit& unit : units) {
+        if (!length.endsWith(unit.suffix))
+            continue;
+        bool ok = false;
+        const double value = length.chopped(2).trimmed().toDouble(&ok);
+        if (!ok || !std::isfinite(value) || std::abs(value) > 1e6)
+            return std::nullopt;
+        return value * unit.points;
+    }
+    return std::nullopt;
+}
+
+void Styles::read(const QByteArray& bytes) {
+    QXmlStreamReader xml(bytes);
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (isElement(xml, ns::office, u"body")) {
+            xml.skipCurrentElement();
+        } else if (isElement(xml, ns::style, u"font-face")) {
+            fonts_[attribute(xml, ns::style, "name")] =
+                unquoted(attribute(xml, ns::svg, "font-family"));
+        } else if (isElement(xml, ns::style, u"style")) {
+            const QString key =
+                styleKey(attribute(xml, ns::style, "family"), attribute(xml, ns::style, "name"));
+            Style& style = styles_[key] = Style{};
+            readStyle(xml, style);
+        } else if (isElement(xml, ns::style, u"default-style") &&
+                   attribute(xml, ns::style, "family") == u"paragraph") {
+            readStyle(xml, defaultParagraph_.emplace());
+        } else if (isElement(xml, ns::text, u"list-style")) {
+            readListStyle(xml, attribute(xml, ns::style, "name"));
+        }
+    }
+    if (xml.hasError())
+        throw std::runtime_error("malformed OpenDocument XML: " + xml.errorString().toStdString());
+}
+
+void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
+    style.parent = attribute(xml, ns::style, "parent-style-name");
+    style.listStyle = attribute(xml, ns::style, "list-style-name");
+    while (xml.readNextStartElement()) {
+        if (isElement(xml, ns::style, u"text-properties")) {
+            const auto attributes = xml.attributes();
+            readFontWeight(valueOf(attributes, ns::fo, "font-weight"), style.text);
+            if (const auto slant = valueOf(attributes, ns::fo, "font-style"); !slant.isEmpty())
+                style.text.setFontItalic(slant == u"italic" || slant == u"oblique");
+            readLines(xml, style.text);
+            readColours(xml, style.text);
+            readPosition(valueOf(attributes, ns::style, "text-position"), style.text);
+            if (valueOf(attributes, ns::text, "display") == u"none")
+                style.text.setProperty(HiddenText::property, true);
+            const auto size = valueOf(attributes, ns::fo, "font-size");
+            if (auto points = pointsFromLength(size); points && *points > 0)
+                style.text.setFontPointSize(std::min(*points, 1000.0));
+            style.sizePercent = percentage(size);
+            if (const auto family = valueOf(attributes, ns::fo, "font-family"); !family.isEmpty())
+                style.text.setFontFamilies(QStringList{unquoted(family.toString())});
+            style.fontName = valueOf(attributes, ns::style, "font-name").toString();
+        } else if (isElement(xml, ns::style, u"paragraph-properties")) {
+            readParagraphProperties(xml, style.paragraph);
+        }
+        xml.skipCurrentElement();
+    }
+}
+
+void Styles::readListStyle(QXmlStreamReader& xml, const QString& name) {
+    auto& levels = lists_[name];
+    levels.clear();
+    while (xml.readNextStartElement()) {
+        const int level = attribute(xml, ns::text, "level").toInt();
+        const int index = std::clamp(level, 1, ListNumbering::levels) - 1;
+        if (isElement(xml, ns::text, u"list-level-style-number"))
+            levels[level] = numbered(xml, index);
+        else if (isElement(xml, ns::text, u"list-level-style-bullet"))
+            levels[level] = bullet(attribute(xml, ns::text, "bullet-char"));
+        else if (isElement(xml, ns::text, u"list-level-style-image"))
+            levels[level] = bullet({});
+        xml.skipCurrentElement();
+    }
+}
+
+const Styles::Style* Styles::find(QStringView family, const QString& name) const {
+    if (name.isEmpty())
+        return nullptr;
+    const auto found = styles_.find(styleKey(family, name));
+    return found != styles_.end() ? &found->second : nullptr;
+}
+
+void Styles::applyTextOf(const Style& style, QTextCharFormat& format) const {
+    if (style.sizePercent) {
+        const double base = format.hasProperty(QTextFormat::FontPointSize) ? format.fontPointSize()
+                                                                           : defaultPointSize;
+        format.setFontPointSize(std::min(base * *style.sizePercent / 100, 1000.0));
+    }
+    if (!style.fontName.isEmpty()) {
+        const auto face = fonts_.find(style.fontName);
+        format.setFontFamilies(QStringList{face != fonts_.end() ? face->second : style.fontName});
+    }
+    format.merge(style.text);
+}
+
+void Styles::applyText(QStringView family, const QString& name, QTextCharFormat& format) const {
+    std::vector<const Style*> chain;
+    for (const Style* style = find(family, name); style && chain.size() < maxInheritance;
+         style = find(family, style->parent))
+        chain.push_back(style);
+    for (auto style = chain.rbegin(); style != chain.rend(); ++style)
+        applyTextOf(**style, format);
+}
+
+void Styles::applyParagraph(const QString& name, QTextBlockFormat& format) const {
+    std::vector<const Style*> chain;
+    for (const Style* style = find(u"paragraph", name); style && chain.size() < maxInheritance;
+         style = find(u"paragraph", style->parent))
+        chain.push_back(style);
+    for (auto style = chain.rbegin(); style != chain.rend(); ++style)
+        format.merge((*style)->paragraph);
+}
+
+QString Styles::listStyleOfParagraph(const QString& name) const {
+    int steps = 0;
+    for (const Style* style = find(u"paragraph", name); style && steps < maxInheritance;
+         style = find(u"paragraph", style->parent), ++steps)
+        if (!style->listStyle.isEmpty())
+            return style->listStyle;
+    return {};
+}
+
+ListNumbering::Levels Styles::listLevels(const QString& listName) const {
+    ListNumbering::Levels levels;
+    levels.fill(bullet({}));
+    const auto list = lists_.find(listName);
+    if (list == lists_.end() || list->second.empty())
+        return levels;
+    for (int level = 1; level <= ListNumbering::levels; ++level) {
+        // A list style that stops short of a nesting level lends its deepest level below it.
+        auto found = list->second.upper_bound(level);
+        if (found != list->second.begin())
+            --found;
+        ListNumbering::Level lent = found->second;
+        if (found->first != level && lent.format != ListNumbering::NumberFormat::bullet)
+            lent.pattern.replace(u'%' + QString::number(found->first),
+                                 u'%' + QString::number(level));
+        levels[static_cast<std::size_t>(level - 1)] = lent;
+    }
+    return levels;
+}
+
+std::optional<QFont> Styles::defaultFont() const {
+    if (!defaultParagraph_)
+        return std::nullopt;
+    QTextCharFormat format;
+    format.setFontPointSize(defaultPointSize);
+    applyTextOf(*defaultParagraph_, format);
+    if (format.fontFamilies().toStringList().isEmpty())
+        return std::nullopt;
+    QFont font;
+    font.setFamilies(format.fontFamilies().toStringList());
+    font.setPointSizeF(format.fontPointSize());
+    return font;
+}
+
+} // namespace kelvane::Odt

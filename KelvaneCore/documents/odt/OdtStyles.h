@@ -1,0 +1,84 @@
+#pragma once
+
+#include "documents/ListNumbering.h"
+
+#include <QByteArray>
+#include <QFont>
+#include <QString>
+#include <QTextFormat>
+#include <QTextListFormat>
+
+#include <map>
+#include <optional>
+
+class QXmlStreamReader;
+
+namespace kelvane::Odt {
+
+// The OpenDocument namespaces the reader looks at; prefixes vary between producers, the
+// URIs do not.
+namespace ns {
+inline const QString office = QStringLiteral("urn:oasis:names:tc:opendocument:xmlns:office:1.0");
+inline const QString style = QStringLiteral("urn:oasis:names:tc:opendocument:xmlns:style:1.0");
+inline const QString text = QStringLiteral("urn:oasis:names:tc:opendocument:xmlns:text:1.0");
+inline const QString table = QStringLiteral("urn:oasis:names:tc:opendocument:xmlns:table:1.0");
+inline const QString draw = QStringLiteral("urn:oasis:names:tc:opendocument:xmlns:drawing:1.0");
+inline const QString fo =
+    QStringLiteral("urn:oasis:names:tc:opendocument:xmlns:xsl-fo-compatible:1.0");
+inline const QString svg =
+    QStringLiteral("urn:oasis:names:tc:opendocument:xmlns:svg-compatible:1.0");
+inline const QString xlink = QStringLiteral("http://www.w3.org/1999/xlink");
+} // namespace ns
+
+bool isElement(const QXmlStreamReader& xml, const QString& ns, QStringView name);
+QString attribute(const QXmlStreamReader& xml, const QString& ns, const char* name);
+// A repeat count such as text:c or table:number-rows-repeated, kept within 1...limit.
+int boundedCount(const QXmlStreamReader& xml, const QString& ns, const char* name, int limit);
+
+// "2.5cm", "12pt", "0.5in", "3mm", "1pc", "16px" in points; none for anything else,
+// percentages included.
+std::optional<double> pointsFromLength(QStringView length);
+
+// The paragraph, text and list styles of a document: the common ones from styles.xml and
+// the automatic ones from content.xml, with parent-style inheritance resolved on use.
+class Styles {
+public:
+    // Reads the font faces and styles of one part; call for styles.xml first, then for
+    // content.xml, whose automatic styles win on a clash of names. Throws on malformed XML.
+    void read(const QByteArray& xml);
+
+    // Applies the text properties of a "text" or "paragraph" style and its ancestors on top
+    // of `format`; relative font sizes scale the size `format` already has.
+    void applyText(QStringView family, const QString& name, QTextCharFormat& format) const;
+    // Alignment, left margin, first-line indent and page breaks of a paragraph style.
+    void applyParagraph(const QString& name, QTextBlockFormat& format) const;
+    // The list style a paragraph style attaches its paragraphs to, or empty.
+    QString listStyleOfParagraph(const QString& name) const;
+    // The levels of a list style; bullets for a list style the document does not define.
+    ListNumbering::Levels listLevels(const QString& listName) const;
+
+    // The font of the default paragraph style, when it names a family.
+    std::optional<QFont> defaultFont() const;
+
+private:
+    struct Style {
+        QString parent;
+        QString listStyle;
+        QString fontName; // a style:font-face name, resolved on use
+        std::optional<double> sizePercent;
+        QTextCharFormat text;
+        QTextBlockFormat paragraph;
+    };
+
+    void readStyle(QXmlStreamReader& xml, Style& style);
+    void readListStyle(QXmlStreamReader& xml, const QString& name);
+    void applyTextOf(const Style& style, QTextCharFormat& format) const;
+    const Style* find(QStringView family, const QString& name) const;
+
+    std::map<QString, QString> fonts_;
+    std::map<QString, Style> styles_;                              // keyed by family, '/', name
+    std::map<QString, std::map<int, ListNumbering::Level>> lists_; // by level, from 1
+    std::optional<Style> defaultParagraph_;
+};
+
+} // namespace kelvane::Odt

@@ -1,0 +1,134 @@
+#include "documents/odt/OdtBodyReader.h"
+
+#include <QTextTable>
+
+#include <algorithm>
+
+namespace kelvane::Odt {
+namespace {
+
+constexpr int maxTableColumns = 64;
+constexpr int maxTableRows = 1000;
+
+} // namespace
+
+void BodyReader::readTable(int depth) {
+    // Paragraphs in cells belong to no list around the table.
+    auto outerLists = std::exchange(lists_, {});
+    Table table;
+    readTableRows(depth + 1, table);
+    if (table.table) {
+        cursor_ = table.table->lastCursorPosition();
+        cursor_.movePosition(QTextCursor::NextBlock);
+        blockUnused_ = true;
+        hasContent_ = false;
+        pendingSpace_ = false;
+    }
+    lists_ = std::move(outerLists);
+}
+
+void BodyReader::readTableRows(int depth, Table& table) {
+    checkDepth(depth);
+    while (xml_.readNextStartElement()) {
+        if (isElement(xml_, ns::table, u"table-row"))
+            readRow(depth, table);
+        else if (isElement(xml_, ns::table, u"table-header-rows") ||
+                 isElement(xml_, ns::table, u"table-rows") ||
+                 isElement(xml_, ns::table, u"table-row-group"))
+            readTableRows(depth + 1, table);
+        else
+            xml_.skipCurrentElement(); // columns, titles
+    }
+}
+
+void BodyReader::readRow(int depth, Table& table) {
+    if (table.rows >= maxTableRows) {
+        xml_.skipCurrentElement();
+        return;
+    }
+    const int repeat =
+        boundedCount(xml_, ns::table, "number-rows-repeated", maxTableRows - table.rows);
+    const int row = table.rows++;
+    int column = 0;
+    while (xml_.readNextStartElement()) {
+        const bool cell = isElement(xml_, ns::table, u"table-cell") ||
+                          isElement(xml_, ns::table, u"covered-table-cell");
+        if (!cell || column >= maxTableColumns) {
+            xml_.skipCurrentElement();
+            continue;
+        }
+        const int copies = spendRepeats(
+            boundedCount(xml_, ns::table, "number-columns-repeated", maxTableColumns - column) - 1);
+        cellAt(table, row, column + copies); // grow the grid once, not per copy
+        cursor_ = cellAt(table, row, column).firstCursorPosition();
+        blockUnused_ = true;
+        readBlocks(depth + 1);
+        const CellContents contents = copies > 0 ? contentsOf(table, row, column) : CellContents{};
+        for (int copy = 1; copy <= copies; ++copy)
+            paste(table, row, column + copy, contents);
+        column += copies + 1;
+    }
+    if (table.table)
+        repeatRow(table, row,
+                  spendRepeats((repeat - 1) * table.table->columns()) /
+                      std::max(table.table->columns(), 1));
+}
+
+void BodyReader::repeatRow(Table& table, int row, int copies) {
+    if (copies <= 0)
+        return;
+    std::vector<CellContents> cells;
+    for (int c = 0; c < table.table->columns(); ++c)
+        cells.push_back(contentsOf(table, row, c));
+    // All rows at once: Qt rebuilds the table's grid for every insertion.
+    table.table->appendRows(std::max(table.rows + copies - table.table->rows(), 0));
+    for (int copy = 0; copy < copies; ++copy) {
+        const int to = table.rows++;
+        for (int c = 0; c < static_cast<int>(cells.size()); ++c)
+            paste(table, to, c, cells[static_cast<std::size_t>(c)]);
+    }
+}
+
+// Cells made by repetition are few in real documents; a file must not make millions of
+// them across many tables.
+int BodyReader::spendRepeats(int cells) {
+    const int spent = std::clamp(cells, 0, repeatBudget_);
+    repeatBudget_ -= spent;
+    return spent;
+}
+
+QTextTableCell BodyReader::cellAt(Table& table, int row, int column) {
+    if (!table.table) {
+        QTextTableFormat format;
+        format.setBorderStyle(QTextFrameFormat::BorderStyle_Solid);
+        format.setCellPadding(4);
+        format.setBorderCollapse(true);
+        table.table = cursor_.insertTable(row + 1, column + 1, format);
+    }
+    if (table.table->rows() <= row)
+        table.table->appendRows(row + 1 - table.table->rows());
+    if (table.table->columns() <= column)
+        table.table->appendColumns(column + 1 - table.table->columns());
+    return table.table->cellAt(row, column);
+}
+
+// One fragment per repeated cell, pasted into every copy: building a fragment is costly.
+BodyReader::CellContents BodyReader::contentsOf(const Table& table, int row, int column) const {
+    const QTextTableCell cell = table.table->cellAt(row, column);
+    const int length = cell.lastPosition() - cell.firstPosition();
+    if (length <= 0)
+        return {};
+    QTextCursor selection = cell.firstCursorPosition();
+    selection.setPosition(cell.lastPosition(), QTextCursor::KeepAnchor);
+    return {selection.selection(), length};
+}
+
+void BodyReader::paste(Table& table, int row, int column, const CellContents& contents) {
+    const QTextTableCell cell = cellAt(table, row, column);
+    if (contents.length <= 0 || contents.length > copyBudget_)
+        return;
+    copyBudget_ -= contents.length;
+    cell.firstCursorPosition().insertFragment(contents.fragment);
+}
+
+} // namespace kelvane::Odt

@@ -1,0 +1,386 @@
+#include "documents/odt/OdtWriterStyles.h"
+
+#include "documents/Units.h"
+
+#include <QColor>
+#include <QXmlStreamWriter>
+
+#include <algorithm>
+#include <cmath>
+
+namespace kelvane::Odt {
+namespace {
+
+using Properties = std::vector<std::pair<QString, QString>>;
+
+constexpr double fallbackPointSize = 12;
+constexpr double listIndentPoints = 18; // a quarter inch per level, as office suites do
+
+const std::pair<const char*, const char*> namespaces[] = {
+    {"office", "urn:oasis:names:tc:opendocument:xmlns:office:1.0"},
+    {"style", "urn:oasis:names:tc:opendocument:xmlns:style:1.0"},
+    {"text", "urn:oasis:names:tc:opendocument:xmlns:text:1.0"},
+    {"table", "urn:oasis:names:tc:opendocument:xmlns:table:1.0"},
+    {"draw", "urn:oasis:names:tc:opendocument:xmlns:drawing:1.0"},
+    {"fo", "urn:oasis:names:tc:opendocument:xmlns:xsl-fo-compatible:1.0"},
+    {"svg", "urn:oasis:names:tc:opendocument:xmlns:svg-compatible:1.0"},
+    {"xlink", "http://www.w3.org/1999/xlink"},
+};
+
+// svg:font-family is a CSS font list: a family with spaces is quoted.
+QString quotedFamily(const QString& family) {
+    if (!family.contains(u' '))
+        return family;
+    return family.contains(u'\'') ? u'"' + family + u'"' : u'\'' + family + u'\'';
+}
+
+void writeFontFace(QXmlStreamWriter& xml, const QString& name, const QString& family) {
+    xml.writeEmptyElement("style:font-face");
+    xml.writeAttribute("style:name", name);
+    xml.writeAttribute("svg:font-family", quotedFamily(family));
+}
+
+QString familyOf(const QTextCharFormat& format) {
+    const QStringList families = format.fontFamilies().toStringList();
+    return families.isEmpty() ? format.stringProperty(QTextFormat::FontFamily) : families.first();
+}
+
+std::optional<QString> alignmentOf(Qt::Alignment alignment) {
+    switch (alignment & Qt::AlignHorizontal_Mask & ~Qt::AlignAbsolute) {
+    case Qt::AlignHCenter:
+        return QStringLiteral("center");
+    case Qt::AlignRight: // also AlignTrailing
+        return QStringLiteral("end");
+    case Qt::AlignJustify:
+        return QStringLiteral("justify");
+    case Qt::AlignLeft: // also AlignLeading
+        return QStringLiteral("start");
+    default:
+        return std::nullopt;
+    }
+}
+
+QString numberFormatOf(QTextListFormat::Style style) {
+    switch (style) {
+    case QTextListFormat::ListLowerAlpha:
+        return QStringLiteral("a");
+    case QTextListFormat::ListUpperAlpha:
+        return QStringLiteral("A");
+    case QTextListFormat::ListLowerRoman:
+        return QStringLiteral("i");
+    case QTextListFormat::ListUpperRoman:
+        return QStringLiteral("I");
+    case QTextListFormat::ListDecimal:
+        return QStringLiteral("1");
+    default:
+        return {}; // bullets
+    }
+}
+
+QString bulletOf(QTextListFormat::Style style) {
+    if (style == QTextListFormat::ListCircle)
+        return QStringLiteral("\u25e6");
+    if (style == QTextListFormat::ListSquare)
+        return QStringLiteral("\u25aa");
+    return QStringLiteral("\u2022");
+}
+
+void writeProperties(QXmlStreamWriter& xml, const char* element, const Properties& properties) {
+    xml.writeEmptyElement(element);
+    for (const auto& [name, value] : properties)
+        xml.writeAttribute(name, value);
+}
+
+void writeHeadingStyle(QXmlStreamWriter& xml, int level) {
+    const QString number = QString::number(level);
+    xml.writeStartElement("style:style");
+    xml.writeAttribute("style:name", "Heading_20_" + number);
+    xml.writeAttribute("style:display-name", "Heading " + number);
+    xml.writeAttribute("style:family", "paragraph");
+    xml.writeAttribute("style:parent-style-name", "Standard");
+    xml.writeAttribute("style:next-style-name", "Standard");
+    xml.writeAttribute("style:default-outline-level", number);
+    xml.writeAttribute("style:class", "text");
+    writeProperties(xml, "style:paragraph-properties",
+                    {{"fo:margin-top", lengthInPoints(12)},
+                     {"fo:margin-bottom", lengthInPoints(6)},
+                     {"fo:keep-with-next", "always"}});
+    writeProperties(xml, "style:text-properties",
+                    {{"fo:font-size", lengthInPoints(headingPointSizes[level - 1])},
+                     {"fo:font-weight", "bold"}});
+    xml.writeEndElement();
+}
+
+void writePlainStyle(QXmlStreamWriter& xml, const QString& name, const QString& displayName,
+                     const QString& styleClass) {
+    xml.writeEmptyElement("style:style");
+    xml.writeAttribute("style:name", name);
+    if (!displayName.isEmpty())
+        xml.writeAttribute("style:display-name", displayName);
+    xml.writeAttribute("style:family", "paragraph");
+    if (name != u"Standard")
+        xml.writeAttribute("style:parent-style-name", "Standard");
+    xml.writeAttribute("style:class", styleClass);
+}
+
+void writePageLayout(QXmlStreamWriter& xml, PageSize paper) {
+    xml.writeStartElement("office:automatic-styles");
+    xml.writeStartElement("style:page-layout");
+    xml.writeAttribute("style:name", "pm1");
+    const QString inch = lengthInPoints(Units::pointsPerInch);
+    writeProperties(xml, "style:page-layout-properties",
+                    {{"fo:page-width", lengthInPoints(paper.widthInPoints())},
+                     {"fo:page-height", lengthInPoints(paper.heightInPoints())},
+                     {"style:print-orientation", "portrait"},
+                     {"fo:margin-top", inch},
+                     {"fo:margin-bottom", inch},
+                     {"fo:margin-left", inch},
+                     {"fo:margin-right", inch}});
+    xml.writeEndElement();
+    xml.writeEndElement();
+    xml.writeStartElement("office:master-styles");
+    xml.writeEmptyElement("style:master-page");
+    xml.writeAttribute("style:name", "Standard");
+    xml.writeAttribute("style:page-layout-name", "pm1");
+    xml.writeEndElement();
+}
+
+// Weight, slant and lines; a heading's characters are bold unless told otherwise.
+Properties emphasisOf(const QTextCharFormat& format, int headingLevel) {
+    Properties properties;
+    const bool bold = format.fontWeight() >= QFont::DemiBold;
+    if (bold != (headingLevel > 0))
+        properties.emplace_back("fo:font-weight", bold ? "bold" : "normal");
+    if (format.fontItalic())
+        properties.emplace_back("fo:font-style", "italic");
+    if (format.fontUnderline() || format.underlineStyle() != QTextCharFormat::NoUnderline) {
+        properties.emplace_back("style:text-underline-style", "solid");
+        properties.emplace_back("style:text-underline-width", "auto");
+        properties.emplace_back("style:text-underline-color", "font-color");
+    }
+    if (format.fontStrikeOut()) {
+        properties.emplace_back("style:text-line-through-style", "solid");
+        properties.emplace_back("style:text-line-through-type", "single");
+    }
+    return properties;
+}
+
+void addColoursAndPosition(const QTextCharFormat& format, Properties& properties) {
+    if (format.foreground().style() != Qt::NoBrush)
+        properties.emplace_back("fo:color", format.foreground().color().name(QColor::HexRgb));
+    if (format.background().style() != Qt::NoBrush)
+        properties.emplace_back("fo:background-color",
+                                format.background().color().name(QColor::HexRgb));
+    if (format.verticalAlignment() == QTextCharFormat::AlignSuperScript)
+        properties.emplace_back("style:text-position", "super 58%");
+    else if (format.verticalAlignment() == QTextCharFormat::AlignSubScript)
+        properties.emplace_back("style:text-position", "sub 58%");
+}
+
+double pointSizeOf(const QFont& font) {
+    return font.pointSizeF() > 0 ? font.pointSizeF() : fallbackPointSize;
+}
+
+} // namespace
+
+QString lengthInPoints(double points) {
+    if (!std::isfinite(points))
+        points = 0;
+    QString number = QString::number(points, 'f', 3);
+    while (number.endsWith(u'0'))
+        number.chop(1);
+    if (number.endsWith(u'.'))
+        number.chop(1);
+    return (number == u"-0" ? QStringLiteral("0") : number) + QStringLiteral("pt");
+}
+
+QString xmlSafe(QStringView text) {
+    QString safe;
+    safe.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            safe += c;
+            safe += text[++i];
+        } else if (!c.isSurrogate() && (c.unicode() >= 0x20 || c == u'\t' || c == u'\n') &&
+                   c.unicode() != 0xfffe && c.unicode() != 0xffff) {
+            safe += c;
+        }
+    }
+    return safe;
+}
+
+void writeNamespaces(QXmlStreamWriter& xml) {
+    for (const auto& [prefix, uri] : namespaces)
+        xml.writeNamespace(uri, prefix);
+}
+
+QByteArray commonStyles(const QFont& defaultFont, PageSize paper) {
+    QByteArray bytes;
+    QXmlStreamWriter xml(&bytes);
+    xml.writeStartDocument();
+    writeNamespaces(xml);
+    xml.writeStartElement("office:document-styles");
+    xml.writeAttribute("office:version", "1.2");
+    const QString family = xmlSafe(defaultFont.family());
+    xml.writeStartElement("office:font-face-decls");
+    if (!family.isEmpty())
+        writeFontFace(xml, family, family);
+    xml.writeEndElement();
+
+    xml.writeStartElement("office:styles");
+    xml.writeStartElement("style:default-style");
+    xml.writeAttribute("style:family", "paragraph");
+    Properties text{{"fo:font-size", lengthInPoints(pointSizeOf(defaultFont))}};
+    if (!family.isEmpty())
+        text.emplace_back("style:font-name", family);
+    writeProperties(xml, "style:text-properties", text);
+    xml.writeEndElement();
+    writePlainStyle(xml, "Standard", {}, "text");
+    for (int level = 1; level <= 6; ++level)
+        writeHeadingStyle(xml, level);
+    writePlainStyle(xml, "Table_20_Contents", "Table Contents", "extra");
+    xml.writeEndElement();
+
+    writePageLayout(xml, paper);
+    xml.writeEndDocument();
+    return bytes;
+}
+
+AutomaticStyles::AutomaticStyles(const QFont& defaultFont)
+    : defaultFamily_(xmlSafe(defaultFont.family()))
+    , defaultPointSize_(pointSizeOf(defaultFont)) {
+    if (!defaultFamily_.isEmpty())
+        fontFace(defaultFamily_);
+}
+
+QString AutomaticStyles::fontFace(const QString& family) {
+    // Faces are named after their family, which keeps content.xml readable.
+    return fontFaces_.try_emplace(family, family).first->second;
+}
+
+QString AutomaticStyles::named(std::vector<Style>& styles, QChar prefix, const QString& parent,
+                               Properties properties) {
+    QString key = prefix + parent;
+    for (const auto& [name, value] : properties)
+        key += u'\n' + name + u'=' + value;
+    const auto [found, added] = names_.try_emplace(key);
+    if (added) {
+        found->second = prefix + QString::number(styles.size() + 1);
+        styles.push_back({found->second, parent, std::move(properties)});
+    }
+    return found->second;
+}
+
+QString AutomaticStyles::paragraph(const QString& parent, const QTextBlockFormat& format) {
+    Properties properties;
+    if (format.hasProperty(QTextFormat::BlockAlignment))
+        if (const auto alignment = alignmentOf(format.alignment()))
+            properties.emplace_back("fo:text-align", *alignment);
+    if (format.leftMargin() != 0)
+        properties.emplace_back("fo:margin-left",
+                                lengthInPoints(Units::pointsFromPixels(format.leftMargin())));
+    if (format.textIndent() != 0)
+        properties.emplace_back("fo:text-indent",
+                                lengthInPoints(Units::pointsFromPixels(format.textIndent())));
+    if (format.pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore)
+        properties.emplace_back("fo:break-before", "page");
+    if (format.pageBreakPolicy() & QTextFormat::PageBreak_AlwaysAfter)
+        properties.emplace_back("fo:break-after", "page");
+    if (properties.empty())
+        return parent;
+    return named(paragraphs_, u'P', parent, std::move(properties));
+}
+
+AutomaticStyles::TextStyle AutomaticStyles::text(const QTextCharFormat& format, int headingLevel) {
+    Properties properties = emphasisOf(format, headingLevel);
+    double size = defaultPointSize_;
+    if (format.hasProperty(QTextFormat::FontPointSize) && format.fontPointSize() > 0)
+        size = format.fontPointSize();
+    else if (const int pixels = format.intProperty(QTextFormat::FontPixelSize); pixels > 0)
+        size = Units::pointsFromPixels(pixels);
+    const double paragraphSize =
+        headingLevel > 0 ? headingPointSizes[headingLevel - 1] : defaultPointSize_;
+    if (std::abs(size - paragraphSize) > 0.01)
+        properties.emplace_back("fo:font-size", lengthInPoints(size));
+    if (const QString family = xmlSafe(familyOf(format));
+        !family.isEmpty() && family != defaultFamily_)
+        properties.emplace_back("style:font-name", fontFace(family));
+    addColoursAndPosition(format, properties);
+    if (properties.empty())
+        return {};
+
+    const bool plainSpaces = std::all_of(properties.begin(), properties.end(), [](auto& property) {
+        return property.first == u"fo:font-weight" || property.first == u"fo:font-style" ||
+               property.first == u"fo:color";
+    });
+    return {named(texts_, u'T', {}, std::move(properties)), plainSpaces};
+}
+
+QString AutomaticStyles::list(const ListLevels& levels) {
+    for (const auto& [name, known] : lists_)
+        if (known == levels)
+            return name;
+    lists_.emplace_back("L" + QString::number(lists_.size() + 1), levels);
+    return lists_.back().first;
+}
+
+void AutomaticStyles::writeFontFaces(QXmlStreamWriter& xml) const {
+    xml.writeStartElement("office:font-face-decls");
+    for (const auto& [family, name] : fontFaces_)
+        writeFontFace(xml, name, family);
+    xml.writeEndElement();
+}
+
+void AutomaticStyles::write(QXmlStreamWriter& xml) const {
+    xml.writeStartElement("office:automatic-styles");
+    for (const auto& [styles, family, element] :
+         {std::tuple{&paragraphs_, "paragraph", "style:paragraph-properties"},
+          std::tuple{&texts_, "text", "style:text-properties"}}) {
+        for (const Style& style : *styles) {
+            xml.writeStartElement("style:style");
+            xml.writeAttribute("style:name", style.name);
+            xml.writeAttribute("style:family", family);
+            if (!style.parent.isEmpty())
+                xml.writeAttribute("style:parent-style-name", style.parent);
+            writeProperties(xml, element, style.properties);
+            xml.writeEndElement();
+        }
+    }
+    for (const auto& [name, levels] : lists_)
+        writeList(xml, name, levels);
+    xml.writeEndElement();
+}
+
+void AutomaticStyles::writeList(QXmlStreamWriter& xml, const QString& name,
+                                const ListLevels& levels) const {
+    xml.writeStartElement("text:list-style");
+    xml.writeAttribute("style:name", name);
+    for (int level = 1; level <= listLevels; ++level) {
+        const QTextListFormat::Style style = levels[static_cast<std::size_t>(level - 1)];
+        const QString numberFormat = numberFormatOf(style);
+        if (numberFormat.isEmpty()) {
+            xml.writeStartElement("text:list-level-style-bullet");
+            xml.writeAttribute("text:level", QString::number(level));
+            xml.writeAttribute("text:bullet-char", bulletOf(style));
+        } else {
+            xml.writeStartElement("text:list-level-style-number");
+            xml.writeAttribute("text:level", QString::number(level));
+            xml.writeAttribute("style:num-suffix", ".");
+            xml.writeAttribute("style:num-format", numberFormat);
+        }
+        xml.writeStartElement("style:list-level-properties");
+        xml.writeAttribute("text:list-level-position-and-space-mode", "label-alignment");
+        const QString margin = lengthInPoints(listIndentPoints * (level + 1));
+        writeProperties(xml, "style:list-level-label-alignment",
+                        {{"text:label-followed-by", "listtab"},
+                         {"text:list-tab-stop-position", margin},
+                         {"fo:text-indent", lengthInPoints(-listIndentPoints)},
+                         {"fo:margin-left", margin}});
+        xml.writeEndElement();
+        xml.writeEndElement();
+    }
+    xml.writeEndElement();
+}
+
+} // namespace kelvane::Odt

@@ -1,0 +1,220 @@
+#include "documents/rtf/RtfBuilder.h"
+
+#include "documents/DocumentImages.h"
+
+#include <QTextDocument>
+#include <QTextList>
+#include <QTextTable>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace kelvane::Rtf {
+namespace {
+
+constexpr int maxColumns = 64;
+constexpr int maxCells = 100000;
+
+} // namespace
+
+Builder::Builder(QTextDocument& document)
+    : cursor_(&document) {}
+
+void Builder::insertText(const QString& text, const QTextCharFormat& format, bool inTable) {
+    enter(inTable);
+    cursor_.insertText(text, format);
+    blockTouched_ = true;
+}
+
+void Builder::insertImage(const QByteArray& bytes, QSizeF points, bool inTable) {
+    enter(inTable);
+    if (DocumentImages::insert(cursor_, bytes, points))
+        blockTouched_ = true;
+}
+
+void Builder::endParagraph(const ParagraphEnd& end, bool inTable) {
+    enter(inTable);
+    applyParagraph(end);
+    needBlock_ = true;
+}
+
+void Builder::breakPage() {
+    if (table_ && !rowEnded_)
+        return; // a table row cannot start a page in this model
+    if (table_)
+        leaveTable();
+    if (needBlock_)
+        pendingBreak_ = true;
+    else
+        breakBefore_ = true;
+}
+
+void Builder::endCell(const ParagraphEnd& end) {
+    if (table_ && needBlock_ && !cellEnded_ && !rowEnded_) {
+        // "text\par\cell" is how many writers end a cell; the empty paragraph is not meant.
+        cellEnded_ = true;
+        needBlock_ = false;
+        return;
+    }
+    enter(true);
+    applyParagraph(end);
+    cellEnded_ = true;
+}
+
+void Builder::endRow() {
+    if (!table_)
+        return;
+    rowEnded_ = true;
+    cellEnded_ = false;
+}
+
+void Builder::defineRow() {
+    rowCells_ = 0;
+}
+
+void Builder::addCellBoundary() {
+    rowCells_ = std::min(rowCells_ + 1, maxColumns);
+}
+
+void Builder::finish(const ParagraphEnd& end) {
+    if (blockTouched_ && !needBlock_)
+        applyParagraph(end);
+}
+
+void Builder::enter(bool inTable) {
+    if (inTable && !table_)
+        startTable();
+    else if (!inTable && table_)
+        leaveTable();
+    if (table_)
+        moveToPendingCell();
+    if (!needBlock_)
+        return;
+    cursor_.insertBlock(QTextBlockFormat(), QTextCharFormat());
+    needBlock_ = false;
+    blockTouched_ = false;
+    breakBefore_ = pendingBreak_;
+    pendingBreak_ = false;
+}
+
+void Builder::startTable() {
+    QTextTableFormat format;
+    format.setBorder(1);
+    format.setCellPadding(4);
+    format.setCellSpacing(0);
+    format.setBorderCollapse(true);
+    table_ = cursor_.insertTable(1, std::max(rowCells_, 1), format);
+    lists_.clear();
+    row_ = 0;
+    column_ = 0;
+    cellEnded_ = false;
+    rowEnded_ = false;
+    moveToCell(0, 0);
+}
+
+void Builder::leaveTable() {
+    cursor_ = table_->lastCursorPosition();
+    cursor_.movePosition(QTextCursor::NextBlock);
+    table_ = nullptr;
+    lists_.clear();
+    needBlock_ = false;
+    blockTouched_ = false;
+    breakBefore_ = pendingBreak_;
+    pendingBreak_ = false;
+}
+
+void Builder::moveToPendingCell() {
+    if (rowEnded_) {
+        if (rowCells_ > table_->columns())
+            table_->appendColumns(rowCells_ - table_->columns());
+        if ((table_->rows() + 1) * table_->columns() > maxCells)
+            throw std::runtime_error("the RTF table has too many cells");
+        table_->appendRows(1);
+        moveToCell(row_ + 1, 0);
+    } else if (cellEnded_) {
+        if (column_ + 1 >= table_->columns() && table_->columns() < maxColumns) {
+            if ((table_->rows()) * (table_->columns() + 1) > maxCells)
+                throw std::runtime_error("the RTF table has too many cells");
+            table_->appendColumns(1);
+        }
+        // Cells past the last column a table may have share the last one.
+        moveToCell(row_, std::min(column_ + 1, table_->columns() - 1));
+    }
+}
+
+void Builder::moveToCell(int row, int column) {
+    const QTextTableCell cell = table_->cellAt(row, column);
+    const bool revisited = column == column_ && row == row_ && cellEnded_;
+    cursor_ = revisited ? cell.lastCursorPosition() : cell.firstCursorPosition();
+    row_ = row;
+    column_ = column;
+    cellEnded_ = false;
+    rowEnded_ = false;
+    needBlock_ = revisited;
+    blockTouched_ = false;
+    breakBefore_ = false;
+}
+
+void Builder::applyParagraph(const ParagraphEnd& end) {
+    QTextBlockFormat format = end.format;
+    if (breakBefore_)
+        format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    std::optional<ListItem> item = end.listItem;
+    if (!item && end.typedListLevel > 0 && (item = takeTypedMarker(end.typedListLevel))) {
+        format.clearProperty(QTextFormat::BlockLeftMargin);
+        format.clearProperty(QTextFormat::TextIndent);
+    }
+    cursor_.setBlockFormat(format);
+    if (item) {
+        joinList(*item);
+    } else {
+        // Numbering without list definitions restarts after any other paragraph.
+        std::erase_if(lists_, [](const auto& entry) { return entry.first.first == 0; });
+    }
+}
+
+void Builder::joinList(const ListItem& item) {
+    // A shallower item closes the deeper lists of its group: their next items start anew.
+    std::erase_if(lists_, [&](const auto& entry) {
+        return entry.first.first == item.group && entry.first.second > item.level;
+    });
+    QPointer<QTextList>& list = lists_[{item.group, item.level}];
+    if (list && list->format().style() == item.style) {
+        list->add(cursor_.block());
+        return;
+    }
+    QTextListFormat format;
+    format.setStyle(item.style);
+    format.setIndent(item.level);
+    list = cursor_.createList(format);
+}
+
+std::optional<ListItem> Builder::takeTypedMarker(int level) {
+    const QString text = cursor_.block().text();
+    const qsizetype tab = text.indexOf(u'\t');
+    if (tab < 1 || tab > 6)
+        return std::nullopt;
+    const QStringView marker = QStringView(text).first(tab).trimmed();
+    std::optional<ListItem> item;
+    if (marker.size() == 1 &&
+        QStringView(u"\u2022\u00B7\u25CF\u25E6\u25AA-o").contains(marker[0])) {
+        item = ListItem{0, level, QTextListFormat::ListDisc};
+    } else if (marker.size() >= 2 && (marker.endsWith(u'.') || marker.endsWith(u')'))) {
+        const QStringView number = marker.chopped(1);
+        if (std::all_of(number.begin(), number.end(), [](QChar c) { return c.isDigit(); }))
+            item = ListItem{0, level, QTextListFormat::ListDecimal};
+        else if (number.size() == 1 && number[0].isLower())
+            item = ListItem{0, level, QTextListFormat::ListLowerAlpha};
+        else if (number.size() == 1 && number[0].isUpper())
+            item = ListItem{0, level, QTextListFormat::ListUpperAlpha};
+    }
+    if (item) {
+        QTextCursor marked(cursor_.block());
+        marked.setPosition(cursor_.block().position() + static_cast<int>(tab) + 1,
+                           QTextCursor::KeepAnchor);
+        marked.removeSelectedText();
+    }
+    return item;
+}
+
+} // namespace kelvane::Rtf

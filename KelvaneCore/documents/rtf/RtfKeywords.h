@@ -1,0 +1,111 @@
+#pragma once
+
+#include <QByteArrayView>
+
+namespace kelvane::Rtf {
+
+// The control words the reader acts on. Several words share one keyword and differ in the
+// value: the character a symbol word stands for, the numbering format of an old-style \pn
+// word, the alignment of \ql..\qj, the kind of picture data.
+enum class Keyword {
+    Unknown,
+    // destinations
+    FontTable,
+    ColorTable,
+    ListTable,
+    ListOverrideTable,
+    Picture,
+    Field,
+    FieldInstruction,
+    FieldResult,
+    ListText,
+    Numbering,
+    Graphic,
+    PassThrough, // a group whose contents are ordinary text, e.g. \shppict
+    Skipped,     // a group with nothing to show, e.g. \info or \header
+    // document
+    CodePage,
+    MacCharset,
+    DefaultFont,
+    UnicodeSkip,
+    Unicode,
+    // characters
+    Plain,
+    Bold,
+    Italic,
+    Underline,
+    UnderlineNone,
+    Strike,
+    Font,
+    FontSize,
+    Foreground,
+    Background,
+    Superscript,
+    Subscript,
+    NoSuperSub,
+    Hidden,
+    Character,
+    Footnote,     // a note: its text goes to the end of the document
+    FootnoteMark, // \chftn, the note's automatic number
+    // tables of fonts, colours and lists
+    FontCharset,
+    FontCodePage,
+    Red,
+    Green,
+    Blue,
+    List,
+    ListLevel,
+    LevelNumberFormat,
+    ListId,
+    ListOverride,
+    NumberingLevel,
+    NumberingFormat,
+    // paragraphs
+    ParagraphDefaults,
+    Alignment,
+    LeftIndent,
+    RightIndent,
+    FirstIndent,
+    InTable,
+    OutlineLevel,
+    ListNumber,
+    ListNesting,
+    PageBreakBefore,
+    Paragraph,
+    Page,
+    Section,
+    Cell,
+    Row,
+    RowDefaults,
+    CellRight,
+    // pictures
+    PictureType,
+    PictureGoalWidth,
+    PictureGoalHeight,
+    PictureScaleX,
+    PictureScaleY,
+    GraphicWidth,
+    GraphicHeight,
+};
+
+struct KeywordInfo {
+    Keyword keyword = Keyword::Unknown;
+    int value = 0;
+};
+
+// Values of Keyword::PictureType.
+constexpr int otherPicture = 0;
+constexpr int pngPicture = 1;
+constexpr int jpegPicture = 2;
+
+// Values of LevelNumberFormat and NumberingFormat, as \levelnfc spells them.
+constexpr int decimalNumbers = 0;
+constexpr int upperRomanNumbers = 1;
+constexpr int lowerRomanNumbers = 2;
+constexpr int upperLetters = 3;
+constexpr int lowerLetters = 4;
+constexpr int bullets = 23;
+
+KeywordInfo keywordOf(QByteArrayView word);
+
+} // namespace kelvane::Rtf

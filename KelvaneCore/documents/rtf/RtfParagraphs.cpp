@@ -1,0 +1,97 @@
+#include "documents/Units.h"
+#include "documents/rtf/RtfReading.h"
+
+#include <algorithm>
+
+namespace kelvane::Rtf {
+namespace {
+
+constexpr int typedListIndent = 360; // twips per nesting level of lists typed as text
+
+double pixelsFromTwips(int twips) {
+    return Units::pixelsFromPoints(Units::pointsFromTwips(twips));
+}
+
+QTextListFormat::Style styleOf(int numberFormat) {
+    switch (numberFormat) {
+    case bullets:
+    case 255: // no number shown
+        return QTextListFormat::ListDisc;
+    case upperRomanNumbers:
+        return QTextListFormat::ListUpperRoman;
+    case lowerRomanNumbers:
+        return QTextListFormat::ListLowerRoman;
+    case upperLetters:
+        return QTextListFormat::ListUpperAlpha;
+    case lowerLetters:
+        return QTextListFormat::ListLowerAlpha;
+    default:
+        return QTextListFormat::ListDecimal;
+    }
+}
+
+// A marker such as "3." or "b)" from \listtext when no list definition says more.
+int guessedFormat(const QString& marker) {
+    const QString text = marker.trimmed();
+    if (std::any_of(text.begin(), text.end(), [](QChar c) { return c.isDigit(); }))
+        return decimalNumbers;
+    if (text.size() >= 2 && text[0].isLetter() && (text[1] == u'.' || text[1] == u')'))
+        return text[0].isUpper() ? upperLetters : lowerLetters;
+    return bullets;
+}
+
+} // namespace
+
+void Reader::endParagraph() {
+    if (state().destination != Destination::Body)
+        return;
+    builder_.endParagraph(paragraphEnd(), state().paragraph.inTable);
+    listTextSeen_ = false;
+    listText_.clear();
+}
+
+ParagraphEnd Reader::paragraphEnd() const {
+    static constexpr Qt::Alignment alignments[] = {Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight,
+                                                   Qt::AlignJustify};
+    const ParagraphState& paragraph = state().paragraph;
+    ParagraphEnd end;
+    end.listItem = listItem();
+    QTextBlockFormat& format = end.format;
+    if (paragraph.alignment > 0)
+        format.setAlignment(alignments[paragraph.alignment]);
+    // A list places its items itself; the indents RTF gives them would indent twice.
+    if (!end.listItem && paragraph.leftIndent != 0)
+        format.setLeftMargin(pixelsFromTwips(paragraph.leftIndent));
+    if (!end.listItem && paragraph.firstIndent != 0)
+        format.setTextIndent(pixelsFromTwips(paragraph.firstIndent));
+    if (paragraph.rightIndent != 0)
+        format.setRightMargin(pixelsFromTwips(paragraph.rightIndent));
+    if (paragraph.headingLevel > 0)
+        format.setHeadingLevel(paragraph.headingLevel);
+    if (paragraph.pageBreakBefore)
+        format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    if (!end.listItem && paragraph.firstIndent < 0)
+        end.typedListLevel = std::clamp(paragraph.leftIndent / typedListIndent, 1, 9);
+    return end;
+}
+
+std::optional<ListItem> Reader::listItem() const {
+    const ParagraphState& paragraph = state().paragraph;
+    if (paragraph.listNumber > 0) {
+        int format = guessedFormat(listText_);
+        const auto list = listOverrides_.find(paragraph.listNumber);
+        const auto levels =
+            list == listOverrides_.end() ? listFormats_.end() : listFormats_.find(list->second);
+        const auto level = static_cast<std::size_t>(paragraph.listNesting);
+        if (levels != listFormats_.end() && level < levels->second.size())
+            format = levels->second[level];
+        return ListItem{paragraph.listNumber, paragraph.listNesting + 1, styleOf(format)};
+    }
+    if (numbering_.active)
+        return ListItem{0, numbering_.level, styleOf(numbering_.format)};
+    if (listTextSeen_)
+        return ListItem{0, 1, styleOf(guessedFormat(listText_))};
+    return std::nullopt;
+}
+
+} // namespace kelvane::Rtf

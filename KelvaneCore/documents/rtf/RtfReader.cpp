@@ -1,0 +1,372 @@
+#include "documents/DocumentFormats.h"
+#include "documents/rtf/RtfReading.h"
+
+#include <QTextDocument>
+
+#include <stdexcept>
+
+namespace kelvane::Rtf {
+namespace {
+
+// Real documents nest a few dozen groups; anything deeper is refused before it costs memory.
+constexpr std::size_t maxDepth = 256;
+constexpr std::size_t maxColors = 4096;
+constexpr qsizetype maxSideText = 4096; // font names, field instructions, list markers
+
+void appendBounded(QString& to, const QString& text) {
+    to.append(QStringView(text).first(std::min(text.size(), maxSideText - to.size())));
+}
+
+QString quotedOrWord(QStringView& rest) {
+    rest = rest.trimmed();
+    qsizetype end = 0;
+    QString word;
+    if (rest.startsWith(u'"')) {
+        end = rest.indexOf(u'"', 1);
+        if (end < 0)
+            end = rest.size();
+        word = rest.mid(1, end - 1).toString();
+        ++end;
+    } else {
+        while (end < rest.size() && !rest[end].isSpace())
+            ++end;
+        word = rest.first(end).toString();
+    }
+    rest = rest.mid(std::min(end, rest.size()));
+    return word;
+}
+
+// HYPERLINK "url" with an optional \l "bookmark"; other switches carry no address.
+QString hyperlinkTarget(const QString& instruction) {
+    QStringView rest = QStringView(instruction).trimmed();
+    if (!rest.startsWith(u"HYPERLINK", Qt::CaseInsensitive))
+        return {};
+    rest = rest.mid(9);
+    QString url;
+    QString bookmark;
+    while (!rest.trimmed().isEmpty()) {
+        const QString word = quotedOrWord(rest);
+        if (word == u"\\l")
+            bookmark = quotedOrWord(rest);
+        else if (word == u"\\o" || word == u"\\t")
+            quotedOrWord(rest);
+        else if (!word.startsWith(u'\\') && url.isEmpty())
+            url = word;
+    }
+    return bookmark.isEmpty() ? url : url + u'#' + bookmark;
+}
+
+} // namespace
+
+Reader::Reader(QByteArrayView rtf, std::filesystem::path attachments, QTextDocument& document)
+    : tokens_(rtf)
+    , attachments_(std::move(attachments))
+    , builder_(document) {}
+
+void Reader::read() {
+    for (Token token = tokens_.next(); token.type != Token::Type::End && !ended_;
+         token = tokens_.next())
+        take(token);
+    // A file cut short closes its open groups, so a half-read picture or table still ends.
+    while (!ended_ && !stack_.empty())
+        endGroup();
+}
+
+void Reader::take(Token token) {
+    if (skipDepth_ > 0) {
+        if (token.type == Token::Type::GroupStart)
+            ++skipDepth_;
+        else if (token.type == Token::Type::GroupEnd)
+            endGroup();
+        return;
+    }
+    if (!skipFallback(token))
+        return;
+    switch (token.type) {
+    case Token::Type::GroupStart:
+        startGroup();
+        break;
+    case Token::Type::GroupEnd:
+        endGroup();
+        break;
+    case Token::Type::Word:
+        controlWord(token);
+        break;
+    case Token::Type::Symbol:
+        symbol(token.value);
+        break;
+    case Token::Type::HexByte:
+        if (state().destination != Destination::Picture)
+            bytes_.append(static_cast<char>(token.value));
+        break;
+    case Token::Type::Text:
+        if (state().destination == Destination::Picture)
+            picture_.hex.append(token.bytes);
+        else
+            bytes_.append(token.bytes);
+        break;
+    case Token::Type::Binary:
+        if (state().destination == Destination::Picture)
+            picture_.binary.append(token.bytes);
+        break;
+    case Token::Type::End:
+        break;
+    }
+}
+
+// After \uN the next \ucN characters are a fallback for readers without Unicode; each byte,
+// escape or control word counts as one, and a group boundary ends the fallback.
+bool Reader::skipFallback(Token& token) {
+    if (fallbackToSkip_ == 0)
+        return true;
+    if (token.type == Token::Type::GroupStart || token.type == Token::Type::GroupEnd) {
+        fallbackToSkip_ = 0;
+        return true;
+    }
+    if (token.type != Token::Type::Text) {
+        --fallbackToSkip_;
+        return false;
+    }
+    const qsizetype skipped = std::min<qsizetype>(fallbackToSkip_, token.bytes.size());
+    fallbackToSkip_ -= static_cast<int>(skipped);
+    token.bytes = token.bytes.sliced(skipped);
+    return !token.bytes.isEmpty();
+}
+
+void Reader::startGroup() {
+    flushText();
+    ignorable_ = false; // \* counts only right before a control word
+    if (stack_.empty()) {
+        stack_.emplace_back();
+        return;
+    }
+    if (stack_.size() >= maxDepth)
+        throw std::runtime_error("the RTF groups are nested too deeply");
+    stack_.push_back(state());
+}
+
+bool Reader::endGroup() {
+    if (skipDepth_ > 1) {
+        --skipDepth_;
+        return true;
+    }
+    skipDepth_ = 0;
+    flushText();
+    ignorable_ = false;
+    if (stack_.size() <= 1) {
+        // The outermost group closed: the document ends here, whatever follows.
+        if (!stack_.empty())
+            finishWithNotes();
+        stack_.clear();
+        ended_ = true;
+        return false;
+    }
+    const State ended = state();
+    stack_.pop_back();
+    if (ended.destination != state().destination)
+        endDestination(ended);
+    return true;
+}
+
+void Reader::endDestination(const State& ended) {
+    switch (ended.destination) {
+    case Destination::FontTable:
+        commitFontName();
+        break;
+    case Destination::FieldInstruction:
+        if (ended.field >= 0)
+            fields_[static_cast<std::size_t>(ended.field)].href =
+                hyperlinkTarget(fields_[static_cast<std::size_t>(ended.field)].instruction);
+        break;
+    case Destination::Picture:
+        if (state().destination == Destination::Body)
+            finishPicture();
+        break;
+    case Destination::Graphic:
+        if (state().destination == Destination::Body)
+            finishGraphic();
+        break;
+    default:
+        break;
+    }
+}
+
+void Reader::symbol(unsigned char value) {
+    switch (value) {
+    case '*':
+        ignorable_ = true;
+        return;
+    case '~':
+        return appendCharacter(0x00A0);
+    case '-':
+        return appendCharacter(0x00AD);
+    case '_':
+        return appendCharacter(0x2011);
+    case '{':
+    case '}':
+    case '\\':
+        return appendCharacter(value);
+    case '\t':
+        return appendCharacter('\t');
+    default:
+        return; // \: index entries, \| formulas and malformed escapes show nothing
+    }
+}
+
+void Reader::appendCharacter(char32_t code) {
+    decodePending();
+    text_.append(QChar(static_cast<char16_t>(code)));
+}
+
+void Reader::decodePending() {
+    if (bytes_.isEmpty())
+        return;
+    text_.append(decoder_.decode(bytes_, codePage()));
+    bytes_.clear();
+}
+
+void Reader::flushText() {
+    decodePending();
+    if (text_.isEmpty())
+        return;
+    QString text = std::move(text_);
+    text_.clear();
+    deliver(std::move(text));
+}
+
+void Reader::deliver(QString text) {
+    switch (state().destination) {
+    case Destination::Body:
+        return deliverToBody(std::move(text));
+    case Destination::FontTable:
+        for (const QChar c : text) {
+            if (c == u';')
+                commitFontName();
+            else if (definingFont_ >= 0 && fonts_[definingFont_].name.size() < maxSideText)
+                fonts_[definingFont_].name.append(c);
+        }
+        return;
+    case Destination::ColorTable:
+        for (qsizetype i = text.count(u';'); i > 0; --i)
+            commitColor();
+        return;
+    case Destination::Footnote:
+        if (!state().chars.hidden)
+            appendBounded(notes_.back(), text);
+        return;
+    case Destination::FieldInstruction:
+        if (state().field >= 0)
+            appendBounded(fields_[static_cast<std::size_t>(state().field)].instruction, text);
+        return;
+    case Destination::ListText:
+        return appendBounded(listText_, text);
+    case Destination::Graphic:
+        return appendBounded(picture_.fileName, text);
+    default:
+        return;
+    }
+}
+
+// Footnotes follow the text, each a paragraph led by its number.
+void Reader::finishWithNotes() {
+    if (notes_.empty())
+        return builder_.finish(paragraphEnd());
+    if (builder_.paragraphStarted())
+        builder_.endParagraph(paragraphEnd(), false);
+    QTextCharFormat mark;
+    mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+    for (std::size_t note = 0; note < notes_.size(); ++note) {
+        builder_.insertText(QString::number(note + 1), mark, false);
+        builder_.insertText(u' ' + notes_[note].simplified(), QTextCharFormat(), false);
+        builder_.endParagraph({}, false);
+    }
+    builder_.finish({});
+}
+
+void Reader::deliverToBody(QString text) {
+    if (skipAttachmentMark_ && text.startsWith(QChar(0x00AC)))
+        text.remove(0, 1); // the stand-in character an RTFD package puts after each attachment
+    skipAttachmentMark_ = false;
+    text.removeIf([](QChar c) { return c.unicode() < 0x20 && c != u'\t'; });
+    if (!text.isEmpty() && !state().chars.hidden)
+        builder_.insertText(text, charFormat(), state().paragraph.inTable);
+}
+
+void Reader::commitFontName() {
+    if (definingFont_ < 0)
+        return;
+    Font& font = fonts_[definingFont_];
+    font.name = font.name.trimmed();
+    definingFont_ = -1;
+}
+
+void Reader::commitColor() {
+    if (colors_.size() < maxColors)
+        colors_.push_back(colorGiven_ ? QColor(red_, green_, blue_) : QColor());
+    red_ = green_ = blue_ = 0;
+    colorGiven_ = false;
+}
+
+QTextCharFormat Reader::charFormat() const {
+    const CharacterState& chars = state().chars;
+    QTextCharFormat format;
+    const auto font = fonts_.find(chars.font < 0 ? defaultFont_ : chars.font);
+    if (font != fonts_.end() && !font->second.name.isEmpty())
+        format.setFontFamilies(QStringList{font->second.name});
+    format.setFontPointSize(chars.halfPoints / 2.0);
+    if (chars.bold)
+        format.setFontWeight(QFont::Bold);
+    format.setFontItalic(chars.italic);
+    format.setFontUnderline(chars.underline);
+    format.setFontStrikeOut(chars.strike);
+    format.setVerticalAlignment(chars.vertical);
+    const auto color = [this](int index) {
+        return index > 0 && static_cast<std::size_t>(index) < colors_.size()
+                   ? colors_[static_cast<std::size_t>(index)]
+                   : QColor();
+    };
+    if (color(chars.foreground).isValid())
+        format.setForeground(color(chars.foreground));
+    if (color(chars.background).isValid())
+        format.setBackground(color(chars.background));
+    if (state().link >= 0) {
+        format.setAnchor(true);
+        format.setAnchorHref(fields_[static_cast<std::size_t>(state().link)].href);
+    }
+    return format;
+}
+
+int Reader::codePage() const {
+    const int font = state().destination == Destination::FontTable
+                         ? definingFont_
+                         : (state().chars.font < 0 ? defaultFont_ : state().chars.font);
+    const auto found = fonts_.find(font);
+    return found != fonts_.end() && found->second.codePage > 0 ? found->second.codePage
+                                                               : documentCodePage_;
+}
+
+} // namespace kelvane::Rtf
+
+namespace kelvane::DocumentFormats {
+
+std::unique_ptr<QTextDocument> readRtf(const QByteArray& rtf,
+                                       const std::filesystem::path& attachments) {
+    if (rtf.size() > maxSourceBytes)
+        throw std::runtime_error("the RTF file is too large");
+    if (!rtf.startsWith("{\\rtf"))
+        throw std::runtime_error("not an RTF document");
+    auto document = std::make_unique<QTextDocument>();
+    document->setUndoRedoEnabled(false); // a history of every insertion only costs memory
+    Rtf::Reader(rtf, attachments, *document).read();
+    document->setUndoRedoEnabled(true);
+    return document;
+}
+
+std::unique_ptr<QTextDocument> readRtfd(const std::filesystem::path& package) {
+    const auto text = Rtf::attachmentPath(package, QStringLiteral("TXT.rtf"));
+    if (!text)
+        throw std::runtime_error("the RTFD package holds no TXT.rtf");
+    return readRtf(readSource(*text), package);
+}
+
+} // namespace kelvane::DocumentFormats

@@ -1,0 +1,282 @@
+#include "documents/DocumentFormats.h"
+#include "documents/Units.h"
+#include "documents/rtf/RtfRuns.h"
+
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextFrame>
+#include <QTextList>
+#include <QTextTable>
+
+#include <cmath>
+#include <map>
+#include <vector>
+
+namespace kelvane::DocumentFormats {
+namespace {
+
+constexpr int listLevels = 9;
+constexpr int listIndentTwips = 360;
+constexpr int textWidthTwips = 9360; // 6.5 inches, a Letter or A4 page inside its margins
+
+QByteArray number(double value) {
+    return QByteArray::number(std::lround(value));
+}
+
+QByteArray twips(double pixels) {
+    return number(Units::twipsFromPoints(Units::pointsFromPixels(pixels)));
+}
+
+// \levelnfc values.
+int numberFormat(QTextListFormat::Style style) {
+    switch (style) {
+    case QTextListFormat::ListDecimal:
+        return 0;
+    case QTextListFormat::ListUpperRoman:
+        return 1;
+    case QTextListFormat::ListLowerRoman:
+        return 2;
+    case QTextListFormat::ListUpperAlpha:
+        return 3;
+    case QTextListFormat::ListLowerAlpha:
+        return 4;
+    default:
+        return 23;
+    }
+}
+
+bool isBullet(const QTextList& list) {
+    return numberFormat(list.format().style()) == 23;
+}
+
+class Writer {
+public:
+    explicit Writer(const QTextDocument& document)
+        : document_(document)
+        , tables_(document) {}
+
+    QByteArray write();
+
+private:
+    void collectLists();
+    void writeStyleSheet();
+    void writeListTables();
+    void writeListLevel(const QTextList& list, int level);
+    void writeFrame(const QTextFrame& frame);
+    void writeBlock(const QTextBlock& block, const char* ending, bool inTable);
+    void writeParagraphProperties(const QTextBlock& block);
+    void writeTable(const QTextTable& table);
+    std::vector<int> cellRights(const QTextTable& table) const;
+    static QByteArray mergeOf(const QTextTableCell& cell, int row, int column);
+    void writeCell(const QTextTableCell& cell);
+    int listNumber(const QTextList* list) const;
+
+    const QTextDocument& document_;
+    Rtf::StyleTables tables_;
+    std::vector<const QTextList*> lists_;
+    std::map<const QTextList*, int> listNumbers_;
+    QByteArray out_;
+};
+
+QByteArray Writer::write() {
+    collectLists();
+    out_ = "{\\rtf1\\ansi\\ansicpg1252\\deff0\\uc1\n";
+    out_ += tables_.fontTable();
+    out_ += tables_.colorTable();
+    writeStyleSheet();
+    writeListTables();
+    writeFrame(*document_.rootFrame());
+    out_ += "}\n";
+    return out_;
+}
+
+// Headings name their styles, so that word processors reading the file find headings.
+void Writer::writeStyleSheet() {
+    out_ += "{\\stylesheet{\\s0 Normal;}";
+    for (int level = 1; level <= 6; ++level)
+        out_ += "{\\s" + QByteArray::number(level) + "\\sbasedon0\\snext0\\outlinelevel" +
+                QByteArray::number(level - 1) + " heading " + QByteArray::number(level) + ";}";
+    out_ += "}\n";
+}
+
+void Writer::collectLists() {
+    for (QTextBlock block = document_.begin(); block.isValid(); block = block.next()) {
+        const QTextList* list = block.textList();
+        if (list && listNumber(list) == 0) {
+            lists_.push_back(list);
+            listNumbers_[list] = static_cast<int>(lists_.size());
+        }
+    }
+}
+
+int Writer::listNumber(const QTextList* list) const {
+    const auto found = listNumbers_.find(list);
+    return found == listNumbers_.end() ? 0 : found->second;
+}
+
+// Every list gets a definition of its own whose levels all number alike, so \ilvl can say
+// how deep an item sits whatever its style.
+void Writer::writeListTables() {
+    if (lists_.empty())
+        return;
+    out_ += "{\\*\\listtable\n";
+    for (std::size_t i = 0; i < lists_.size(); ++i) {
+        const QByteArray id = QByteArray::number(i + 1);
+        out_ += "{\\list\\listtemplateid" + id + "\\listhybrid\n";
+        for (int level = 0; level < listLevels; ++level)
+            writeListLevel(*lists_[i], level);
+        out_ += "{\\listname ;}\\listid" + id + "}\n";
+    }
+    out_ += "}\n{\\*\\listoverridetable\n";
+    for (std::size_t i = 0; i < lists_.size(); ++i) {
+        const QByteArray id = QByteArray::number(i + 1);
+        out_ += "{\\listoverride\\listid" + id + "\\listoverridecount0\\ls" + id + "}\n";
+    }
+    out_ += "}\n";
+}
+
+void Writer::writeListLevel(const QTextList& list, int level) {
+    const QByteArray format = QByteArray::number(numberFormat(list.format().style()));
+    out_ += "{\\listlevel\\levelnfc" + format + "\\levelnfcn" + format +
+            "\\leveljc0\\leveljcn0\\levelfollow0\\levelstartat1";
+    // \leveltext starts with its own length; \'0N stands for the number of level N.
+    if (isBullet(list))
+        out_ += "{\\leveltext\\'01\\u8226 ?;}{\\levelnumbers;}";
+    else
+        out_ += "{\\leveltext\\'02\\'0" + QByteArray::number(level) + ".;}{\\levelnumbers\\'01;}";
+    out_ += "\\fi-" + QByteArray::number(listIndentTwips) + "\\li" +
+            QByteArray::number(listIndentTwips * (level + 2)) + "}\n";
+}
+
+void Writer::writeFrame(const QTextFrame& frame) {
+    for (auto it = frame.begin(); !it.atEnd(); ++it) {
+        if (const QTextFrame* child = it.currentFrame()) {
+            if (const auto* table = qobject_cast<const QTextTable*>(child))
+                writeTable(*table);
+            else
+                writeFrame(*child);
+        } else {
+            writeBlock(it.currentBlock(), "\\par\n", false);
+        }
+    }
+}
+
+void Writer::writeBlock(const QTextBlock& block, const char* ending, bool inTable) {
+    if (!inTable && block.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore)
+        out_ += "\\page\n";
+    out_ += "\\pard";
+    if (inTable)
+        out_ += "\\intbl";
+    writeParagraphProperties(block);
+    out_ += ' ';
+    if (const QTextList* list = block.textList()) {
+        out_ += "{\\listtext ";
+        if (isBullet(*list))
+            out_ += "\\u8226?";
+        else
+            Rtf::appendText(out_, list->itemText(block));
+        out_ += "\\tab}";
+    }
+    Rtf::appendRuns(out_, block, tables_);
+    out_ += ending;
+}
+
+void Writer::writeParagraphProperties(const QTextBlock& block) {
+    const QTextBlockFormat format = block.blockFormat();
+    const Qt::Alignment alignment = format.alignment() & Qt::AlignHorizontal_Mask;
+    if (alignment & Qt::AlignHCenter)
+        out_ += "\\qc";
+    else if (alignment & Qt::AlignRight)
+        out_ += "\\qr";
+    else if (alignment & Qt::AlignJustify)
+        out_ += "\\qj";
+    if (const QTextList* list = block.textList()) {
+        const int level = std::clamp(list->format().indent(), 1, listLevels);
+        out_ += "\\ls" + QByteArray::number(listNumber(list)) + "\\ilvl" +
+                QByteArray::number(level - 1) + "\\fi-" + QByteArray::number(listIndentTwips) +
+                "\\li" + QByteArray::number(listIndentTwips * (level + 1));
+    } else {
+        if (std::lround(format.leftMargin()) != 0)
+            out_ += "\\li" + twips(format.leftMargin());
+        if (std::lround(format.textIndent()) != 0)
+            out_ += "\\fi" + twips(format.textIndent());
+    }
+    if (std::lround(format.rightMargin()) != 0)
+        out_ += "\\ri" + twips(format.rightMargin());
+    const int heading = format.headingLevel();
+    if (heading >= 1 && heading <= 6)
+        out_ += "\\s" + QByteArray::number(heading) + "\\outlinelevel" +
+                QByteArray::number(heading - 1);
+}
+
+void Writer::writeTable(const QTextTable& table) {
+    const std::vector<int> rights = cellRights(table);
+    for (int row = 0; row < table.rows(); ++row) {
+        out_ += "\\trowd\\trgaph108";
+        for (int column = 0; column < static_cast<int>(rights.size()); ++column) {
+            const int right = rights[static_cast<std::size_t>(column)];
+            out_ += mergeOf(table.cellAt(row, column), row, column);
+            out_ += "\\clbrdrt\\brdrs\\brdrw10\\clbrdrl\\brdrs\\brdrw10"
+                    "\\clbrdrb\\brdrs\\brdrw10\\clbrdrr\\brdrs\\brdrw10\\cellx" +
+                    QByteArray::number(right);
+        }
+        out_ += '\n';
+        for (int column = 0; column < table.columns(); ++column) {
+            const QTextTableCell cell = table.cellAt(row, column);
+            // A cell spanning several grid cells is written once; the others stay empty.
+            if (cell.row() == row && cell.column() == column)
+                writeCell(cell);
+            else
+                out_ += "\\pard\\intbl \\cell\n";
+        }
+        out_ += "\\row\n";
+    }
+}
+
+// The marks of a grid cell inside a merged cell: the first of a run across (\\clmgf) or down
+// (\\clvmgf), or one the first covers (\\clmrg, \\clvmrg).
+QByteArray Writer::mergeOf(const QTextTableCell& cell, int row, int column) {
+    QByteArray marks;
+    if (!cell.isValid())
+        return marks;
+    if (cell.columnSpan() > 1)
+        marks += cell.column() == column ? "\\clmgf" : "\\clmrg";
+    if (cell.rowSpan() > 1)
+        marks += cell.row() == row ? "\\clvmgf" : "\\clvmrg";
+    return marks;
+}
+
+std::vector<int> Writer::cellRights(const QTextTable& table) const {
+    const QList<QTextLength> widths = table.format().columnWidthConstraints();
+    const int columns = std::max(table.columns(), 1);
+    std::vector<int> rights;
+    int right = 0;
+    for (int column = 0; column < columns; ++column) {
+        const bool fixed = column < widths.size() &&
+                           widths[column].type() == QTextLength::FixedLength &&
+                           widths[column].rawValue() > 0;
+        right += fixed ? twips(widths[column].rawValue()).toInt() : textWidthTwips / columns;
+        rights.push_back(right);
+    }
+    return rights;
+}
+
+void Writer::writeCell(const QTextTableCell& cell) {
+    // Tables nested in a cell come out as its paragraphs.
+    const QTextBlock first = document_.findBlock(cell.firstPosition());
+    const QTextBlock last = document_.findBlock(cell.lastPosition());
+    for (QTextBlock block = first; block.isValid(); block = block.next()) {
+        const bool isLast = block == last || block.position() > cell.lastPosition();
+        writeBlock(block, isLast ? "\\cell\n" : "\\par\n", true);
+        if (isLast)
+            break;
+    }
+}
+
+} // namespace
+
+QByteArray writeRtf(const QTextDocument& document) {
+    return Writer(document).write();
+}
+
+} // namespace kelvane::DocumentFormats

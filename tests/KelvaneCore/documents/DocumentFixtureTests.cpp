@@ -1,0 +1,174 @@
+#include "documents/DocumentTools.h"
+#include "fixtures/Bytes.h"
+#include "fixtures/PdfProbe.h"
+#include "fixtures/TempFolder.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QTextTable>
+
+#include <gtest/gtest.h>
+#include <set>
+
+// Documents saved by word processors (tests/fixtures/files/documents, made by its source/make.sh)
+// read back through pandoc as an independent reader.
+namespace kelvane {
+namespace {
+
+using fixtures::PdfProbe;
+using fixtures::TempFolder;
+namespace fs = std::filesystem;
+
+const fs::path folder = fs::path(KELVANE_TEST_FILES) / "documents";
+
+// Runs of letters, lower-cased: numbers and list labels are left to the tests of numbering.
+std::set<QString> wordsOf(QString text) {
+    text.remove(QRegularExpression(QStringLiteral(R"(\\[A-Za-z]+)"))); // pandoc's TeX for math
+    // pandoc labels list items in text ("ii.", "B)"); a list draws its labels.
+    text.remove(QRegularExpression(
+        QStringLiteral(R"(^\s*\(?(?:[ivxlcdmIVXLCDM]+|[A-Za-z]|\d+(?:\.\d+)*)[.)]\s+)"),
+        QRegularExpression::MultilineOption));
+    // pandoc shows a picture as its alternative text in brackets; a page shows the picture.
+    text.remove(QRegularExpression(QStringLiteral(R"(\[[^\]]*\])")));
+    std::set<QString> words;
+    static const QRegularExpression letters(QStringLiteral(R"(\p{L}+)"));
+    for (auto match = letters.globalMatch(text); match.hasNext();)
+        words.insert(match.next().captured().toLower());
+    return words;
+}
+
+QString pandocText(const fs::path& file) {
+    QProcess pandoc;
+    pandoc.start(QStringLiteral("pandoc"), {QStringLiteral("-t"), QStringLiteral("plain"),
+                                            QString::fromStdString(file.string())});
+    EXPECT_TRUE(pandoc.waitForFinished(60000)) << file;
+    return QString::fromUtf8(pandoc.readAllStandardOutput());
+}
+
+QString pdfText(const fs::path& file) {
+    const PdfProbe pdf(file);
+    QString text;
+    for (int page = 0; page < pdf.pageCount(); ++page)
+        text += pdf.text(page) + u'\n';
+    return text;
+}
+
+struct Converted {
+    QString text;
+    QString pdf;
+};
+
+// Our TXT and the text of our PDF, converted from a copy so that nothing lands in the sources.
+Converted convert(const TempFolder& temp, const fs::path& fixture) {
+    const fs::path copy = temp / fixture.filename().string();
+    fs::copy_file(fixture, copy);
+    return {QString::fromStdString(
+                fixtures::readFile(DocumentTools::convert(copy, Recipe::docToTXT, {}))),
+            pdfText(DocumentTools::convert(copy, Recipe::docToPDF, {}))};
+}
+
+// Words the fixtures hide; pandoc shows them, we must not.
+const std::set<QString> hiddenWords = {"concealed", "whisper", "secret", "margin"};
+
+TEST(DocumentFixtures, EveryWordPandocReadsSurvivesIntoTextAndPdfAndHiddenTextStaysHidden) {
+    TempFolder temp;
+    int checked = 0;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        const fs::path fixture = entry.path();
+        const auto extension = fixture.extension();
+        if (extension != ".docx" && extension != ".odt" && extension != ".rtf")
+            continue;
+        // pandoc reads no RTF here: its words are those of the same document saved as DOCX.
+        const fs::path reference =
+            extension == ".rtf" ? fs::path(fixture).replace_extension(".docx") : fixture;
+        std::set<QString> expected = wordsOf(pandocText(reference));
+        ASSERT_GT(expected.size(), 5u) << reference;
+        const Converted ours = convert(temp, fixture);
+        for (const auto& [name, words] :
+             {std::pair{"TXT", wordsOf(ours.text)}, std::pair{"PDF", wordsOf(ours.pdf)}}) {
+            for (const QString& word : expected) {
+                if (hiddenWords.contains(word))
+                    continue;
+                EXPECT_TRUE(words.contains(word)) << fixture.filename() << " " << name << " lost \""
+                                                  << word.toStdString() << "\"";
+            }
+            for (const QString& word : hiddenWords)
+                EXPECT_FALSE(words.contains(word)) << fixture.filename() << " " << name
+                                                   << " shows \"" << word.toStdString() << "\"";
+        }
+        ++checked;
+    }
+    EXPECT_GE(checked, 13);
+}
+
+// What pandoc itself drops: text boxes, shown by us in reading order.
+TEST(DocumentFixtures, TextBoxesAreReadWhereTheyStand) {
+    TempFolder temp;
+    for (const char* name : {"notes.docx", "notes.odt", "word-markup.docx"}) {
+        const QString text = convert(temp, folder / name).text;
+        if (QString(name).startsWith(u"notes"))
+            EXPECT_TRUE(text.contains("lighthouse keeper interview")) << name;
+        else
+            EXPECT_TRUE(text.contains("compass bearings") && text.contains("anchor chain") &&
+                        text.indexOf("compass") < text.indexOf("Second box") &&
+                        text.count("compass bearings") == 1)
+                << text.toStdString();
+    }
+}
+
+TEST(DocumentFixtures, NotesEquationsSymbolsAndFieldsKeepTheirText) {
+    TempFolder temp;
+    const QString notes = convert(temp, folder / "notes.docx").text;
+    EXPECT_TRUE(notes.contains("dawn1 and returned before noon1.")) << notes.toStdString();
+    EXPECT_TRUE(notes.contains("1\tFootnote: tides were unusually gentle."));
+    EXPECT_TRUE(notes.contains("1\tEndnote: logbook pages copied later."));
+    const QString markup = convert(temp, folder / "word-markup.docx").text;
+    EXPECT_TRUE(markup.contains(QString::fromUtf8("x²+(alpha)/(beta)=√(gamma)")))
+        << markup.toStdString();
+    EXPECT_TRUE(markup.contains(QString::fromUtf8("α angle and ✓ checked")));
+    EXPECT_TRUE(markup.contains("Read the nautical charts."));
+    EXPECT_TRUE(markup.contains("Controlled cell rope"));
+
+    // Its default font names a theme font for Latin text and SimSun for East Asian text.
+    const auto document = DocumentTools::read(folder / "word-markup.docx");
+    const QTextCursor closing = document->find("Closing");
+    ASSERT_FALSE(closing.isNull());
+    EXPECT_EQ(closing.charFormat().fontFamilies().toStringList(), QStringList{"Calibri"});
+}
+
+// LibreOffice ties headings to an outline list whose numbers are "none"; lists start at 5, count
+// in roman numerals and letters, and nest as "1.1.".
+TEST(DocumentFixtures, NumberingShowsTheLabelsTheAuthorSet) {
+    TempFolder temp;
+    for (const char* name : {"numbering.docx", "numbering.odt"}) {
+        const Converted ours = convert(temp, folder / name);
+        const QString pdf = ours.pdf.simplified();
+        EXPECT_TRUE(pdf.startsWith("Chapter about orchards")) << pdf.toStdString();
+        EXPECT_TRUE(pdf.contains("Pears ripen later in autumn. 5) Fifth item planting 6) Sixth"))
+            << pdf.toStdString();
+        EXPECT_TRUE(pdf.contains("ii. Roman second")) << pdf.toStdString();
+        EXPECT_TRUE(pdf.contains("B. Letter second")) << pdf.toStdString();
+        EXPECT_TRUE(pdf.contains("1.2. Inner ladders")) << pdf.toStdString();
+        EXPECT_TRUE(pdf.contains("2. Outer storage")) << pdf.toStdString();
+    }
+}
+
+// A layout table without lines stays without them; a lined one keeps its lines and its merged
+// heading cell.
+TEST(DocumentFixtures, TablesKeepTheirLinesAndMergedCells) {
+    const auto document = DocumentTools::read(folder / "layout.docx");
+    const auto tableWith = [&](const char* word) {
+        return QTextCursor(document->find(word)).currentTable();
+    };
+    QTextTable* layout = tableWith("meadow");
+    QTextTable* lined = tableWith("Merged");
+    ASSERT_TRUE(layout && lined);
+    EXPECT_EQ(layout->format().border(), 0);
+    EXPECT_GT(lined->format().border(), 0);
+    EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2);
+}
+
+} // namespace
+} // namespace kelvane
