@@ -34,7 +34,7 @@ MenuBar {
     Action { id: options; text: commands.optionsTitle; shortcut: "Ctrl+Alt+I"; onTriggered: commands.toggleOptions() }
     Action { id: updates; text: "Check for Updates…"; onTriggered: commands.checkForUpdates() }
 
-    Menu {
+    CommandMenu {
         title: "&File"
         CommandItem { action: addFiles; objectName: "addFilesItem" }
         MenuSeparator {}
@@ -47,14 +47,14 @@ MenuBar {
         MenuSeparator {}
         CommandItem { action: quit }
     }
-    Menu {
+    CommandMenu {
         title: "&Queue"
         CommandItem { action: clearFinished; objectName: "clearFinishedItem" }
         CommandItem { action: stopAll; objectName: "stopAllItem" }
         MenuSeparator {}
         CommandItem { action: dropDock; objectName: "dropDockItem" }
     }
-    Menu {
+    CommandMenu {
         title: "&Recipe"
         CommandItem { action: group1 }
         CommandItem { action: group2 }
@@ -64,7 +64,7 @@ MenuBar {
         MenuSeparator {}
         CommandItem { action: options }
     }
-    Menu {
+    CommandMenu {
         title: "&Help"
         CommandItem { action: updates }
     }

@@ -3,7 +3,7 @@ import Kelvane.MainViews
 
 // The Settings window, of a fixed size.
 ThemedWindow {
-    title: "Settings"
+    title: "Kelvane Settings"
     width: 480
     height: 360
     minimumWidth: 480

@@ -50,7 +50,7 @@ int main(int argc, char** argv) {
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Kelvane"));
     QApplication::setApplicationName(QStringLiteral("Kelvane"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Kelvane"));
+    // No display name: Qt would append it to every window title, "Kelvane — … — Kelvane".
     QApplication::setDesktopFileName(QStringLiteral("app.kelvane.Kelvane"));
     // The tray panel and the Drop Dock outlive the window; Quit ends the application.
     QApplication::setQuitOnLastWindowClosed(false);
