@@ -21,18 +21,21 @@ RowLayout {
     Layout.fillWidth: true
     spacing: 8
 
+    // The label is shown whole; in a narrow inspector the box gives up width instead.
     Text {
         text: picker.label
         color: appearance.text
         font.pixelSize: 12
         Layout.fillWidth: true
-        elide: Text.ElideRight
+        Layout.minimumWidth: implicitWidth
     }
 
     ComboBox {
         id: box
         objectName: picker.objectName + "Box"
-        Layout.preferredWidth: 140
+        Layout.fillWidth: true
+        Layout.minimumWidth: 90
+        Layout.maximumWidth: 140
         font.pixelSize: 12
         model: picker.choices
         textRole: "label"

@@ -141,32 +141,57 @@ Rectangle {
                 }
                 Item { Layout.fillWidth: true }
             }
-            // A plain row: the name elides before the sizes do, and never more than needed.
-            Row {
+            // The result's name, then its sizes, which move to a line of their own when
+            // both do not fit; the name elides only when it is longer than the whole row.
+            ColumnLayout {
                 id: doneRow
                 visible: row.jobState === "done"
                 Layout.fillWidth: true
-                spacing: 5
-                SymbolLabel {
-                    id: doneMark
-                    symbol: "checkmark.circle.fill"
-                    size: 14
-                    color: appearance.success
-                    anchors.verticalCenter: parent.verticalCenter
+                spacing: 2
+                readonly property bool sizesBelow: doneMark.width + doneName.implicitWidth
+                    + dot.implicitWidth + sizeInline.implicitWidth + 15 > width
+                // Takes the column's width rather than asking for its own, which would
+                // follow the name's elided width and so shrink the name further.
+                Row {
+                    Layout.fillWidth: true
+                    Layout.preferredWidth: 0
+                    spacing: 5
+                    SymbolLabel {
+                        id: doneMark
+                        symbol: "checkmark.circle.fill"
+                        size: 14
+                        color: appearance.success
+                        anchors.verticalCenter: parent.verticalCenter
+                    }
+                    Text {
+                        id: doneName
+                        objectName: "doneLine"
+                        width: Math.min(implicitWidth, doneRow.width - doneMark.width - 5)
+                        text: row.doneLabel
+                        color: appearance.text
+                        font.pixelSize: 12
+                        elide: Text.ElideMiddle
+                    }
+                    Text {
+                        id: dot
+                        visible: !doneRow.sizesBelow
+                        text: "·"
+                        color: appearance.secondaryText
+                        font.pixelSize: 12
+                    }
+                    Text {
+                        id: sizeInline
+                        objectName: doneRow.sizesBelow ? "" : "sizeLine"
+                        visible: !doneRow.sizesBelow
+                        text: row.sizeLine
+                        color: appearance.secondaryText
+                        font.pixelSize: 12
+                    }
                 }
                 Text {
-                    objectName: "doneLine"
-                    width: Math.min(implicitWidth, doneRow.width - doneMark.width - dot.width
-                                    - sizeText.implicitWidth - 3 * doneRow.spacing)
-                    text: row.doneLabel
-                    color: appearance.text
-                    font.pixelSize: 12
-                    elide: Text.ElideMiddle
-                }
-                Text { id: dot; text: "·"; color: appearance.secondaryText; font.pixelSize: 12 }
-                Text {
-                    id: sizeText
-                    objectName: "sizeLine"
+                    objectName: doneRow.sizesBelow ? "sizeLine" : ""
+                    visible: doneRow.sizesBelow
+                    leftPadding: doneMark.width + 5
                     text: row.sizeLine
                     color: appearance.secondaryText
                     font.pixelSize: 12

@@ -82,6 +82,10 @@ QStringList layoutFaults(QQuickWindow* window) {
             faults << describe(text) + QStringLiteral(" sticks out of its parent");
         if (!windowRect.adjusted(-slack, -slack, slack, slack).contains(sceneRect(text)))
             faults << describe(text) + QStringLiteral(" sticks out of the window");
+        for (const QQuickItem* up = parent; up != nullptr; up = up->parentItem())
+            if (up->objectName().startsWith(QLatin1String("job-")) &&
+                !sceneRect(up).adjusted(-slack, -slack, slack, slack).contains(sceneRect(text)))
+                faults << describe(text) + QStringLiteral(" sticks out of its queue row");
     }
     for (qsizetype first = 0; first < texts.size(); ++first)
         for (qsizetype second = first + 1; second < texts.size(); ++second) {
@@ -112,6 +116,15 @@ struct LayoutTest : WindowHarness {
         }
         window->grabWindow(); // lists place the rows they made in the last frame
         QTest::qWait(50);
+        // A result's name is cut only when it is longer than a whole line of its row.
+        for (QObject* name : all(window->contentItem(), QStringLiteral("doneLine"))) {
+            const auto* text = qobject_cast<QQuickItem*>(name);
+            if (text == nullptr || !text->isVisible() || !text->property("truncated").toBool())
+                continue;
+            const qreal line = text->parentItem()->parentItem()->width();
+            EXPECT_GT(text->width(), line - 30)
+                << size.width() << " × " << size.height() << ": " << describe(text).toStdString();
+        }
         for (const QString& fault : layoutFaults(window))
             ADD_FAILURE() << size.width() << " × " << size.height() << ", " << state << ": "
                           << fault.toStdString();
