@@ -3,12 +3,12 @@
 // the catalogue reaches the file managers' "Open With" without an edit here.
 // Usage: kelvane-desktop-entry TEMPLATE OUTPUT
 
+#include "FileManagerMenus/MimeNames.h"
 #include "catalogue/FileKind.h"
 #include "catalogue/Recipe.h"
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QMimeDatabase>
 #include <QStringList>
 
 #include <cstdio>
@@ -17,29 +17,6 @@ namespace {
 
 using kelvane::FileKind;
 
-// A MIME type's own family must agree with the kind its extensions get here, so that, say,
-// Qt's translation sources ("*.ts") are not taken for MPEG transport streams.
-bool familyAgrees(const QString& name, FileKind kind) {
-    switch (kind) {
-    case FileKind::image:
-        return name.startsWith(QLatin1String("image/"));
-    case FileKind::pdf:
-        return name == QLatin1String("application/pdf");
-    case FileKind::video:
-        return name.startsWith(QLatin1String("video/"));
-    case FileKind::audio:
-        return name.startsWith(QLatin1String("audio/"));
-    case FileKind::document:
-        return name.startsWith(QLatin1String("text/")) ||
-               name.startsWith(QLatin1String("application/"));
-    case FileKind::archive:
-        return name == QLatin1String("application/zip");
-    case FileKind::other:
-        return false;
-    }
-    return false;
-}
-
 bool someRecipeReads(FileKind kind) {
     for (kelvane::Recipe recipe : kelvane::Recipe::allCases())
         if (recipe != kelvane::Recipe::zip && recipe.accepts().contains(kind))
@@ -47,16 +24,13 @@ bool someRecipeReads(FileKind kind) {
     return false;
 }
 
+// The types of every kind of file some recipe reads, named as the file managers' menus name
+// them.
 QString mimeTypes() {
     QStringList names;
-    for (const QMimeType& type : QMimeDatabase().allMimeTypes())
-        for (const QString& suffix : type.suffixes()) {
-            const FileKind kind = FileKind::of((QStringLiteral("file.") + suffix).toStdString());
-            if (someRecipeReads(kind) && familyAgrees(type.name(), kind)) {
-                names << type.name();
-                break;
-            }
-        }
+    for (const kelvane::MimeNames::Named& named : kelvane::MimeNames::all())
+        if (someRecipeReads(named.kind))
+            names << named.mimeType;
     names.sort();
     names.removeDuplicates();
     return names.join(QLatin1Char(';')) + QLatin1Char(';');

@@ -1,8 +1,6 @@
 #include "FileManagerMenus/MenuEntries.h"
 
-#include "catalogue/TypeTable.h"
-
-#include <QMimeDatabase>
+#include "FileManagerMenus/MimeNames.h"
 
 #include <algorithm>
 
@@ -17,19 +15,42 @@ std::filesystem::path sampleNamed(std::string_view extension) {
     return std::filesystem::path("file." + std::string(extension));
 }
 
+// A type is offered a recipe when every extension of it is: image/jpeg, which also names the
+// rare ".jpe", is not offered "Convert to JPG". The extensions are matched one by one.
 template <typename Keep> FileTypes typesWhere(Keep keep) {
-    static const QMimeDatabase database;
     FileTypes types;
-    for (std::string_view extension : TypeTable::declaredExtensions()) {
-        if (!keep(sampleNamed(extension)))
-            continue;
-        types.extensions << QString::fromUtf8(extension.data(), qsizetype(extension.size()));
-        const QMimeType mime = database.mimeTypeForFile(
-            QString::fromStdString(sampleNamed(extension).string()), QMimeDatabase::MatchExtension);
-        if (!mime.isDefault() && !types.mimeTypes.contains(mime.name()))
-            types.mimeTypes << mime.name();
+    QStringList refused;
+    for (const MimeNames::Named& named : MimeNames::all()) {
+        if (keep(sampleNamed(named.extension.toStdString()))) {
+            if (!types.extensions.contains(named.extension))
+                types.extensions << named.extension;
+            if (!types.mimeTypes.contains(named.mimeType))
+                types.mimeTypes << named.mimeType;
+        } else {
+            refused << named.mimeType;
+        }
     }
+    for (const QString& type : refused)
+        types.mimeTypes.removeAll(type);
     return types;
+}
+
+// The recipes in the order one file of the kind is offered them, the usual right-click.
+std::vector<Recipe> offeredForOneFile(FileKind kind) {
+    std::vector<Recipe> recipes = Recipe::offeredFor(kind);
+    if (kind == FileKind::image) {
+        // One image makes a one-page PDF, the least likely wish: it comes last.
+        const auto pdf = std::find(recipes.begin(), recipes.end(), Recipe::imagesToPDF);
+        std::rotate(pdf, pdf + 1, recipes.end());
+    }
+    return recipes;
+}
+
+// Whether one file of this name is offered the recipe: an audio recipe reads videos too, but
+// is not among a video's suggestions.
+bool offeredOn(Recipe recipe, const std::filesystem::path& file) {
+    const std::vector<Recipe> offered = Recipe::offeredFor(FileKind::of(file));
+    return recipe.fits(file) && std::find(offered.begin(), offered.end(), recipe) != offered.end();
 }
 
 } // namespace
@@ -48,13 +69,14 @@ QString flatLabel(Recipe recipe) {
 std::vector<RecipeAction> recipeActions() {
     std::vector<RecipeAction> actions;
     for (FileKind kind : readableKinds)
-        for (Recipe recipe : Recipe::offeredFor(kind)) {
+        for (Recipe recipe : offeredForOneFile(kind)) {
             const bool listed =
                 std::any_of(actions.begin(), actions.end(),
                             [&](const auto& action) { return action.recipe == recipe; });
             if (!listed)
-                actions.push_back(
-                    {recipe, typesWhere([&](const auto& file) { return recipe.fits(file); })});
+                actions.push_back({recipe, typesWhere([&](const auto& file) {
+                                       return offeredOn(recipe, file);
+                                   })});
         }
     return actions;
 }
@@ -64,7 +86,7 @@ std::vector<KindMenu> kindMenus() {
     for (FileKind kind : readableKinds)
         menus.push_back({kind,
                          typesWhere([&](const auto& file) { return FileKind::of(file) == kind; }),
-                         Recipe::offeredFor(kind)});
+                         offeredForOneFile(kind)});
     return menus;
 }
 

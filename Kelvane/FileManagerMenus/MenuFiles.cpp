@@ -29,18 +29,19 @@ QString serviceMenu(const QStringList& mimeTypes, const std::vector<Recipe>& rec
         ids << text(recipe.rawValue());
     QString menu;
     QTextStream out(&menu);
-    out << "[Desktop Entry]\nType=Service\nName=Convert with Kelvane\nIcon=kelvane\n"
+    out << "[Desktop Entry]\nType=Service\nName=Convert with Kelvane\nIcon=app.kelvane.Kelvane\n"
         << "MimeType=" << listed(mimeTypes) << "\nActions=" << listed(ids)
         << "\nX-KDE-Submenu=Convert with Kelvane\nX-KDE-Priority=TopLevel\n";
     for (Recipe recipe : recipes)
         out << "\n[Desktop Action " << text(recipe.rawValue()) << "]\nName=" << text(recipe.title())
-            << "\nIcon=kelvane\nExec=" << command(recipe, QStringLiteral("%F")) << '\n';
+            << "\nIcon=app.kelvane.Kelvane\nExec=" << command(recipe, QStringLiteral("%F")) << '\n';
     return menu;
 }
 
 QString nemoAction(Recipe recipe, const QString& condition) {
-    return QStringLiteral("[Nemo Action]\nName=%1\nComment=%2\nExec=%3\nIcon-Name=kelvane\n"
-                          "Selection=notnone\n%4\n")
+    return QStringLiteral(
+               "[Nemo Action]\nName=%1\nComment=%2\nExec=%3\nIcon-Name=app.kelvane.Kelvane\n"
+               "Selection=notnone\n%4\n")
         .arg(flatLabel(recipe), text(recipe.subtitle()), command(recipe, QStringLiteral("%F")),
              condition);
 }
@@ -53,7 +54,7 @@ QString thunarPatterns(const QStringList& extensions) {
 }
 
 QString thunarAction(Recipe recipe, const QString& patterns, const QString& conditions) {
-    return QStringLiteral("<action>\n\t<icon>kelvane</icon>\n\t<name>%1</name>\n"
+    return QStringLiteral("<action>\n\t<icon>app.kelvane.Kelvane</icon>\n\t<name>%1</name>\n"
                           "\t<unique-id>kelvane-%2</unique-id>\n\t<command>%3</command>\n"
                           "\t<description>%4</description>\n\t<patterns>%5</patterns>\n%6"
                           "</action>\n")

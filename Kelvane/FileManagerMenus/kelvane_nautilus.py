@@ -52,7 +52,7 @@ class KelvaneMenuProvider(GObject.GObject, Nautilus.MenuProvider):
         if not recipes:
             return []
         top = Nautilus.MenuItem(name="Kelvane::Convert", label="Convert with Kelvane",
-                                tip="", icon="kelvane")
+                                tip="", icon="app.kelvane.Kelvane")
         submenu = Nautilus.Menu()
         top.set_submenu(submenu)
         for recipe in recipes:

@@ -74,6 +74,8 @@ bool Application::launch(const OpenRequest& opened) {
     offerPanel();
     notifier_ = std::make_unique<BatchNotifier>(store_, *window_, [this] { showMainWindow(); });
 
+    if (opened.quiet)
+        keepWindowBehind();
     if (!opened.files.empty())
         open(opened);
 
@@ -102,6 +104,13 @@ void Application::open(const OpenRequest& request) {
         store_.add(request.files, request.recipe);
     if (!request.quiet)
         showMainWindow();
+}
+
+void Application::keepWindowBehind() {
+    if (tray_->showsIcon())
+        window_->hide();
+    else
+        window_->showMinimized(); // the only way back to the jobs without a tray
 }
 
 void Application::showMainWindow() {

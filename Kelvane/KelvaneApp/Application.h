@@ -51,6 +51,10 @@ public:
     void checkForUpdates(bool userInitiated);
 
 private:
+    // A quiet launch that starts the application leaves the window out of the way: the tray
+    // icon and the batch notification report the jobs.
+    void keepWindowBehind();
+
     QSettings settings_;
     Preferences preferences_;
     Store store_;

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstring>
+#include <string_view>
 
 namespace kelvane {
 
@@ -68,21 +69,42 @@ bool takesValue(const char* argument) {
     return false;
 }
 
+constexpr std::string_view recipeOption = "--recipe=";
+
 } // namespace
 
-OpenRequest requestFromArguments(int argc, char** argv) {
+std::optional<OpenRequest> requestFromArguments(int argc, char** argv, std::string& error) {
     OpenRequest request;
     const QDir here = QDir::current();
     for (int index = 1; index < argc; ++index) {
-        const char* argument = argv[index];
-        if (takesValue(argument)) {
+        const std::string_view argument = argv[index];
+        if (argument == "--quiet") {
+            request.quiet = true;
+            continue;
+        }
+        if (argument == "--recipe" || argument.starts_with(recipeOption)) {
+            const bool separate = argument == "--recipe";
+            if (separate && index + 1 == argc) {
+                error = "--recipe needs a recipe, such as --recipe toJPG";
+                return std::nullopt;
+            }
+            const std::string_view name =
+                separate ? std::string_view(argv[++index]) : argument.substr(recipeOption.size());
+            request.recipe = Recipe::fromRawValue(name);
+            if (!request.recipe) {
+                error = "unknown recipe '" + std::string(name) + "' (see 'kelvane-cli recipes')";
+                return std::nullopt;
+            }
+            continue;
+        }
+        if (takesValue(argv[index])) {
             ++index;
             continue;
         }
-        if (argument[0] == '-' && argument[1] != '\0')
+        if (argument.size() > 1 && argument[0] == '-')
             continue; // another of Qt's switches
         request.files.emplace_back(
-            here.absoluteFilePath(QString::fromLocal8Bit(argument)).toStdString());
+            here.absoluteFilePath(QString::fromLocal8Bit(argv[index])).toStdString());
     }
     return request;
 }

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace kelvane {
@@ -30,7 +31,10 @@ struct OpenRequest {
 };
 
 // The request in a launch's arguments (the first one is the program): every argument is a
-// file, relative ones taken from the working folder, apart from Qt's own options.
-OpenRequest requestFromArguments(int argc, char** argv);
+// file, relative ones taken from the working folder, apart from Qt's own options and these:
+// "--recipe ID" or "--recipe=ID" queues the files with that recipe instead of the current
+// one, "--quiet" leaves the window where it is. None, with the sentence in `error`, for a
+// recipe that doesn't exist or a "--recipe" without one.
+std::optional<OpenRequest> requestFromArguments(int argc, char** argv, std::string& error);
 
 } // namespace kelvane

@@ -95,6 +95,10 @@ bool TrayPanel::inMenu() const {
     return icon_ == nullptr && preferences_.showMenuBar();
 }
 
+bool TrayPanel::showsIcon() const {
+    return icon_ != nullptr && preferences_.showMenuBar();
+}
+
 void TrayPanel::follow() {
     if (icon_ != nullptr)
         icon_->setVisible(preferences_.showMenuBar());

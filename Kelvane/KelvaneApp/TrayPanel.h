@@ -28,6 +28,8 @@ public:
     static bool trayAvailable();
     // Whether the panel is reached through the main window's menu.
     bool inMenu() const;
+    // Whether an icon in the tray shows the jobs' progress.
+    bool showsIcon() const;
 
     // Shows the panel beside the tray icon, or near the pointer without one.
     void open();

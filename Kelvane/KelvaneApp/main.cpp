@@ -12,6 +12,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -48,7 +49,13 @@ void reportFirstFrame(QQuickWindow& window) {
 
 int main(int argc, char** argv) {
     useUtf8Locale();
-    const kelvane::OpenRequest opened = kelvane::requestFromArguments(argc, argv);
+    std::string error;
+    const auto request = kelvane::requestFromArguments(argc, argv, error);
+    if (!request) {
+        std::fprintf(stderr, "kelvane: %s\n", error.c_str());
+        return 2;
+    }
+    const kelvane::OpenRequest& opened = *request;
     // A running instance takes the files of a later launch, before this one builds anything.
     // Snapshot runs stand alone.
     const bool snapshots = kelvane::SnapshotMode::requestedDirectory().has_value();

@@ -12,7 +12,7 @@ ThemedWindow {
     minimumWidth: 900
     minimumHeight: 580
     visible: true
-    // The platform adds the application's name to a title that does not end with it.
+    // The application's name ends the title, as the desktop's window lists read it.
     title: store.activeCount > 0 ? store.subtitle + " — Kelvane" : "Kelvane"
 
     function chooseFiles() { chooser.chooseFiles() }

@@ -18,6 +18,12 @@ FILES = [
     f"usr/share/applications/{APP_ID}.desktop",
     f"usr/share/metainfo/{APP_ID}.metainfo.xml",
     f"usr/share/icons/hicolor/scalable/apps/{APP_ID}.svg",
+    # The file managers' menus.
+    "usr/share/kio/servicemenus/kelvane-image.desktop",
+    "usr/share/nemo/actions/kelvane-01-toPNG.nemo_action",
+    "usr/share/nautilus-python/extensions/kelvane_nautilus.py",
+    "usr/share/kelvane/thunar/thunar-actions.xml",
+    "usr/share/kelvane/thunar/add-thunar-actions.sh",
 ] + [f"usr/share/icons/hicolor/{size}x{size}/apps/{APP_ID}.png"
      for size in (16, 24, 32, 48, 64, 128, 256, 512)]
 # One of each kind the recipes read must open with the application.
@@ -103,6 +109,8 @@ def check_package(build, work, failures):
     depends = run("dpkg-deb", "--field", package, "Depends").stdout
     failures.extend(f"the package does not depend on {name}" for name in DEPENDS
                     if name not in depends)
+    if "python3-nautilus" not in run("dpkg-deb", "--field", package, "Recommends").stdout:
+        failures.append("the package does not recommend python3-nautilus")
 
 
 def main(build):

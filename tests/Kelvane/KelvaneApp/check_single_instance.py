@@ -1,7 +1,11 @@
 """A second launch hands its files to the running application, between two real processes:
 the files are queued (and converted) by the first, the second ends at once. A socket left
 by a crashed instance is replaced, never obeyed; senders of garbage, of lengths past the
-limit or of requests of the wrong shape are dropped and nothing is queued."""
+limit or of requests of the wrong shape are dropped and nothing is queued. "--recipe toPNG"
+queues with that recipe and leaves the chosen one (toJPG) as it was; an unknown recipe ends
+the launch with status 2 and queues nothing."""
+
+import glob
 
 import os
 import socket
@@ -24,6 +28,16 @@ def png(path, width=8, height=8):
         out.write(chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)))
         out.write(chunk(b"IDAT", zlib.compress(rows)))
         out.write(chunk(b"IEND", b""))
+
+
+def bmp(path, width=8, height=8):
+    """A small grey 24-bit picture, written by hand."""
+    pixels = b"\x80" * (width * 3 * height)  # rows of 24 bytes need no padding
+    with open(path, "wb") as out:
+        out.write(b"BM" + struct.pack("<IHHI", 54 + len(pixels), 0, 0, 54))
+        out.write(struct.pack("<IiiHHIIiiII", 40, width, height, 1, 24, 0, len(pixels),
+                              2835, 2835, 0, 0))
+        out.write(pixels)
 
 
 def wait_for(condition, seconds):
@@ -97,12 +111,31 @@ def main(application):
                 if send(path, message) == b"ok":
                     failures.append(f"the {name} message was taken")
 
+            bitmap, unknown = os.path.join(temp, "bitmap.bmp"), os.path.join(temp, "unknown.bmp")
+            bmp(bitmap)
+            bmp(unknown)
+            refused = subprocess.run([application, "--recipe=toNothing", unknown], env=environment,
+                                     capture_output=True, text=True, timeout=60)
+            if refused.returncode != 2 or "toNothing" not in refused.stderr:
+                failures.append(f"an unknown recipe ended with {refused.returncode}: {refused.stderr}")
+            with_recipe = subprocess.run([application, "--recipe", "toPNG", "--quiet", bitmap],
+                                         env=environment, capture_output=True, text=True, timeout=60)
+            if with_recipe.returncode != 0:
+                failures.append(f"--recipe toPNG ended with {with_recipe.returncode}")
+            if not wait_for(lambda: glob.glob(os.path.join(temp, "bitmap*.png")), 60):
+                failures.append("the file sent with --recipe toPNG was not made a PNG")
+
+            # Sent after, with no recipe: converted with the chosen one, still toJPG.
             second = subprocess.run([application, pictures["forwarded"]], env=environment,
                                     capture_output=True, text=True, timeout=60)
             if second.returncode != 0:
                 failures.append(f"the second launch ended with {second.returncode}: {second.stderr}")
             if not wait_for(lambda: os.path.exists(converted(pictures["forwarded"])), 60):
                 failures.append("the forwarded file was not converted by the first instance")
+            results = sorted(os.path.basename(name) for name in glob.glob(os.path.join(temp, "*")))
+            if [name for name in results if name.startswith(("bitmap", "unknown"))] != \
+                    ["bitmap (converted).png", "bitmap.bmp", "unknown.bmp"]:
+                failures.append(f"--recipe jobs made {results}")
             for name in ("garbage", "shape", "huge"):
                 if os.path.exists(converted(pictures[name])):
                     failures.append(f"a dropped message queued {name}.png")
