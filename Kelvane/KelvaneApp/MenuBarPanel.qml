@@ -1,5 +1,5 @@
 import QtQuick
-import Kelvane.MainViews
+import "qrc:/Kelvane/MainViews"
 
 // The tray panel's own window: frameless beside the tray icon, gone when it loses focus.
 ThemedWindow {

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
-import Kelvane.MainViews
+import "qrc:/Kelvane/MainViews"
 
 // The tray panel: what is converting, the last few jobs, the Drop Dock switch and the way
 // back to the window.

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
-import Kelvane.MainViews
+import "qrc:/Kelvane/MainViews"
 
 // One job in the tray panel: its recipe's symbol, its name and where it stands.
 Item {

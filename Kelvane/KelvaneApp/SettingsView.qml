@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
-import Kelvane.MainViews
+import "qrc:/Kelvane/MainViews"
 
 // Settings: the Drop Dock and tray switches, and the options every job starts with.
 Rectangle {

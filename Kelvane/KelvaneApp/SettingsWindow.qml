@@ -1,5 +1,5 @@
 import QtQuick
-import Kelvane.MainViews
+import "qrc:/Kelvane/MainViews"
 
 // The Settings window, of a fixed size.
 ThemedWindow {
