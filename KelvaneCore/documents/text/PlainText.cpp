@@ -4,14 +4,22 @@
 #include <QStringDecoder>
 #include <QTextDocument>
 
+#include <fcntl.h>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace kelvane::DocumentFormats {
 
 QByteArray readSource(const std::filesystem::path& file) {
-    QFile source(QString::fromStdString(file.string()));
-    if (!source.open(QIODevice::ReadOnly))
+    // Opened by its bytes: a name that is not UTF-8 would not survive a trip through QString.
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    QFile source;
+    if (descriptor < 0 ||
+        !source.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        if (descriptor >= 0)
+            ::close(descriptor);
         throw std::runtime_error("cannot open the file");
+    }
     if (source.isSequential() || source.size() > maxSourceBytes)
         throw std::runtime_error("not a regular file of a readable size");
     QByteArray bytes = source.readAll();
