@@ -17,10 +17,13 @@ ProgressPoller::~ProgressPoller() {
 
 void ProgressPoller::run(std::stop_token stop) {
     std::unique_lock lock(mutex_);
+    // Every export reports its start, however late this thread first gets to run.
+    double fraction = 0.0;
     while (!stop.stop_requested()) {
         if (progress_)
-            progress_(fraction_.load(std::memory_order_relaxed));
+            progress_(fraction);
         wake_.wait_for(lock, stop, period_, [] { return false; });
+        fraction = fraction_.load(std::memory_order_relaxed);
     }
 }
 

@@ -195,11 +195,13 @@ TEST(Cli, TheFrontEndMapsNoToolFamilyAndItsWorkerOnlyTheOneItsJobNeeds) {
     for (const char* library : {"libvips", "libavcodec", "kelvane-images", "kelvane-media"})
         EXPECT_EQ(workerMaps.find(library), std::string::npos) << library;
 
-    // Whatever the document reader makes of a pipe, the run ends once the text is in.
+    // Whatever the document reader makes of a pipe, the run ends once the text is in. The
+    // reader may refuse the pipe and close it before the text arrives: no SIGPIPE for that.
+    std::signal(SIGPIPE, SIG_IGN);
     for (int tries = 0; tries < 600 && process.state() == QProcess::Running; ++tries) {
         const int writer = ::open(pipe.c_str(), O_WRONLY | O_NONBLOCK); // once the worker reads
         if (writer >= 0) {
-            EXPECT_EQ(::write(writer, "Dear reader", 11), 11);
+            [[maybe_unused]] const auto written = ::write(writer, "Dear reader", 11);
             ::close(writer);
             break;
         }
