@@ -165,12 +165,12 @@ TEST(PdfPages, AHundredAndTwentyPagesMakeThreeDigitJpegNames) {
 
 // What a page of the fixture shows, upright: the black quarter of its unrotated media box,
 // turned clockwise by the page's rotation, on white.
-VImage expectedPage(const fixtures::PdfPageSpec& spec) {
-    const int width = static_cast<int>(spec.width), height = static_cast<int>(spec.height);
+VImage expectedPage(const fixtures::PdfPageSpec& drawn) {
+    const int width = static_cast<int>(drawn.width), height = static_cast<int>(drawn.height);
     const VImage xy = VImage::xyz(width, height);
     const VImage page = ((xy[0] < width / 2) & (xy[1] < height / 2)).ifthenelse(0, 255);
     const VipsAngle turns[] = {VIPS_ANGLE_D0, VIPS_ANGLE_D90, VIPS_ANGLE_D180, VIPS_ANGLE_D270};
-    return page.rot(turns[spec.rotate / 90 % 4]).cast(VIPS_FORMAT_UCHAR);
+    return page.rot(turns[drawn.rotate / 90 % 4]).cast(VIPS_FORMAT_UCHAR);
 }
 
 TEST(PdfPages, EveryPageIsItsWholeMediaBoxUpright) {
