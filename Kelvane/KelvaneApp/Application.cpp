@@ -122,6 +122,16 @@ void Application::showMainWindow() {
     window_->requestActivate();
 }
 
+// Centres a secondary window over the main one, so it opens where the user is looking rather
+// than wherever the window manager finds room.
+void Application::placeOverMainWindow(QWindow& secondary) const {
+    if (window_ == nullptr)
+        return;
+    secondary.setTransientParent(window_);
+    const QRect main = window_->frameGeometry();
+    secondary.setPosition(main.center() - QPoint(secondary.width() / 2, secondary.height() / 2));
+}
+
 void Application::showSettings() {
     if (settingsWindow_ == nullptr) {
         QQmlComponent component(&engine_,
@@ -131,6 +141,7 @@ void Application::showSettings() {
             qWarning("%s", qPrintable(component.errorString()));
             return;
         }
+        placeOverMainWindow(*settingsWindow_);
     }
     settingsWindow_->show();
     settingsWindow_->raise();

@@ -10,6 +10,7 @@
 
 #include <QQmlApplicationEngine>
 #include <QSettings>
+#include <QWindow>
 
 #include <memory>
 
@@ -54,6 +55,7 @@ private:
     // A quiet launch that starts the application leaves the window out of the way: the tray
     // icon and the batch notification report the jobs.
     void keepWindowBehind();
+    void placeOverMainWindow(QWindow& secondary) const;
 
     QSettings settings_;
     Preferences preferences_;

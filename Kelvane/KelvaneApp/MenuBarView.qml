@@ -64,7 +64,11 @@ Rectangle {
                 color: appearance.secondaryText
             }
             Label {
-                Layout.alignment: Qt.AlignHCenter
+                Layout.fillWidth: true
+                Layout.leftMargin: 12
+                Layout.rightMargin: 12
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.WordWrap
                 text: "Drag a file anywhere to convert it"
                 color: appearance.secondaryText
             }
@@ -72,7 +76,7 @@ Rectangle {
 
         Rectangle { Layout.fillWidth: true; implicitHeight: 1; color: appearance.separator }
 
-        Switch {
+        ToggleSwitch {
             objectName: "panelDockSwitch"
             Layout.margins: 12
             Layout.fillWidth: true

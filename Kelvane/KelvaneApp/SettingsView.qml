@@ -69,7 +69,7 @@ Rectangle {
                 spacing: 6
                 SectionTitle { text: "Drop Dock" }
                 Group {
-                    Switch {
+                    ToggleSwitch {
                         objectName: "dockSwitch"
                         Layout.fillWidth: true
                         text: "Show the Drop Dock when I drag files"
@@ -77,7 +77,7 @@ Rectangle {
                         checked: preferences.dropDockEnabled && enabled
                         onToggled: preferences.dropDockEnabled = checked
                     }
-                    Switch {
+                    ToggleSwitch {
                         objectName: "dockKeepOpenSwitch"
                         Layout.fillWidth: true
                         visible: dropDock.unavailableReason !== ""
@@ -104,7 +104,7 @@ Rectangle {
                 }
                 SectionTitle { text: "Menu bar" }
                 Group {
-                    Switch {
+                    ToggleSwitch {
                         objectName: "menuBarSwitch"
                         Layout.fillWidth: true
                         text: "Show Kelvane in the menu bar"
@@ -119,7 +119,7 @@ Rectangle {
                 spacing: 6
                 SectionTitle { text: "Images" }
                 Group {
-                    Switch {
+                    ToggleSwitch {
                         objectName: "keepMetadataSwitch"
                         Layout.fillWidth: true
                         text: "Keep camera details (EXIF) when converting"

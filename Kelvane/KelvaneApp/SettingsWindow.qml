@@ -13,4 +13,9 @@ ThemedWindow {
     visible: false
 
     SettingsView { anchors.fill: parent }
+
+    Shortcut {
+        sequence: StandardKey.Cancel
+        onActivated: close()
+    }
 }

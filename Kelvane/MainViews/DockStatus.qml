@@ -11,7 +11,7 @@ Rectangle {
                                       || dropDock.unavailableReason === ""
     readonly property bool keptOpen: !watchable && dropDock.keepOpen
 
-    implicitHeight: 52
+    implicitHeight: Math.max(52, lines.implicitHeight + 20)
     radius: 10
     color: appearance.card
     border.width: 1
@@ -27,9 +27,11 @@ Rectangle {
         font.pixelSize: 13
     }
     Column {
+        id: lines
         anchors.left: symbol.right
         anchors.leftMargin: 8
         anchors.right: toggle.left
+        anchors.rightMargin: 8
         anchors.verticalCenter: parent.verticalCenter
         Text {
             text: "Drop Dock"
@@ -43,14 +45,14 @@ Rectangle {
                  : row.dockEnabled && row.watchable ? "Appears when you drag files" : "Off"
             color: appearance.secondaryText
             font.pixelSize: 10
-            elide: Text.ElideRight
+            wrapMode: Text.WordWrap
         }
     }
-    Switch {
+    ToggleSwitch {
         id: toggle
         objectName: "dockStatusSwitch"
         anchors.right: parent.right
-        anchors.rightMargin: 4
+        anchors.rightMargin: 10
         anchors.verticalCenter: parent.verticalCenter
         enabled: row.watchable
         checked: row.dockEnabled && row.watchable

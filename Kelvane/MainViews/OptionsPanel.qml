@@ -33,38 +33,12 @@ Rectangle {
             font.pixelSize: 12
             elide: Text.ElideRight
         }
-        Switch {
+        ToggleSwitch {
             id: control
             objectName: toggle.objectName + "Switch"
             Accessible.name: label.text
-            padding: 0
-            implicitWidth: 36
-            implicitHeight: 20
             Layout.preferredWidth: 36
             onToggled: toggle.toggled(checked)
-            indicator: Rectangle {
-                implicitWidth: 36
-                implicitHeight: 20
-                x: control.leftPadding
-                y: (control.height - height) / 2
-                radius: height / 2
-                color: control.checked ? appearance.accent : appearance.separator
-                border.width: control.visualFocus ? 2 : 0
-                border.color: Qt.lighter(appearance.accent, 1.5)
-                Behavior on color { ColorAnimation { duration: 120 } }
-                Rectangle {
-                    width: 16
-                    height: 16
-                    radius: 8
-                    y: 2
-                    x: control.checked ? parent.width - width - 2 : 2
-                    color: "white"
-                    border.width: 0.5
-                    border.color: Qt.rgba(0, 0, 0, 0.15)
-                    Behavior on x { NumberAnimation { duration: 120 } }
-                }
-            }
-            contentItem: Item {}
         }
     }
 
