@@ -280,6 +280,7 @@ TEST(StoreWithWorkers, AStoppedOrKilledEncodeLeavesNoFileAndSaysWhatHappened) {
     store.retry(store.jobs()[0].id);
     ASSERT_EQ(store.jobs().size(), 1u);
     ASSERT_TRUE(waitUntil(encoding));
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"}) << "visible mid-encode";
     for (const pid_t worker : ourWorkers())
         ::kill(worker, SIGKILL);
     ASSERT_TRUE(waitUntil([&] { return store.jobs()[0].state == State::failed; }));
