@@ -2,6 +2,7 @@
 #include "Store/Store.h"
 #include "Worker/WorkerRunner.h"
 #include "fixtures/LongClip.h"
+#include "fixtures/OurWorkers.h"
 #include "fixtures/TempFolder.h"
 
 #include <QCoreApplication>
@@ -11,13 +12,13 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <mutex>
 
 namespace kelvane {
 namespace {
 
+using fixtures::ourWorkers;
 using fixtures::TempFolder;
 using State = Job::State;
 namespace fs = std::filesystem;
@@ -241,20 +242,6 @@ TEST_F(StoreTest, StoppedJobsEndAtOnceLeaveNothingAndCanBeTriedAgain) {
     store.retry(first);
     EXPECT_EQ(store.jobs()[0].title(), "a.txt");
     EXPECT_EQ(store.jobs()[0].state, State::running);
-}
-
-// The workers this process started that are still there.
-std::vector<pid_t> ourWorkers() {
-    std::vector<pid_t> workers;
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-        std::ifstream stat(entry.path() / "stat");
-        std::string pid, command, state;
-        pid_t parent = 0;
-        if (stat >> pid >> command >> state >> parent && parent == ::getpid() &&
-            command == "(kelvane-worker)")
-            workers.push_back(std::stoi(pid));
-    }
-    return workers;
 }
 
 TEST(StoreWithWorkers, AStoppedOrKilledEncodeLeavesNoFileAndSaysWhatHappened) {
