@@ -112,7 +112,7 @@ std::vector<const Job*> runJobs(Store& store, Recipe recipe,
         interruption = number;
         store.stopAll();
     });
-    QObject::connect(&store, &Store::jobUpdated, [&] {
+    QObject::connect(&store, &Store::jobsUpdated, [&] {
         display.show(inGivenOrder(store));
         if (store.activeCount() == 0)
             QCoreApplication::quit();

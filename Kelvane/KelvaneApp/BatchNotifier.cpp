@@ -34,7 +34,7 @@ BatchNotifier::BatchNotifier(Store& store, QWindow& window, std::function<void()
     , window_(window)
     , showWindow_(std::move(showWindow)) {
     connect(&store_, &Store::jobsChanged, this, &BatchNotifier::follow);
-    connect(&store_, &Store::jobUpdated, this, &BatchNotifier::follow);
+    connect(&store_, &Store::jobsUpdated, this, &BatchNotifier::follow);
     QDBusConnection::sessionBus().connect(service, path, service, QStringLiteral("ActionInvoked"),
                                           this, SLOT(actionInvoked(uint, QString)));
 }

@@ -14,7 +14,7 @@ Commands::Commands(Store& store, Preferences& preferences, Alerts& alerts, Reach
     , alerts_(alerts)
     , reach_(std::move(reach)) {
     connect(&store_, &Store::jobsChanged, this, &Commands::queueChanged);
-    connect(&store_, &Store::jobUpdated, this, &Commands::queueChanged);
+    connect(&store_, &Store::jobsUpdated, this, &Commands::queueChanged);
     connect(&store_, &Store::showOptionsChanged, this, &Commands::optionsTitleChanged);
 }
 

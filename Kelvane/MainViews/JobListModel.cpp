@@ -5,6 +5,8 @@
 #include "MainViews/JobText.h"
 #include "MainViews/Symbols.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 namespace kelvane {
@@ -36,46 +38,74 @@ JobListModel::JobListModel(Store& store, QObject* parent)
     for (const Job& job : store_.jobs())
         ids_.push_back(job.id);
     connect(&store_, &Store::jobsChanged, this, &JobListModel::follow);
-    connect(&store_, &Store::jobUpdated, this, [this](int row) {
-        if (row >= 0 && row < count())
-            emit dataChanged(index(row), index(row));
+    connect(&store_, &Store::jobsUpdated, this, [this](int first, int last) {
+        if (first >= 0 && last < count())
+            emit dataChanged(index(first), index(last));
     });
 }
 
 // The store only ever drops jobs and puts new ones on top, so the old rows that survive
-// keep their order: remove what went, then insert what came, each as its own change.
+// keep their order: remove what went, then insert what came, each run of neighbouring rows
+// as one change (a folder of 10 000 files arrives as one insertion, not 10 000).
 void JobListModel::follow() {
     const std::vector<Job>& jobs = store_.jobs();
     const int before = count();
-    const auto present = [&](const QUuid& id) {
-        return std::any_of(jobs.begin(), jobs.end(), [&](const Job& job) { return job.id == id; });
+    removeGoneRows(jobs);
+    insertNewRows(jobs);
+    if (count() != before)
+        emit countChanged();
+}
+
+void JobListModel::removeGoneRows(const std::vector<Job>& jobs) {
+    QSet<QUuid> present;
+    present.reserve(static_cast<qsizetype>(jobs.size()));
+    for (const Job& job : jobs)
+        present.insert(job.id);
+    const auto gone = [&](int row) {
+        return !present.contains(ids_[static_cast<std::size_t>(row)]);
     };
-    for (int row = count() - 1; row >= 0; --row) {
-        if (present(ids_[static_cast<std::size_t>(row)]))
+    for (int last = count() - 1; last >= 0; --last) {
+        if (!gone(last))
             continue;
-        beginRemoveRows({}, row, row);
-        ids_.erase(ids_.begin() + row);
+        int first = last;
+        while (first > 0 && gone(first - 1))
+            --first;
+        beginRemoveRows({}, first, last);
+        ids_.erase(ids_.begin() + first, ids_.begin() + last + 1);
         endRemoveRows();
+        last = first;
     }
-    for (std::size_t row = 0; row < jobs.size(); ++row) {
-        if (row < ids_.size() && ids_[row] == jobs[row].id)
+}
+
+void JobListModel::insertNewRows(const std::vector<Job>& jobs) {
+    const QSet<QUuid> known(ids_.begin(), ids_.end());
+    for (std::size_t row = 0; row < jobs.size();) {
+        if (row < ids_.size() && ids_[row] == jobs[row].id) {
+            ++row;
             continue;
-        if (std::find(ids_.begin(), ids_.end(), jobs[row].id) != ids_.end()) {
+        }
+        if (known.contains(jobs[row].id)) {
             // Reordered: not something the store does, but the view must stay true.
             beginResetModel();
             ids_.clear();
             for (const Job& job : jobs)
                 ids_.push_back(job.id);
             endResetModel();
-            break;
+            return;
         }
-        const int at = static_cast<int>(row);
-        beginInsertRows({}, at, at);
-        ids_.insert(ids_.begin() + at, jobs[row].id);
+        std::size_t end = row;
+        while (end < jobs.size() && !known.contains(jobs[end].id))
+            ++end;
+        beginInsertRows({}, static_cast<int>(row), static_cast<int>(end) - 1);
+        std::vector<QUuid> arrived;
+        arrived.reserve(end - row);
+        for (std::size_t index = row; index < end; ++index)
+            arrived.push_back(jobs[index].id);
+        ids_.insert(ids_.begin() + static_cast<std::ptrdiff_t>(row), arrived.begin(),
+                    arrived.end());
         endInsertRows();
+        row = end;
     }
-    if (count() != before)
-        emit countChanged();
 }
 
 int JobListModel::rowCount(const QModelIndex& parent) const {

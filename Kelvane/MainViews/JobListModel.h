@@ -61,6 +61,8 @@ signals:
 
 private:
     void follow();
+    void removeGoneRows(const std::vector<Job>& jobs);
+    void insertNewRows(const std::vector<Job>& jobs);
     const Job* jobAt(int row) const;
 
     Store& store_;

@@ -25,7 +25,7 @@ WindowModel::WindowModel(Store& store, QObject* parent)
     connect(&store_, &Store::recipeChanged, this, &WindowModel::recipeChanged);
     connect(&store_, &Store::showOptionsChanged, this, &WindowModel::showOptionsChanged);
     connect(&store_, &Store::jobsChanged, this, &WindowModel::queueChanged);
-    connect(&store_, &Store::jobUpdated, this, &WindowModel::queueChanged);
+    connect(&store_, &Store::jobsUpdated, this, &WindowModel::queueChanged);
 }
 
 QString WindowModel::recipe() const {

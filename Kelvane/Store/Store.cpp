@@ -249,25 +249,36 @@ void Store::clearFinished() {
 
 void Store::stop(const QUuid& id) {
     const int row = rowOf(id);
-    if (row < 0)
+    if (row < 0 || !stopAt(static_cast<std::size_t>(row)))
         return;
-    Job& job = jobs_[static_cast<std::size_t>(row)];
-    if (job.isFinished())
-        return;
-    if (const auto signal = stopSignals_.find(id); signal != stopSignals_.end())
-        signal->second->request();
-    job.state = Job::State::stopped;
-    emit jobUpdated(row);
+    emit jobsUpdated(row, row);
     pump();
 }
 
+// Every job is stopped before any could start in a freed place: quitting with thousands
+// waiting starts none of them, and tells the views once.
 void Store::stopAll() {
-    std::vector<QUuid> unfinished;
-    for (const Job& job : jobs_)
-        if (!job.isFinished())
-            unfinished.push_back(job.id);
-    for (const QUuid& id : unfinished)
-        stop(id);
+    int first = -1;
+    int last = -1;
+    for (std::size_t row = 0; row < jobs_.size(); ++row) {
+        if (!stopAt(row))
+            continue;
+        if (first < 0)
+            first = static_cast<int>(row);
+        last = static_cast<int>(row);
+    }
+    if (first >= 0)
+        emit jobsUpdated(first, last);
+}
+
+bool Store::stopAt(std::size_t row) {
+    Job& job = jobs_[row];
+    if (job.isFinished())
+        return false;
+    if (const auto signal = stopSignals_.find(job.id); signal != stopSignals_.end())
+        signal->second->request();
+    job.state = Job::State::stopped;
+    return true;
 }
 
 int Store::rowOf(const QUuid& id) const {
@@ -301,7 +312,7 @@ void Store::start(const QUuid& id) {
     Job& job = jobs_[static_cast<std::size_t>(row)];
     job.state = Job::State::running;
     job.inputBytes = totalSize(job.inputs);
-    emit jobUpdated(row);
+    emit jobsUpdated(row, row);
     clearAbandonedOutput(job.inputs);
     auto stopSignal = std::make_shared<StopSignal>();
     stopSignals_[id] = stopSignal;
@@ -355,7 +366,7 @@ void Store::setProgress(const QUuid& id, double progress) {
     if (job.state != Job::State::running || std::abs(job.progress - progress) <= progressStep)
         return;
     job.progress = progress;
-    emit jobUpdated(row);
+    emit jobsUpdated(row, row);
 }
 
 void Store::finish(const QUuid& id, std::vector<path> outputs, std::optional<QString> error) {
@@ -375,7 +386,7 @@ void Store::finish(const QUuid& id, std::vector<path> outputs, std::optional<QSt
     job.outputBytes = totalSize(job.outputs);
     job.state = error ? Job::State::failed : Job::State::done;
     job.message = std::move(error);
-    emit jobUpdated(row);
+    emit jobsUpdated(row, row);
     pump();
 }
 

@@ -90,11 +90,14 @@ signals:
     void showOptionsChanged();
     // The list itself changed: jobs added, removed or reordered.
     void jobsChanged();
-    // Fields of the job at this row changed.
-    void jobUpdated(int row);
+    // Fields of the jobs in rows first to last changed.
+    void jobsUpdated(int first, int last);
 
 private:
     void pump();
+    // Stops the job at `row`, starting no other and telling no one; false when it had
+    // already finished.
+    bool stopAt(std::size_t row);
     void start(const QUuid& id);
     void setProgress(const QUuid& id, double progress);
     void finish(const QUuid& id, std::vector<std::filesystem::path> outputs,

@@ -8,7 +8,7 @@ ResultFile::ResultFile(const std::filesystem::path& input, std::string ext, bool
     : input_(input)
     , ext_(std::move(ext))
     , times_(keepTimes ? std::optional(FileTimes::of(input)) : std::nullopt)
-    , pending_(PendingOutput::namedFile(input.parent_path(), ext_)) {}
+    , pending_(PendingOutput::file(input.parent_path(), ext_)) {}
 
 std::filesystem::path ResultFile::publish() {
     if (times_)

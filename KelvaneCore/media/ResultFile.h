@@ -9,8 +9,10 @@
 
 namespace kelvane {
 
-// The file a media tool writes: a hidden pending file beside the input that becomes
-// "Input (converted).ext" when published, carrying the input's times when asked to.
+// The file a media tool writes: a pending file beside the input, unnamed where the file
+// system allows it, that becomes "Input (converted).ext" when published, carrying the
+// input's times when asked to. Its path() may name no extension, so the muxer is always
+// named explicitly, and the file is emptied rather than removed when a tool starts over.
 class ResultFile {
 public:
     ResultFile(const std::filesystem::path& input, std::string ext, bool keepTimes);

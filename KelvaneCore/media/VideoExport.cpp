@@ -205,20 +205,28 @@ Preset firstPreset(Recipe recipe) {
     }
 }
 
-void removeQuietly(const fs::path& file) {
+// The destination is the caller's pending file, often unnamed and reachable only through
+// its descriptor's path: it is emptied for reuse, never removed.
+void emptyQuietly(const fs::path& file) {
     std::error_code ignored;
-    fs::remove(file, ignored);
+    fs::resize_file(file, 0, ignored);
 }
 
-// The rewrap is its own test: whatever stops it, the partial file goes and the whole
-// movie is encoded once more at the highest quality under the same name.
+bool hasContent(const fs::path& file) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(file, error);
+    return !error && size > 0;
+}
+
+// The rewrap is its own test: whatever stops it, the partial file is emptied and the whole
+// movie is encoded once more at the highest quality into the same file.
 void rewrapOrEncode(const fs::path& input, Container container, const fs::path& destination,
                     const Progress& progress, std::stop_token stop) {
     try {
         exportAsset(input, Preset::passthrough, container, destination, progress, stop);
         return;
     } catch (const std::exception&) {
-        removeQuietly(destination);
+        emptyQuietly(destination);
     }
     exportAsset(input, Preset::highestQuality, container, destination, progress, stop);
 }
@@ -232,15 +240,15 @@ void exportAsset(const fs::path& input, Preset preset, Container container,
     } catch (const Cancelled&) {
         throw; // the partial output is the caller's
     } catch (const ConversionError&) {
-        removeQuietly(destination);
+        emptyQuietly(destination);
         throw;
     } catch (const LibAv::Error& error) {
-        removeQuietly(destination);
+        emptyQuietly(destination);
         if (error.isStorageFailure())
             throw ConversionError(error.what());
         throw ConversionError::exportDidNotFinish();
     } catch (const std::exception& error) {
-        removeQuietly(destination);
+        emptyQuietly(destination);
         throw ConversionError(error.what());
     }
 }
@@ -263,7 +271,7 @@ fs::path convert(const fs::path& input, Recipe recipe, const ConversionOptions& 
         else
             exportAsset(input, preset, container, result.path(), progress, stop);
     } catch (const Cancelled&) {
-        if (fs::exists(result.path()))
+        if (hasContent(result.path()))
             result.publishPartial();
         throw;
     }

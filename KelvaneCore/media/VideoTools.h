@@ -42,9 +42,9 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
                               std::stop_token stop = {});
 
 // The one export step: `input` through `preset` into `container` at `destination`, which
-// the caller owns. Progress is polled every 200 ms (last written time ÷ duration). On a
-// failure the destination is removed and ConversionError thrown; on cancellation the
-// partial file stays and Cancelled is thrown.
+// the caller owns and has created. Progress is polled every 200 ms (last written time ÷
+// duration). On a failure the destination is emptied and ConversionError thrown; on
+// cancellation the partial file stays and Cancelled is thrown.
 void exportAsset(const std::filesystem::path& input, Preset preset, Container container,
                  const std::filesystem::path& destination, const Progress& progress,
                  std::stop_token stop = {});

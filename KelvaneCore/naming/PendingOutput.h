@@ -30,8 +30,8 @@ public:
     // std::system_error.
     static PendingOutput file(const std::filesystem::path& folder, std::string_view extension);
     // A new empty hidden file in `folder` with a name of its own (temporaryPrefix, then the
-    // extension): for writers that remove their output or test for it by its path, which an
-    // unnamed file does not allow. A killed process leaves it until removeAbandoned runs.
+    // extension): what file() falls back to where unnamed files are refused. A killed
+    // process leaves it until removeAbandoned runs.
     static PendingOutput namedFile(const std::filesystem::path& folder, std::string_view extension);
     // A new empty folder in `folder`. Throws std::system_error.
     static PendingOutput folder(const std::filesystem::path& folder);

@@ -2,6 +2,7 @@
 #include "Store/Store.h"
 #include "Worker/WorkerRunner.h"
 #include "fixtures/LongClip.h"
+#include "fixtures/OurWorkers.h"
 #include "fixtures/TempFolder.h"
 
 #include <QCoreApplication>
@@ -11,13 +12,13 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <mutex>
 
 namespace kelvane {
 namespace {
 
+using fixtures::ourWorkers;
 using fixtures::TempFolder;
 using State = Job::State;
 namespace fs = std::filesystem;
@@ -243,20 +244,6 @@ TEST_F(StoreTest, StoppedJobsEndAtOnceLeaveNothingAndCanBeTriedAgain) {
     EXPECT_EQ(store.jobs()[0].state, State::running);
 }
 
-// The workers this process started that are still there.
-std::vector<pid_t> ourWorkers() {
-    std::vector<pid_t> workers;
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-        std::ifstream stat(entry.path() / "stat");
-        std::string pid, command, state;
-        pid_t parent = 0;
-        if (stat >> pid >> command >> state >> parent && parent == ::getpid() &&
-            command == "(kelvane-worker)")
-            workers.push_back(std::stoi(pid));
-    }
-    return workers;
-}
-
 TEST(StoreWithWorkers, AStoppedOrKilledEncodeLeavesNoFileAndSaysWhatHappened) {
     TempFolder temp;
     const fs::path clip = fixtures::longClip(temp);
@@ -280,6 +267,7 @@ TEST(StoreWithWorkers, AStoppedOrKilledEncodeLeavesNoFileAndSaysWhatHappened) {
     store.retry(store.jobs()[0].id);
     ASSERT_EQ(store.jobs().size(), 1u);
     ASSERT_TRUE(waitUntil(encoding));
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"}) << "visible mid-encode";
     for (const pid_t worker : ourWorkers())
         ::kill(worker, SIGKILL);
     ASSERT_TRUE(waitUntil([&] { return store.jobs()[0].state == State::failed; }));

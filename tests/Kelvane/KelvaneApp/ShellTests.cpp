@@ -8,8 +8,12 @@
 #include "MainViews/MainViews.h"
 #include "MainViews/WindowModel.h"
 #include "Store/Store.h"
+#include "Worker/WorkerRunner.h"
+#include "fixtures/LongClip.h"
+#include "fixtures/OurWorkers.h"
 #include "fixtures/TempFolder.h"
 
+#include <QElapsedTimer>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QSettings>
@@ -55,6 +59,14 @@ TEST(Preferences, EachSwitchIsWrittenAtOnceAndSignalsOnItsOwn) {
     QSettings settings(settingsFile(temp), QSettings::IniFormat);
     EXPECT_FALSE(Preferences(&settings).dropDockEnabled());
     EXPECT_TRUE(Preferences(&settings).showMenuBar());
+}
+
+bool waitUntil(const std::function<bool()>& condition, int milliseconds = 30000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < milliseconds)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return condition();
 }
 
 // Answers every question with the button it was told to press.
@@ -147,6 +159,38 @@ TEST_F(CommandsTest, QuittingWithJobsUnderWayAsksOnceThenStopsThem) {
     commands.quit();
     EXPECT_EQ(alerts.asked.size(), 2u);
     EXPECT_EQ(quits, 2);
+}
+
+// Quit from the menu mid-batch, with real workers: two encodes running and one waiting.
+TEST(QuitMidBatch, QuitStopsEveryJobAndNothingIsLeftThenOrAfterwards) {
+    fixtures::TempFolder temp;
+    const std::filesystem::path clip = fixtures::longClip(temp);
+    Store store;
+    store.setRunner(WorkerRunner());
+    Preferences preferences;
+    AnsweringAlerts alerts;
+    int quits = 0;
+    Commands::Reach reach;
+    reach.stopAllJobs = [&] {
+        store.stopAll();
+    };
+    reach.quitNow = [&] {
+        ++quits;
+    };
+    Commands commands(store, preferences, alerts, reach);
+    store.add({clip, clip, clip}, Recipe::videoHEVC);
+    ASSERT_TRUE(waitUntil([&] { return store.jobs()[0].progress > 0; }));
+
+    commands.quit();
+    ASSERT_EQ(alerts.asked.size(), 1u);
+    EXPECT_EQ(alerts.asked[0].message, Commands::quitQuestion(3));
+    alerts.pending(0);
+    EXPECT_EQ(quits, 1);
+    EXPECT_EQ(store.activeCount(), 0);
+    ASSERT_TRUE(waitUntil([] { return fixtures::ourWorkers().empty(); }));
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
+    waitUntil([] { return false; }, 1500); // whatever was under way has had time to land
+    EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
 }
 
 TEST(BatchNotifier, OneSentenceForTheWholeBatch) {

@@ -1,6 +1,13 @@
 #include "WindowHarness.h"
 #include "fixtures/PdfProbe.h"
 
+#include <QElapsedTimer>
+#include <QSignalSpy>
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
 namespace kelvane::testing {
 namespace {
 
@@ -14,6 +21,32 @@ std::vector<QString> inputNames(const Store& store) {
     for (const Job& job : store.jobs())
         names.push_back(job.title());
     return names;
+}
+
+// The queue follows the store with one insertion per batch: a folder of 10 000 photos is
+// one change for the list, not 10 000. Prints how long the rows took to arrive.
+TEST_F(WorkspaceTest, AFolderOfTenThousandFilesArrivesAsOneInsertion) {
+    store.setRunner([](Recipe, const std::vector<fs::path>&, const ConversionOptions&,
+                       const Engine::Progress&, const StopSignal& stop) {
+        while (!stop.requested())
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        return std::vector<fs::path>{};
+    });
+    constexpr int files = 10'000;
+    for (int index = 0; index < files; ++index)
+        temp.write("Photos/IMG " + std::to_string(index) + ".jpg", "x");
+    QSignalSpy inserted(model.jobs(), &QAbstractItemModel::rowsInserted);
+
+    QElapsedTimer timer;
+    timer.start();
+    store.add({temp / "Photos"}, Recipe::toPNG);
+    QCoreApplication::processEvents();
+    std::printf("%d rows arrived in %lld ms\n", files, static_cast<long long>(timer.elapsed()));
+    EXPECT_EQ(inserted.count(), 1);
+    EXPECT_EQ(model.jobs()->count(), files);
+    EXPECT_EQ(inRow(0, QStringLiteral("jobTitle"))->property("text").toString(),
+              QStringLiteral("IMG 0.jpg"));
+    store.stopAll();
 }
 
 TEST_F(WorkspaceTest, DroppedFilesQueueInNaturalNameOrderWithTheChosenRecipe) {

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <mutex>
+#include <set>
 
 namespace kelvane {
 namespace {
@@ -192,16 +194,25 @@ TEST(AudioTools, AnEmptyFlacFailsWithTheAudioSentenceNotTheLibrarysText) {
     EXPECT_EQ(temp.entries(), std::vector<std::string>{"Empty.flac"});
 }
 
+// Every recipe gives a file that probes back, and while it writes, the folder shows nothing
+// but the input: the result has no name until it is finished.
 TEST(MediaEngine, EveryVideoAndAudioRecipeRunsThroughTheEngine) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -f lavfi -i sine=d=1 "
                         "-c:v libx264 -c:a aac -shortest Clip.mkv");
+    std::mutex mutex;
+    std::set<std::vector<std::string>> seenWhileWriting;
     for (const RecipeGroup group : {RecipeGroup::video, RecipeGroup::audio}) {
         for (const Recipe recipe : group.recipes()) {
             SCOPED_TRACE(std::string(recipe.rawValue()));
             double last = -1;
-            const auto results = Engine::run(recipe, {temp / "Clip.mkv"}, ConversionOptions(),
-                                             [&](double fraction) { last = fraction; });
+            const auto results =
+                Engine::run(recipe, {temp / "Clip.mkv"}, ConversionOptions(), [&](double fraction) {
+                    const std::lock_guard lock(mutex);
+                    last = fraction;
+                    if (fraction < 1.0)
+                        seenWhileWriting.insert(temp.entries());
+                });
             ASSERT_EQ(results.size(), 1u);
             EXPECT_EQ(results[0].extension().string(),
                       "." + std::string(recipe.outputExtension().value_or("")));
@@ -210,6 +221,7 @@ TEST(MediaEngine, EveryVideoAndAudioRecipeRunsThroughTheEngine) {
             fs::remove(results[0]);
         }
     }
+    EXPECT_EQ(seenWhileWriting, (std::set{std::vector<std::string>{"Clip.mkv"}}));
 }
 
 } // namespace
