@@ -1,5 +1,6 @@
 #include "DropDock/X11DragSource.h"
 
+#include "DropDock/X11SelectionReader.h"
 #include "MainViews/DropLoading.h"
 
 #include <QGuiApplication>
@@ -8,17 +9,15 @@
 #include <QTimer>
 
 // Xlib's headers define macros (None, Bool, Status…) that clash with Qt's: they come last.
-#include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XInput2.h>
 #include <X11/extensions/Xfixes.h>
-#include <climits>
+#include <algorithm>
+#include <vector>
 
 namespace kelvane {
 namespace {
 
-// A drag source that has not answered by then is taken to offer no files.
-constexpr int readTimeoutMs = 300;
 constexpr unsigned long noWindow = 0;
 
 // Raw button events always; raw motion only while the left button is held, so that an
@@ -67,6 +66,14 @@ std::vector<std::filesystem::path> localFiles(const QByteArray& uriList) {
     return files;
 }
 
+// The logical button a physical one stands for under the pointer's button map (the first
+// entry maps the first button); unmapped buttons stand for themselves.
+int logicalButton(const std::vector<unsigned char>& buttonMap, int physical) {
+    if (physical < 1 || static_cast<std::size_t>(physical) > buttonMap.size())
+        return physical;
+    return buttonMap[static_cast<std::size_t>(physical - 1)];
+}
+
 } // namespace
 
 struct X11DragSource::Connection {
@@ -76,14 +83,16 @@ struct X11DragSource::Connection {
     Atom dndSelection = 0;
     Atom uriList = 0;
     Atom property = 0;
-    Atom incremental = 0;
     int fixesEventBase = 0;
     int inputOpcode = 0;
+    // The logical button of each physical one, from the first: raw events carry physical
+    // buttons, and a left-handed map makes the third the primary one.
+    std::vector<unsigned char> buttonMap;
     bool leftHeld = false;
-    bool reading = false;
-    QTimer timeout;
+    std::unique_ptr<X11SelectionReader> reader;
 
     ~Connection() {
+        reader.reset();
         if (display == nullptr)
             return;
         if (requestor != noWindow)
@@ -103,11 +112,9 @@ X11DragSource::X11DragSource(QObject* parent)
     auto* notifier =
         new QSocketNotifier(XConnectionNumber(x_->display), QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, &X11DragSource::handleEvents);
-    x_->timeout.setSingleShot(true);
-    connect(&x_->timeout, &QTimer::timeout, this, [this] {
-        x_->reading = false;
-        contentsArrived({});
-    });
+    x_->reader = std::make_unique<X11SelectionReader>(x_->display, x_->requestor, x_->property);
+    connect(x_->reader.get(), &X11SelectionReader::finished, this,
+            [this](const QByteArray& uriList) { contentsArrived(localFiles(uriList)); });
     handleEvents();
 }
 
@@ -140,10 +147,10 @@ QString X11DragSource::open() {
     x_->dndSelection = XInternAtom(display, "XdndSelection", False);
     x_->uriList = XInternAtom(display, "text/uri-list", False);
     x_->property = XInternAtom(display, "KELVANE_DRAGGED_FILES", False);
-    x_->incremental = XInternAtom(display, "INCR", False);
     XFixesSelectSelectionInput(display, x_->root, x_->dndSelection,
                                XFixesSetSelectionOwnerNotifyMask);
     selectRawEvents(display, false);
+    readButtonMap();
     return {};
 }
 
@@ -166,8 +173,10 @@ void X11DragSource::handleEvents() {
             const auto& notify = reinterpret_cast<const XFixesSelectionNotifyEvent&>(event);
             if (notify.subtype == XFixesSetSelectionOwnerNotify && notify.owner != noWindow)
                 askForFiles(notify.selection_timestamp);
-        } else if (event.type == SelectionNotify && event.xselection.requestor == x_->requestor) {
-            readFiles(event.xselection.property);
+        } else if (x_->reader->handle(event)) {
+            // the drag's files, or a piece of them
+        } else if (event.type == MappingNotify && event.xmapping.request == MappingPointer) {
+            readButtonMap();
         } else if (event.type == GenericEvent && event.xcookie.extension == x_->inputOpcode &&
                    XGetEventData(display, &event.xcookie) != 0) {
             const int button = static_cast<const XIRawEvent*>(event.xcookie.data)->detail;
@@ -189,46 +198,23 @@ void X11DragSource::handleQueuedEvents() {
 // Sources refuse requests stamped CurrentTime, and stop answering once the pointer is over
 // a drop target: ask at once, with the time the drag took the selection.
 void X11DragSource::askForFiles(unsigned long time) {
-    x_->reading = true;
-    XConvertSelection(x_->display, x_->dndSelection, x_->uriList, x_->property, x_->requestor,
-                      time);
-    XFlush(x_->display);
-    x_->timeout.start(readTimeoutMs);
+    x_->reader->read(x_->dndSelection, x_->uriList, time);
 }
 
-void X11DragSource::readFiles(unsigned long property) {
-    if (!x_->reading)
-        return; // an answer that came after its time-out
-    x_->reading = false;
-    x_->timeout.stop();
-    if (property == noWindow)
-        return contentsArrived({});
-
-    Atom type = 0;
-    int format = 0;
-    unsigned long items = 0;
-    unsigned long remaining = 0;
-    unsigned char* data = nullptr;
-    const int status =
-        XGetWindowProperty(x_->display, x_->requestor, x_->property, 0, LONG_MAX / 4, True,
-                           AnyPropertyType, &type, &format, &items, &remaining, &data);
-    QByteArray uriList;
-    // A list sent in pieces would be megabytes of names: more than a drag worth offering.
-    if (status == Success && data != nullptr && format == 8 && type != x_->incremental)
-        uriList = QByteArray(reinterpret_cast<const char*>(data), static_cast<qsizetype>(items));
-    if (data != nullptr)
-        XFree(data);
-    contentsArrived(localFiles(uriList));
+void X11DragSource::readButtonMap() {
+    unsigned char map[256] = {};
+    const int count = XGetPointerMapping(x_->display, map, sizeof map);
+    x_->buttonMap.assign(map, map + std::clamp(count, 0, static_cast<int>(sizeof map)));
 }
 
 void X11DragSource::rawEvent(int type, int button) {
-    constexpr int leftButton = 1;
+    constexpr int primaryButton = 1;
     if (type == XI_RawMotion) {
         if (x_->leftHeld)
             emit leftButtonDragged();
         return;
     }
-    if (button != leftButton)
+    if (logicalButton(x_->buttonMap, button) != primaryButton)
         return;
     x_->leftHeld = type == XI_RawButtonPress;
     selectRawEvents(x_->display, x_->leftHeld);
