@@ -69,8 +69,10 @@ void X11SelectionReader::read(unsigned long selection, unsigned long target, uns
 
 bool X11SelectionReader::handle(const XEvent& event) {
     if (event.type == SelectionNotify && event.xselection.requestor == window_) {
-        // An answer to an earlier request carries that request's time.
-        if (step_ == Step::awaitingAnswer && event.xselection.time == time_)
+        // An answer to an earlier request carries that request's time; a few owners leave
+        // the time out.
+        const unsigned long time = event.xselection.time;
+        if (step_ == Step::awaitingAnswer && (time == time_ || time == CurrentTime))
             answered(event.xselection.property);
         return true;
     }
