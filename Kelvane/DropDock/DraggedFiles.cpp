@@ -2,6 +2,7 @@
 
 #include <QByteArrayView>
 
+#include <algorithm>
 #include <optional>
 
 namespace kelvane {
@@ -9,6 +10,12 @@ namespace {
 
 bool isHexDigit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+// Spaces and control characters must be escaped in a URL.
+bool isUnencoded(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte <= 0x20 || byte == 0x7f;
 }
 
 int hexValue(char c) {
@@ -62,7 +69,7 @@ std::optional<std::string> localPath(QByteArrayView url) {
     for (const char stop : {'?', '#'})
         if (const qsizetype at = rest.indexOf(stop); at >= 0)
             rest = rest.first(at);
-    if (!rest.startsWith('/') || rest.indexOf(' ') >= 0)
+    if (!rest.startsWith('/') || std::any_of(rest.begin(), rest.end(), isUnencoded))
         return std::nullopt;
     return percentDecoded(rest);
 }
