@@ -77,15 +77,16 @@ def app_timings(log, since):
     with open(log) as lines:
         lines.seek(since)
         found = [line.split() for line in lines if line.startswith("drag of ")]
-    return [(float(words[6]), float(words[10])) for words in found]
+    return [(float(words[6]), float(words[10]), float(words[12].lstrip("("))) for words in found]
 
 
 def report_app(label, timings):
-    reads = [read for read, _ in timings]
-    handled = [handled for _, handled in timings]
+    reads = [read for read, _, _ in timings]
+    handled = [handled for _, handled, _ in timings]
+    processor = [cpu for _, _, cpu in timings]
     print(f"in the app, {label}: read median {statistics.median(reads):.1f} ms "
           f"(max {max(reads):.1f}), then shown after median {statistics.median(handled):.1f} ms "
-          f"(max {max(handled):.1f})")
+          f"(max {max(handled):.1f}) of which {statistics.median(processor):.1f} ms processor")
 
 
 def cpu_while_moving(pid, left, top, width, height):
