@@ -22,6 +22,8 @@ namespace kelvane {
 namespace {
 
 constexpr unsigned long noWindow = 0;
+// The longest the watch holds the main thread at once.
+constexpr int maxBusyMs = 4;
 
 // Raw button events always; raw motion only while the left button is held, so that an
 // idle pointer costs nothing.
@@ -165,7 +167,13 @@ QString X11DragSource::unavailableReason() const {
 
 void X11DragSource::handleEvents() {
     Display* display = x_->display;
+    QElapsedTimer busy;
+    busy.start();
     while (XPending(display) > 0) {
+        // A drag source answering at once can keep events coming: leave the rest for the
+        // next turn of the event loop.
+        if (busy.elapsed() >= maxBusyMs)
+            return handleQueuedEvents();
         XEvent event;
         XNextEvent(display, &event);
         if (event.type == x_->fixesEventBase + XFixesSelectionNotify) {

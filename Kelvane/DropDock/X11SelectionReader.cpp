@@ -99,6 +99,9 @@ void X11SelectionReader::answered(unsigned long property) {
 }
 
 void X11SelectionReader::pieceArrived() {
+    // Pieces that follow each other closely can hold off the time-out's event.
+    if (started_.hasExpired(transferTimeoutMs))
+        return finish({});
     PropertyValue piece = takeProperty(display_, window_, property_, maxBytes - contents_.size());
     if (!piece.whole || piece.type == incremental_)
         return finish({});

@@ -33,6 +33,8 @@ void say(const char* line, int number = -1) {
 class PiecesOwner {
 public:
     static constexpr qsizetype pieceBytes = 64 * 1024;
+    // Tiny pieces, answered at once, for as long as the reader takes them.
+    static constexpr qsizetype endlessPieceBytes = 16;
 
     PiecesOwner(QByteArray uriList, bool endless)
         : list_(std::move(uriList))
@@ -95,7 +97,7 @@ private:
         if (requestor_ == None)
             return;
         const QByteArray piece =
-            endless_ ? QByteArray(pieceBytes, 'x') : list_.mid(sent_, pieceBytes);
+            endless_ ? QByteArray(endlessPieceBytes, 'x') : list_.mid(sent_, pieceBytes);
         sent_ += piece.size();
         XChangeProperty(display_, requestor_, property_, uriListType_, 8, PropModeReplace,
                         reinterpret_cast<const unsigned char*>(piece.constData()),
