@@ -32,7 +32,6 @@ public:
 
     // Asks for `selection` as `target`, stamped with `time`; a read under way is dropped.
     void read(unsigned long selection, unsigned long target, unsigned long time);
-    bool reading() const { return step_ != Step::idle; }
     // Takes the connection's events about the read; false for any other event.
     bool handle(const _XEvent& event);
 
