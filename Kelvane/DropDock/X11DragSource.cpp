@@ -102,6 +102,11 @@ struct X11DragSource::Connection {
     }
 };
 
+bool X11DragSource::inWaylandSession() {
+    return qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
+           qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland");
+}
+
 X11DragSource::X11DragSource(QObject* parent)
     : DragSource(parent)
     , x_(std::make_unique<Connection>()) {
@@ -127,6 +132,10 @@ QString X11DragSource::open() {
         return fail(QGuiApplication::platformName().startsWith(QLatin1String("wayland"))
                         ? "Drags in other apps can’t be watched in a Wayland session."
                         : "Drags in other apps can’t be watched on this display.");
+    // Through XWayland only drags between X11 apps would be seen, and a Wayland session's file
+    // manager is not one of them.
+    if (inWaylandSession())
+        return fail("Drags in other apps can’t be watched in a Wayland session.");
     x_->display = XOpenDisplay(nullptr);
     Display* display = x_->display;
     if (display == nullptr)

@@ -31,6 +31,7 @@ private:
     struct Connection;
     // Connects to the display and asks for the events; the reason when that fails.
     QString open();
+    static bool inWaylandSession();
     void handleEvents();
     // Xlib may have read events while answering a request: handle them soon.
     void handleQueuedEvents();

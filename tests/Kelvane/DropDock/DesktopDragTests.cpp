@@ -2,6 +2,7 @@
 // xdotool, slides the dock in, and a drop on one of its tiles queues the job. Starts its
 // own Xvfb (and openbox, when installed); skipped where no X server can be started.
 #include "DropDock/DesktopDock.h"
+#include "DropDock/PinnedDock.h"
 #include "Kelvane/DropDock/DockFakes.h"
 #include "MainViews/Appearance.h"
 #include "MainViews/Symbols.h"
@@ -19,6 +20,7 @@
 #include <QScopeGuard>
 
 #include <csignal>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <spawn.h>
@@ -268,6 +270,57 @@ TEST(DesktopDrag, WithTheButtonsSwappedForTheLeftHandTheRightButtonDrags) {
     source.waitForFinished();
 }
 
+// Under XWayland drags between Wayland apps can't be seen: the tab kept open at the edge
+// takes the drop instead, through the display's own drag and drop.
+TEST(DesktopDrag, InAWaylandSessionTheTabKeptOpenWidensOnADragAndADropOnItQueues) {
+    if (desktop.server == 0)
+        GTEST_SKIP() << "Skipped: " << desktop.whyNot;
+    fixtures::TempFolder temp;
+    const auto photo = temp.write("Beach.jpg", "jpeg");
+    setenv("WAYLAND_DISPLAY", "wayland-kelvane-test", 1);
+    const auto leaveWayland = qScopeGuard([] { unsetenv("WAYLAND_DISPLAY"); });
+    Store store;
+    store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
+    Appearance appearance;
+    WindowModel model{store};
+    QQmlEngine engine;
+    engine.rootContext()->setContextProperty(QStringLiteral("store"), &model);
+    engine.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance);
+    DesktopDock dock(engine, store, [] { return true; });
+    EXPECT_FALSE(dock.watching());
+    EXPECT_FALSE(dock.unavailableReason().isEmpty());
+    dock.setKeepOpen(true);
+    dock.start();
+    QQuickWindow* tab = dock.pinnedWindow();
+    ASSERT_NE(tab, nullptr);
+    ASSERT_TRUE(waitUntil([&] { return tab->isExposed(); }));
+
+    QProcess source;
+    const QPoint start = startSource(source, {QString::fromStdString(photo.string())});
+    ASSERT_FALSE(start.isNull());
+    const QPoint onTab = tab->geometry().center();
+    xdotool(pressAt(start) + glide(start, onTab));
+    ASSERT_TRUE(waitUntil([&] { return dock.visible(); })) << "the tab did not widen";
+    expectOffersFor(*dock.dock().model(), {photo});
+    ASSERT_TRUE(waitUntil([&] { return tab->contentItem()->width() > PinnedDock::tabWidth; }));
+    QQuickItem* tile = nullptr;
+    ASSERT_TRUE(waitUntil([&] {
+        tile = findItem(tab->contentItem(), QStringLiteral("dockTile1"));
+        return tile != nullptr && tile->width() > 0;
+    }));
+    const QPoint target =
+        tile->mapToGlobal(QPointF(tile->width() / 2, tile->height() / 2)).toPoint();
+    xdotool(glide(onTab, target) + releaseWith());
+
+    ASSERT_TRUE(waitUntil([&] { return !store.jobs().empty(); })) << "nothing was queued";
+    EXPECT_EQ(store.jobs()[0].recipe, Recipe::suggestions({photo}).at(1));
+    EXPECT_TRUE(store.jobs()[0].fromDock);
+    EXPECT_EQ(nextLine(source), QByteArray("dropped 1")) << "taken as a copy";
+    EXPECT_TRUE(waitUntil([&] { return !dock.visible(); })) << "the tab did not narrow";
+    source.kill();
+    source.waitForFinished();
+}
+
 } // namespace
 } // namespace kelvane::testing
 
@@ -282,6 +335,13 @@ extern "C" const char* __lsan_default_options() {
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const bool listing = ::testing::GTEST_FLAG(list_tests);
+    // The session these tests run in says nothing of the desktop they start, and the setting
+    // the tab test turns on stays in a folder of its own.
+    unsetenv("WAYLAND_DISPLAY");
+    unsetenv("XDG_SESSION_TYPE");
+    char settings[] = "/tmp/kelvane-drag-settings-XXXXXX";
+    if (mkdtemp(settings) != nullptr)
+        setenv("XDG_CONFIG_HOME", settings, 1);
     if (!listing)
         kelvane::testing::desktop = kelvane::testing::startDesktop();
     setenv("QT_QPA_PLATFORM", kelvane::testing::desktop.server != 0 ? "xcb" : "offscreen", 1);
@@ -291,5 +351,6 @@ int main(int argc, char** argv) {
         result = RUN_ALL_TESTS();
     }
     kelvane::testing::stopDesktop();
+    std::filesystem::remove_all(settings);
     return result;
 }
