@@ -8,8 +8,9 @@ namespace kelvane {
 
 // Drags in any application of an X11 desktop, seen through a connection of its own:
 // XFixes reports each new owner of the drag selection (a drag began), whose files are
-// asked for at once as a "text/uri-list"; XInput2 raw events report the left button and
-// the pointer's motion while it is held. Events are handled on the main thread as they
+// asked for at once as a "text/uri-list"; XInput2 raw events report the primary button
+// (the left one, or the right one of a left-handed map) and the pointer's motion while it
+// is held. Events are handled on the main thread as they
 // arrive; nothing polls while no button is held.
 class X11DragSource : public DragSource {
     Q_OBJECT
@@ -30,11 +31,12 @@ private:
     struct Connection;
     // Connects to the display and asks for the events; the reason when that fails.
     QString open();
+    static bool inWaylandSession();
     void handleEvents();
     // Xlib may have read events while answering a request: handle them soon.
     void handleQueuedEvents();
     void askForFiles(unsigned long time);
-    void readFiles(unsigned long property);
+    void readButtonMap();
     void rawEvent(int type, int button);
     void contentsArrived(std::vector<std::filesystem::path> files);
 

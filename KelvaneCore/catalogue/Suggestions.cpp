@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <string>
 
 namespace kelvane {
 namespace {
@@ -19,6 +20,17 @@ bool isAlreadyInFormat(std::string_view extension, std::string_view output) {
     if (output == "txt")
         return extension == "txt" || extension == "text";
     return extension == output;
+}
+
+// A file of each extension among `urls`, in order. Whether a recipe fits a file depends on
+// its extension alone, so a thousand photos are looked at as one.
+std::vector<std::filesystem::path> onePerExtension(const std::vector<std::filesystem::path>& urls) {
+    std::vector<std::filesystem::path> distinct;
+    std::set<std::string> seen;
+    for (const auto& url : urls)
+        if (seen.insert(lowercaseExtension(url)).second)
+            distinct.push_back(url);
+    return distinct;
 }
 
 } // namespace
@@ -60,8 +72,9 @@ bool Recipe::fits(const std::filesystem::path& url) const {
 std::vector<Recipe> Recipe::suggestions(const std::vector<std::filesystem::path>& urls) {
     if (urls.empty())
         return {};
+    const auto distinct = onePerExtension(urls);
     std::set<FileKind::Value> kinds;
-    for (const auto& url : urls)
+    for (const auto& url : distinct)
         kinds.insert(FileKind::of(url));
 
     std::vector<Recipe> candidates =
@@ -75,7 +88,7 @@ std::vector<Recipe> Recipe::suggestions(const std::vector<std::filesystem::path>
     std::vector<Recipe> suggested;
     std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(suggested),
                  [&](Recipe recipe) {
-                     return std::all_of(urls.begin(), urls.end(),
+                     return std::all_of(distinct.begin(), distinct.end(),
                                         [&](const auto& url) { return recipe.fits(url); });
                  });
 

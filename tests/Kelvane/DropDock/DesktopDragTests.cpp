@@ -2,6 +2,7 @@
 // xdotool, slides the dock in, and a drop on one of its tiles queues the job. Starts its
 // own Xvfb (and openbox, when installed); skipped where no X server can be started.
 #include "DropDock/DesktopDock.h"
+#include "DropDock/PinnedDock.h"
 #include "Kelvane/DropDock/DockFakes.h"
 #include "MainViews/Appearance.h"
 #include "MainViews/Symbols.h"
@@ -16,13 +17,18 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QScopeGuard>
 
 #include <csignal>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+// Xlib's headers define macros that clash with Qt's: they come last.
+#include <X11/Xlib.h>
 
 extern char** environ;
 
@@ -99,42 +105,76 @@ QStringList glide(QPoint from, QPoint to) {
     return steps;
 }
 
+// The application's dock in an engine of its own, over a store that runs nothing.
+struct WatchingDock {
+    Store store;
+    Appearance appearance;
+    WindowModel model{store};
+    QQmlEngine engine;
+    std::unique_ptr<DesktopDock> dock;
+
+    WatchingDock() {
+        store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
+        Symbols::fontFamily();
+        engine.rootContext()->setContextProperty(QStringLiteral("store"), &model);
+        engine.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance);
+        dock = std::make_unique<DesktopDock>(engine, store, [] { return true; });
+        dock->start();
+    }
+};
+
+// The drag-source program, started with these arguments; returns where to press it.
+QPoint startSource(QProcess& source, const QStringList& arguments) {
+    source.start(QStringLiteral(KELVANE_DRAG_SOURCE_PATH), arguments);
+    if (!waitUntil([&] { return source.canReadLine(); }))
+        return {};
+    const QStringList ready = QString::fromUtf8(source.readLine()).split(QLatin1Char(' '));
+    return ready.size() == 3 ? QPoint(ready[1].toInt(), ready[2].toInt()) : QPoint();
+}
+
+// The next line the source prints, without its line end.
+QByteArray nextLine(QProcess& source) {
+    if (!waitUntil([&] { return source.canReadLine(); }))
+        return {};
+    return source.readLine().trimmed();
+}
+
+QStringList pressAt(QPoint at, int button = 1) {
+    return {QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()),
+            QStringLiteral("sleep"),     QStringLiteral("0.2"),   QStringLiteral("mousedown"),
+            QString::number(button),     QStringLiteral("sleep"), QStringLiteral("0.1")};
+}
+
+QStringList releaseWith(int button = 1) {
+    return {QStringLiteral("sleep"), QStringLiteral("0.3"), QStringLiteral("mouseup"),
+            QString::number(button)};
+}
+
+void expectOffersFor(const DockModel& shown, const std::vector<std::filesystem::path>& files) {
+    EXPECT_EQ(shown.urls(), files);
+    const auto suggested = Recipe::suggestions(files);
+    ASSERT_FALSE(shown.recipes().empty());
+    EXPECT_TRUE(std::equal(shown.recipes().begin(), shown.recipes().end(), suggested.begin()));
+}
+
 TEST(DesktopDrag, AFileDraggedElsewhereSlidesTheDockInAndADropOnTheSecondTileQueuesIt) {
     if (desktop.server == 0)
         GTEST_SKIP() << "Skipped: " << desktop.whyNot;
     fixtures::TempFolder temp;
     const auto photo = temp.write("Holiday.png", "png");
-    Store store;
-    store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
-    Appearance appearance;
-    WindowModel model(store);
-    QQmlEngine engine;
-    Symbols::fontFamily();
-    engine.rootContext()->setContextProperty(QStringLiteral("store"), &model);
-    engine.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance);
-    DesktopDock dock(engine, store, [] { return true; });
+    WatchingDock watching;
+    DesktopDock& dock = *watching.dock;
     ASSERT_TRUE(dock.watching()) << dock.unavailableReason().toStdString();
-    dock.start();
 
     QProcess source;
-    source.start(QStringLiteral(KELVANE_DRAG_SOURCE_PATH),
-                 {QString::fromStdString(photo.string())});
-    ASSERT_TRUE(waitUntil([&] { return source.canReadLine(); })) << "the drag source never showed";
-    const QStringList ready = QString::fromUtf8(source.readLine()).split(QLatin1Char(' '));
-    ASSERT_EQ(ready.size(), 3);
-    const QPoint start(ready[1].toInt(), ready[2].toInt());
-
-    QStringList press{
-        QStringLiteral("mousemove"), QString::number(start.x()), QString::number(start.y()),
-        QStringLiteral("sleep"),     QStringLiteral("0.2"),      QStringLiteral("mousedown"),
-        QStringLiteral("1"),         QStringLiteral("sleep"),    QStringLiteral("0.1")};
-    xdotool(press + glide(start, start + QPoint(200, 40)));
+    const QPoint start = startSource(source, {QString::fromStdString(photo.string())});
+    ASSERT_FALSE(start.isNull()) << "the drag source never showed";
+    xdotool(pressAt(start) + glide(start, start + QPoint(200, 40)));
     ASSERT_TRUE(waitUntil([&] { return dock.visible(); })) << "the dock did not appear";
     DockModel& shown = *dock.dock().model();
-    EXPECT_EQ(shown.urls(), std::vector{photo});
+    expectOffersFor(shown, {photo});
     const auto suggested = Recipe::suggestions({photo});
     ASSERT_GE(shown.recipes().size(), 2U);
-    EXPECT_TRUE(std::equal(shown.recipes().begin(), shown.recipes().end(), suggested.begin()));
 
     QQuickWindow* panel = dock.panelWindow();
     ASSERT_NE(panel, nullptr);
@@ -143,19 +183,140 @@ TEST(DesktopDrag, AFileDraggedElsewhereSlidesTheDockInAndADropOnTheSecondTileQue
     ASSERT_NE(tile, nullptr);
     const QPoint target =
         tile->mapToGlobal(QPointF(tile->width() / 2, tile->height() / 2)).toPoint();
-    xdotool(glide(start + QPoint(200, 40), target) +
-            QStringList{QStringLiteral("sleep"), QStringLiteral("0.3"), QStringLiteral("mouseup"),
-                        QStringLiteral("1")});
+    xdotool(glide(start + QPoint(200, 40), target) + releaseWith());
 
+    Store& store = watching.store;
     ASSERT_TRUE(waitUntil([&] { return !store.jobs().empty(); })) << "nothing was queued";
     ASSERT_EQ(store.jobs().size(), 1U);
     EXPECT_EQ(store.jobs()[0].recipe, suggested[1]);
     EXPECT_EQ(store.jobs()[0].inputs, std::vector{photo});
     EXPECT_TRUE(store.jobs()[0].fromDock);
     EXPECT_EQ(shown.acceptedTitle(), QString::fromUtf8(suggested[1].title()));
-    ASSERT_TRUE(waitUntil([&] { return source.canReadLine(); }));
-    EXPECT_EQ(source.readLine().trimmed(), QByteArray("dropped 1")) << "taken as a copy";
+    EXPECT_EQ(nextLine(source), QByteArray("dropped 1")) << "taken as a copy";
     EXPECT_TRUE(waitUntil([&] { return !dock.visible(); })) << "the dock did not slide out";
+    source.kill();
+    source.waitForFinished();
+}
+
+// Sources hand long lists out in pieces; one that never stops is given up on.
+TEST(DesktopDrag, AThousandFilesSentInPiecesAreOfferedAndAnEndlessListShowsNothing) {
+    if (desktop.server == 0)
+        GTEST_SKIP() << "Skipped: " << desktop.whyNot;
+    fixtures::TempFolder temp;
+    std::vector<std::filesystem::path> files;
+    QStringList arguments{QStringLiteral("--in-pieces")};
+    const std::string longName(180, 'a');
+    for (int n = 0; n < 1000; ++n) {
+        const std::string name =
+            "Summer trip " + std::to_string(n) + " with a name " + longName + " and many words.jpg";
+        files.push_back(temp.write(name, "jpg"));
+        arguments << QString::fromStdString(files.back().string());
+    }
+    WatchingDock watching;
+    DesktopDock& dock = *watching.dock;
+
+    QProcess endless;
+    QPoint start = startSource(endless, {QStringLiteral("--endless"), arguments.last()});
+    ASSERT_FALSE(start.isNull());
+    xdotool(pressAt(start) + glide(start, start + QPoint(200, 40)));
+    EXPECT_EQ(nextLine(endless), QByteArray("stalled")) << "the reader kept taking pieces";
+    EXPECT_FALSE(dock.visible());
+    xdotool(releaseWith());
+    endless.kill();
+    endless.waitForFinished();
+
+    QProcess source;
+    start = startSource(source, arguments);
+    ASSERT_FALSE(start.isNull());
+    xdotool(pressAt(start) + glide(start, start + QPoint(200, 40)));
+    ASSERT_TRUE(waitUntil([&] { return dock.visible(); })) << "the dock did not appear";
+    expectOffersFor(*dock.dock().model(), files);
+    EXPECT_GT(nextLine(source).sliced(7).toInt(), 1) << "the list came in one piece";
+    xdotool(releaseWith());
+    EXPECT_TRUE(waitUntil([&] { return !dock.visible(); }));
+    source.kill();
+    source.waitForFinished();
+}
+
+TEST(DesktopDrag, WithTheButtonsSwappedForTheLeftHandTheRightButtonDrags) {
+    if (desktop.server == 0)
+        GTEST_SKIP() << "Skipped: " << desktop.whyNot;
+    fixtures::TempFolder temp;
+    const auto photo = temp.write("Holiday.png", "png");
+    Display* display = XOpenDisplay(nullptr);
+    ASSERT_NE(display, nullptr);
+    WatchingDock watching; // it learns of the new map as it changes
+    DesktopDock& dock = *watching.dock;
+    // The map must keep its length; only the first and third buttons trade places.
+    unsigned char map[32] = {};
+    const int buttons = XGetPointerMapping(display, map, sizeof map);
+    ASSERT_GE(buttons, 3);
+    std::swap(map[0], map[2]);
+    ASSERT_EQ(XSetPointerMapping(display, map, buttons), MappingSuccess);
+    XSync(display, False);
+    const auto restore = qScopeGuard([&] {
+        std::swap(map[0], map[2]);
+        XSetPointerMapping(display, map, buttons);
+        XCloseDisplay(display);
+    });
+
+    QProcess source;
+    const QPoint start = startSource(source, {QString::fromStdString(photo.string())});
+    xdotool(pressAt(start, 3) + glide(start, start + QPoint(200, 40)));
+    EXPECT_TRUE(waitUntil([&] { return dock.visible(); })) << "the dock did not appear";
+    xdotool(releaseWith(3));
+    EXPECT_TRUE(waitUntil([&] { return !dock.visible(); })) << "the release was not seen";
+    source.kill();
+    source.waitForFinished();
+}
+
+// Under XWayland drags between Wayland apps can't be seen: the tab kept open at the edge
+// takes the drop instead, through the display's own drag and drop.
+TEST(DesktopDrag, InAWaylandSessionTheTabKeptOpenWidensOnADragAndADropOnItQueues) {
+    if (desktop.server == 0)
+        GTEST_SKIP() << "Skipped: " << desktop.whyNot;
+    fixtures::TempFolder temp;
+    const auto photo = temp.write("Beach.jpg", "jpeg");
+    setenv("WAYLAND_DISPLAY", "wayland-kelvane-test", 1);
+    const auto leaveWayland = qScopeGuard([] { unsetenv("WAYLAND_DISPLAY"); });
+    Store store;
+    store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
+    Appearance appearance;
+    WindowModel model{store};
+    QQmlEngine engine;
+    engine.rootContext()->setContextProperty(QStringLiteral("store"), &model);
+    engine.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance);
+    DesktopDock dock(engine, store, [] { return true; });
+    EXPECT_FALSE(dock.watching());
+    EXPECT_FALSE(dock.unavailableReason().isEmpty());
+    dock.setKeepOpen(true);
+    dock.start();
+    QQuickWindow* tab = dock.pinnedWindow();
+    ASSERT_NE(tab, nullptr);
+    ASSERT_TRUE(waitUntil([&] { return tab->isExposed(); }));
+
+    QProcess source;
+    const QPoint start = startSource(source, {QString::fromStdString(photo.string())});
+    ASSERT_FALSE(start.isNull());
+    const QPoint onTab = tab->geometry().center();
+    xdotool(pressAt(start) + glide(start, onTab));
+    ASSERT_TRUE(waitUntil([&] { return dock.visible(); })) << "the tab did not widen";
+    expectOffersFor(*dock.dock().model(), {photo});
+    ASSERT_TRUE(waitUntil([&] { return tab->contentItem()->width() > PinnedDock::tabWidth; }));
+    QQuickItem* tile = nullptr;
+    ASSERT_TRUE(waitUntil([&] {
+        tile = findItem(tab->contentItem(), QStringLiteral("dockTile1"));
+        return tile != nullptr && tile->width() > 0;
+    }));
+    const QPoint target =
+        tile->mapToGlobal(QPointF(tile->width() / 2, tile->height() / 2)).toPoint();
+    xdotool(glide(onTab, target) + releaseWith());
+
+    ASSERT_TRUE(waitUntil([&] { return !store.jobs().empty(); })) << "nothing was queued";
+    EXPECT_EQ(store.jobs()[0].recipe, Recipe::suggestions({photo}).at(1));
+    EXPECT_TRUE(store.jobs()[0].fromDock);
+    EXPECT_EQ(nextLine(source), QByteArray("dropped 1")) << "taken as a copy";
+    EXPECT_TRUE(waitUntil([&] { return !dock.visible(); })) << "the tab did not narrow";
     source.kill();
     source.waitForFinished();
 }
@@ -174,6 +335,13 @@ extern "C" const char* __lsan_default_options() {
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const bool listing = ::testing::GTEST_FLAG(list_tests);
+    // The session these tests run in says nothing of the desktop they start, and the setting
+    // the tab test turns on stays in a folder of its own.
+    unsetenv("WAYLAND_DISPLAY");
+    unsetenv("XDG_SESSION_TYPE");
+    char settings[] = "/tmp/kelvane-drag-settings-XXXXXX";
+    if (mkdtemp(settings) != nullptr)
+        setenv("XDG_CONFIG_HOME", settings, 1);
     if (!listing)
         kelvane::testing::desktop = kelvane::testing::startDesktop();
     setenv("QT_QPA_PLATFORM", kelvane::testing::desktop.server != 0 ? "xcb" : "offscreen", 1);
@@ -183,5 +351,6 @@ int main(int argc, char** argv) {
         result = RUN_ALL_TESTS();
     }
     kelvane::testing::stopDesktop();
+    std::filesystem::remove_all(settings);
     return result;
 }

@@ -1,7 +1,10 @@
+#include "DropDock/DraggedFiles.h"
 #include "DropDock/DropDock.h"
 #include "Kelvane/DropDock/DockFakes.h"
 #include "Store/Store.h"
 #include "fixtures/TempFolder.h"
+
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -158,6 +161,27 @@ TEST_F(DropDockTest, OffersAtMostNineRecipesInAPanelNoTallerThanTheScreenAllows)
     EXPECT_EQ(dock.model()->tiles().size(), 9);
     // On the screen under the pointer, capped at its free height less 40.
     EXPECT_EQ(panel().moves[0].to, QRectF(1280 + 1024 - 242, 20 + 200 - 180, 232, 360));
+}
+
+// A drag's list is read by hand for speed: it must agree with how sources write URLs.
+TEST(DraggedFiles, AreThePathsSourcesEncodedAndNothingElse) {
+    QByteArray list = "# from a file manager\r\n";
+    const std::vector<std::string> names = {"/tmp/café au lait.jpg", "/tmp/100% #1 ?.png",
+                                            "/tmp/a+b=c&d;e,[f]@g.txt"};
+    for (const auto& name : names)
+        list += QUrl::fromLocalFile(QString::fromStdString(name)).toEncoded() + "\r\n";
+    // A name that is not UTF-8 keeps its bytes.
+    list += "file:///tmp/%FF%fe%20raw.bin\nfile://localhost/tmp/host.png\nfile:/tmp/"
+            "short.png\nFILE:///tmp/upper.png\n"
+            "file://server/share/remote.png\nhttps://example.com/web.png\n"
+            "file:file:///tmp/relative.png\nfile:///tmp/zero%00.png\nfile:///tmp/cut%2\n"
+            "file:///tmp/bare space.png\nfile:///tmp/query.png?size=2#top\n\n";
+
+    std::vector<std::filesystem::path> expected(names.begin(), names.end());
+    for (const char* path : {"/tmp/\xff\xfe raw.bin", "/tmp/host.png", "/tmp/short.png",
+                             "/tmp/upper.png", "/tmp/query.png"})
+        expected.emplace_back(path);
+    EXPECT_EQ(draggedFiles(list), expected);
 }
 
 } // namespace
