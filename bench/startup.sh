@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
 # Start-up benchmark: what each process maps, how long the small jobs take from start to
 # finish, the window's first frame, and single-file conversions against the plain tools,
-# measured A/B in one run (medians of hyperfine runs). Prints counts, milliseconds and
-# ratios ours/theirs. RUNS (default 3) sets the runs of each long pair; PHOTO (default
-# 4000x3000) the photo's size.
+# measured A/B interleaved in one run. Prints counts, milliseconds (wall and CPU, medians)
+# and ratios ours/theirs. RUNS (default 5) sets the runs of each pair; PHOTO (default
+# 4000x3000) the photo's size. LONG=1 adds the long jobs, where the fixed cost must not
+# show: a batch of BATCH (default 6) photos, 1080p → 720p, zip and unzip of a folder.
 set -euo pipefail
 cli=$(realpath "${KELVANE_CLI:-build/kelvane-cli/kelvane-cli}")
 app=$(realpath "${KELVANE_APP:-$(dirname "$cli")/../Kelvane/kelvane}")
-runs=${RUNS:-3}
+interleaved=$(realpath "$(dirname "$0")/interleaved.py")
+runs=${RUNS:-5}
 photo=${PHOTO:-4000x3000}
+batch=${BATCH:-6}
 work=$(mktemp -d /tmp/kelvane-bench-XXXXXX)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -90,11 +93,18 @@ if [[ -x "$app" ]]; then
 fi
 
 echo
-echo "single files, ours / theirs (median ms of $runs A/B runs):"
-pair() { # label, our command, their command
-    read -r ours theirs < <(median_ms "$runs" "$2" "$3")
-    printf '  %-28s ours %8s  theirs %8s  ratio %.2f\n' "$1" "$ours" "$theirs" \
-        "$(echo "$ours / $theirs" | bc -l)"
+echo "single files, ours / theirs (median of $runs A/B interleaved runs, wall and CPU):"
+# pair label our-command their-command
+pair() {
+    local times
+    mapfile -t times < <(python3 "$interleaved" "$runs" "rm -rf $work/in/*converted* \
+        $work/in/*resized* $work/in/batch/*converted* $work/in/folder.zip $work/u/folder \
+        $work/theirs*" "$2" "$3")
+    read -r ours_wall ours_cpu <<<"${times[0]}"
+    read -r theirs_wall theirs_cpu <<<"${times[1]}"
+    printf '  %-30s ours %7s ms (%7s CPU)  theirs %7s ms (%7s CPU)  ratio %.2f (CPU %.2f)\n' \
+        "$1" "$ours_wall" "$ours_cpu" "$theirs_wall" "$theirs_cpu" \
+        "$(echo "$ours_wall / $theirs_wall" | bc -l)" "$(echo "$ours_cpu / $theirs_cpu" | bc -l)"
 }
 pair "12 MP JPG → PNG vs vips copy" "$cli convert --recipe toPNG in/photo.jpg" \
     "vips copy in/photo.jpg $work/theirs.png"
@@ -106,3 +116,30 @@ pair "MP4 → MOV vs ffmpeg -c copy" "$cli convert --recipe toMOV in/clip.mp4" \
     "ffmpeg -nostdin -v error -i in/clip.mp4 -map 0 -c copy $work/theirs.mov"
 pair "MP3 → WAV vs ffmpeg" "$cli convert --recipe toWAV in/song.mp3" \
     "ffmpeg -nostdin -v error -i in/song.mp3 $work/theirs.wav"
+
+[[ ${LONG:-0} == 1 ]] || exit 0
+echo
+echo "long jobs, ours / theirs (the fixed cost must not show here):"
+mkdir -p in/batch in/folder/photos
+for n in $(seq 1 "$batch"); do
+    cp in/photo.jpg "in/batch/photo$n.jpg"
+done
+python3 -c 'import random, sys
+r = random.Random(7); words = ["".join(r.choice("abcdefghij") for _ in range(r.randint(2, 9))) for _ in range(3000)]
+for i in range(200):
+    open("%s/note%03d.txt" % (sys.argv[1], i), "w").write(" ".join(r.choice(words) for _ in range(3000)))' in/folder
+cp in/photo.jpg in/photo.png in/clip.mp4 in/folder/photos/
+ffmpeg -nostdin -v error -y -f lavfi -i "testsrc2=s=1920x1080:r=30:d=10" -f lavfi -i "sine=d=10" \
+    -c:v libx264 -preset ultrafast -crf 18 -c:a aac -shortest in/hd.mp4
+long_runs=${LONG_RUNS:-1}
+runs=$long_runs pair "$batch photos JPG → PNG vs vips" "$cli convert --recipe toPNG in/batch" \
+    "bash -c 'for f in in/batch/*.jpg; do vips copy \$f $work/theirs-\$(basename \$f .jpg).png; done'"
+runs=$long_runs pair "1080p → 720p vs ffmpeg" "$cli convert --recipe video720 in/hd.mp4" \
+    "ffmpeg -nostdin -v error -i in/hd.mp4 -vf scale=1280:720,format=yuv420p,setsar=1 -c:v libx264 \
+    -preset faster -crf 21 -c:a aac -b:a 96k -ac 1 -movflags +faststart $work/theirs.mp4"
+runs=$long_runs pair "zip a folder vs zip -r -6" "$cli convert --recipe zip in/folder" \
+    "bash -c 'cd in && zip -r -6 -q $work/theirs.zip folder'"
+mkdir "$work/u"
+(cd in && zip -r -6 -q "$work/u/folder.zip" folder)
+runs=$long_runs pair "unzip vs unzip" "$cli convert --recipe unzip $work/u/folder.zip" \
+    "unzip -q $work/u/folder.zip -d $work/theirs-unzipped"

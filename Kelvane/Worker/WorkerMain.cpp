@@ -114,10 +114,32 @@ void applyLimits(rlim_t cpuSeconds, rlim_t memoryBytes) {
 #endif
 }
 
+// Some tools report every block they write, thousands of times a second; each line wakes
+// the runner up. A few lines a second show the same progress: the first report and the end
+// always go, the others at most every 50 ms.
+class ProgressThrottle {
+public:
+    bool admits(double fraction) {
+        constexpr std::chrono::milliseconds period(50);
+        const auto now = std::chrono::steady_clock::now();
+        const std::lock_guard lock(mutex_);
+        if (last_ && fraction < 1.0 && now - *last_ < period)
+            return false;
+        last_ = now;
+        return true;
+    }
+
+private:
+    std::mutex mutex_;
+    std::optional<std::chrono::steady_clock::time_point> last_;
+};
+
 void runJob(MessageChannel& channel, Recipe recipe, const ConversionOptions& options,
             const std::vector<std::filesystem::path>& inputs) {
-    const Engine::Progress progress = [&channel](double fraction) {
-        channel.send(WorkerProtocol::progressLine(fraction));
+    ProgressThrottle throttle;
+    const Engine::Progress progress = [&channel, &throttle](double fraction) {
+        if (throttle.admits(fraction))
+            channel.send(WorkerProtocol::progressLine(fraction));
     };
     try {
         for (const auto& output : Engine::run(recipe, inputs, options, progress))

@@ -37,7 +37,10 @@ struct Loaded {
     bool streamed = false;
 };
 
-enum class Residence { inMemoryOrStreamed, inMemory };
+// inMemoryOrStreamed decodes into memory up to largestInMemory pixels. streamed decodes as
+// the result is written whenever the picture allows it (8 bits, upright), so that an encoder
+// that takes rows in order works alongside the decoder.
+enum class Residence { inMemoryOrStreamed, inMemory, streamed };
 
 // With Residence::inMemory an image larger than largestInMemory is scaled down to fit.
 // Throws ConversionError: unreadableImage when the file is no image (or claims far more
@@ -45,6 +48,10 @@ enum class Residence { inMemoryOrStreamed, inMemory };
 // Decoding into memory reports progress from 0 to 0.5.
 Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel = std::nullopt,
             Residence residence = Residence::inMemoryOrStreamed, const Progress& progress = {});
+
+// Throws couldNotDecode unless every pixel of `file` decodes: the damage a streamed picture
+// meets while its result is being written is the input's, not the save's.
+void requireDecodable(const std::filesystem::path& file);
 
 // Whether `type` can hold an image of this size; the encoders of HEIC, GIF and BMP need the
 // whole picture in memory.

@@ -9,6 +9,14 @@ namespace {
 
 constexpr double stripQualityFloor = 0.92;
 
+// These encoders take the rows in order as they are decoded, so decoding and encoding run
+// side by side instead of one after the other.
+Residence residenceFor(ImageType type) {
+    const bool takesRows =
+        type == ImageType::jpeg || type == ImageType::png || type == ImageType::tiff;
+    return takesRows ? Residence::streamed : Residence::inMemoryOrStreamed;
+}
+
 std::filesystem::path convertFormat(const std::filesystem::path& input, Recipe recipe,
                                     const ConversionOptions& options, const Progress& progress) {
     const auto extension = recipe.outputExtension();
@@ -16,8 +24,8 @@ std::filesystem::path convertFormat(const std::filesystem::path& input, Recipe r
         throw ConversionError::unsupportedRecipe();
     const std::optional<int> cap =
         options.limitDimension ? std::optional(options.maxDimension) : std::nullopt;
-    const Loaded loaded = load(input, cap, Residence::inMemoryOrStreamed, progress);
     const Format format{typeForExtension(*extension), std::string(*extension)};
+    const Loaded loaded = load(input, cap, residenceFor(format.type), progress);
     return writeBeside(loaded, input, format, options.quality, options.keepMetadata,
                        OutputNaming::suffix, options.keepMetadata, progress);
 }
@@ -25,18 +33,18 @@ std::filesystem::path convertFormat(const std::filesystem::path& input, Recipe r
 // The loader never enlarges, so an image already within maxDimension keeps its size.
 std::filesystem::path resize(const std::filesystem::path& input, const ConversionOptions& options,
                              const Progress& progress) {
-    const Loaded loaded =
-        load(input, options.maxDimension, Residence::inMemoryOrStreamed, progress);
-    return writeBeside(loaded, input, sameFormat(input), options.quality, options.keepMetadata,
-                       "resized", options.keepMetadata, progress);
+    const Format format = sameFormat(input);
+    const Loaded loaded = load(input, options.maxDimension, residenceFor(format.type), progress);
+    return writeBeside(loaded, input, format, options.quality, options.keepMetadata, "resized",
+                       options.keepMetadata, progress);
 }
 
 std::filesystem::path stripMetadata(const std::filesystem::path& input,
                                     const ConversionOptions& options, const Progress& progress) {
-    const Loaded loaded = load(input, std::nullopt, Residence::inMemoryOrStreamed, progress);
-    return writeBeside(loaded, input, sameFormat(input),
-                       std::max(options.quality, stripQualityFloor), false, "clean",
-                       options.keepMetadata, progress);
+    const Format format = sameFormat(input);
+    const Loaded loaded = load(input, std::nullopt, residenceFor(format.type), progress);
+    return writeBeside(loaded, input, format, std::max(options.quality, stripQualityFloor), false,
+                       "clean", options.keepMetadata, progress);
 }
 
 bool isSingleImageRecipe(Recipe recipe) {

@@ -54,6 +54,11 @@ bool isDeep(const VImage& source) {
     return source.format() == VIPS_FORMAT_USHORT;
 }
 
+bool isUpright(const VImage& source) {
+    return source.get_typeof(VIPS_META_ORIENTATION) == 0 ||
+           source.get_int(VIPS_META_ORIENTATION) <= 1;
+}
+
 // Upright (the thumbnail path applies the EXIF orientation), bounded by `size`. Decoded at
 // once so that damage shows here rather than halfway through writing the result, unless
 // `streamed`: then the rows are decoded as the result is written.
@@ -121,9 +126,22 @@ Loaded load(const std::filesystem::path& file, std::optional<int> maxPixel, Resi
     if (residence == Residence::inMemory && pixels > largestInMemory)
         size = std::min(size, static_cast<int>(longest * std::sqrt(largestInMemory / pixels)));
     const double scale = static_cast<double>(size) / longest;
-    const bool streamed = pixels * scale * scale > largestInMemory;
+    const bool streamed =
+        pixels * scale * scale > largestInMemory ||
+        (residence == Residence::streamed && !isDeep(source) && isUpright(source));
     return {decode(file, loadOptionsFor(source), size, streamed, isDeep(source), progress),
             statedDpi(source), streamed};
+}
+
+void requireDecodable(const std::filesystem::path& file) {
+    try {
+        VImage::new_from_file(file.c_str(), VImage::option()
+                                                ->set("access", VIPS_ACCESS_SEQUENTIAL)
+                                                ->set("fail_on", VIPS_FAIL_ON_TRUNCATED))
+            .avg();
+    } catch (const vips::VError&) {
+        throw ConversionError::couldNotDecode(file.filename().string());
+    }
 }
 
 bool canHold(ImageType type, const vips::VImage& image) {

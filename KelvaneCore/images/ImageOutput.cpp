@@ -39,8 +39,14 @@ std::filesystem::path writeBeside(const Loaded& loaded, const std::filesystem::p
         throw tooLargeToConvert(input, loaded.image);
     const auto times = timesOf(input, keepTimes);
     PendingOutput pending = PendingOutput::file(folderOf(input), format.extension);
-    write(loaded.image, format.type, quality, keepMetadata, pending.path(), progress,
-          loaded.streamed ? 0.0 : 0.5);
+    try {
+        write(loaded.image, format.type, quality, keepMetadata, pending.path(), progress,
+              loaded.streamed ? 0.0 : 0.5);
+    } catch (const ConversionError&) {
+        if (loaded.streamed)
+            requireDecodable(input);
+        throw;
+    }
     return publish(pending, input, format.extension, suffix, times);
 }
 

@@ -147,18 +147,20 @@ private:
     std::atomic<double> fraction_{0.0};
 };
 
+LibAv::Input openVideo(const fs::path& file) {
+    try {
+        return LibAv::openInput(file);
+    } catch (const LibAv::Error&) {
+        throw ConversionError::unreadableVideo(file.filename().string());
+    }
+}
+
 // The export loop: packets in file order through their lanes into the muxer.
-void runExport(const fs::path& inputFile, Preset preset, Container container,
+void runExport(LibAv::Input input, const fs::path& inputFile, Preset preset, Container container,
                const fs::path& destination, const Progress& progress, std::stop_token stop) {
     if (stop.stop_requested())
         throw Cancelled();
     const std::string fileName = inputFile.filename().string();
-    LibAv::Input input;
-    try {
-        input = LibAv::openInput(inputFile);
-    } catch (const LibAv::Error&) {
-        throw ConversionError::unreadableVideo(fileName);
-    }
     LibAv::Output output = LibAv::openOutput(destination, muxer(container));
     Lanes lanes = makeLanes(*input, *output, preset, container, fileName);
     MediaTags::copyContainerTags(*input, *output);
@@ -218,25 +220,11 @@ bool hasContent(const fs::path& file) {
     return !error && size > 0;
 }
 
-// The rewrap is its own test: whatever stops it, the partial file is emptied and the whole
-// movie is encoded once more at the highest quality into the same file.
-void rewrapOrEncode(const fs::path& input, Container container, const fs::path& destination,
-                    const Progress& progress, std::stop_token stop) {
+// exportAsset from an input already opened, so that its streams are not probed twice.
+void exportOpened(LibAv::Input input, const fs::path& inputFile, Preset preset, Container container,
+                  const fs::path& destination, const Progress& progress, std::stop_token stop) {
     try {
-        exportAsset(input, Preset::passthrough, container, destination, progress, stop);
-        return;
-    } catch (const std::exception&) {
-        emptyQuietly(destination);
-    }
-    exportAsset(input, Preset::highestQuality, container, destination, progress, stop);
-}
-
-} // namespace
-
-void exportAsset(const fs::path& input, Preset preset, Container container,
-                 const fs::path& destination, const Progress& progress, std::stop_token stop) {
-    try {
-        runExport(input, preset, container, destination, progress, stop);
+        runExport(std::move(input), inputFile, preset, container, destination, progress, stop);
     } catch (const Cancelled&) {
         throw; // the partial output is the caller's
     } catch (const ConversionError&) {
@@ -253,13 +241,37 @@ void exportAsset(const fs::path& input, Preset preset, Container container,
     }
 }
 
+// The rewrap is its own test: whatever stops it, the partial file is emptied and the whole
+// movie is encoded once more at the highest quality into the same file.
+void rewrapOrEncode(LibAv::Input opened, const fs::path& input, Container container,
+                    const fs::path& destination, const Progress& progress, std::stop_token stop) {
+    try {
+        exportOpened(std::move(opened), input, Preset::passthrough, container, destination,
+                     progress, stop);
+        return;
+    } catch (const std::exception&) {
+        emptyQuietly(destination);
+    }
+    exportAsset(input, Preset::highestQuality, container, destination, progress, stop);
+}
+
+} // namespace
+
+void exportAsset(const fs::path& input, Preset preset, Container container,
+                 const fs::path& destination, const Progress& progress, std::stop_token stop) {
+    LibAv::Input opened;
+    try {
+        opened = openVideo(input);
+    } catch (const ConversionError&) {
+        emptyQuietly(destination);
+        throw;
+    }
+    exportOpened(std::move(opened), input, preset, container, destination, progress, stop);
+}
+
 fs::path convert(const fs::path& input, Recipe recipe, const ConversionOptions& options,
                  const Progress& progress, std::stop_token stop) {
-    try {
-        LibAv::openInput(input);
-    } catch (const LibAv::Error&) {
-        throw ConversionError::unreadableVideo(input.filename().string());
-    }
+    LibAv::Input opened = openVideo(input);
     const std::string ext(recipe.outputExtension().value_or("mp4"));
     const Container container = ext == "mov" ? Container::quickTimeMovie : Container::mpeg4;
     const Preset preset = firstPreset(recipe);
@@ -267,9 +279,10 @@ fs::path convert(const fs::path& input, Recipe recipe, const ConversionOptions& 
     ResultFile result(input, ext, options.keepMetadata);
     try {
         if (preset == Preset::passthrough)
-            rewrapOrEncode(input, container, result.path(), progress, stop);
+            rewrapOrEncode(std::move(opened), input, container, result.path(), progress, stop);
         else
-            exportAsset(input, preset, container, result.path(), progress, stop);
+            exportOpened(std::move(opened), input, preset, container, result.path(), progress,
+                         stop);
     } catch (const Cancelled&) {
         if (hasContent(result.path()))
             result.publishPartial();
