@@ -251,23 +251,25 @@ void Store::stop(const QUuid& id) {
     const int row = rowOf(id);
     if (row < 0)
         return;
-    Job& job = jobs_[static_cast<std::size_t>(row)];
-    if (job.isFinished())
-        return;
-    if (const auto signal = stopSignals_.find(id); signal != stopSignals_.end())
-        signal->second->request();
-    job.state = Job::State::stopped;
-    emit jobUpdated(row);
+    markStopped(static_cast<std::size_t>(row));
     pump();
 }
 
+// Nothing is left waiting, so nothing is started: stopping one job at a time would hand each
+// freed place to the next in line, starting every waiting job only to stop it.
 void Store::stopAll() {
-    std::vector<QUuid> unfinished;
-    for (const Job& job : jobs_)
-        if (!job.isFinished())
-            unfinished.push_back(job.id);
-    for (const QUuid& id : unfinished)
-        stop(id);
+    for (std::size_t row = 0; row < jobs_.size(); ++row)
+        markStopped(row);
+}
+
+void Store::markStopped(std::size_t row) {
+    Job& job = jobs_[row];
+    if (job.isFinished())
+        return;
+    if (const auto signal = stopSignals_.find(job.id); signal != stopSignals_.end())
+        signal->second->request();
+    job.state = Job::State::stopped;
+    emit jobUpdated(static_cast<int>(row));
 }
 
 int Store::rowOf(const QUuid& id) const {

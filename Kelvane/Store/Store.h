@@ -100,6 +100,7 @@ private:
     void finish(const QUuid& id, std::vector<std::filesystem::path> outputs,
                 std::optional<QString> error);
     int rowOf(const QUuid& id) const;
+    void markStopped(std::size_t row);
     void insertOnTop(Job job);
     Job newJob(Recipe recipe, std::vector<std::filesystem::path> inputs, bool fromDock);
     Job failedJob(Recipe recipe, const std::filesystem::path& input, QString message);

@@ -1,6 +1,9 @@
 #include "WindowHarness.h"
 #include "fixtures/PdfProbe.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace kelvane::testing {
 namespace {
 
@@ -172,6 +175,39 @@ TEST_F(WorkspaceTest, CompressToZipAlsoOffersToChooseAFolder) {
 
     store.setRecipe(Recipe::toPNG);
     EXPECT_FALSE(shows("chooseFolderButton"));
+}
+
+TEST_F(WorkspaceTest, AFolderOfMoreThanTenThousandFilesIsAskedAboutOnceUnlessQueuedQuietly) {
+    // The two jobs that start pretend to convert; the rest wait, as the test never turns the
+    // event loop that would start them.
+    store.setRunner([](auto&&...) { return std::vector<fs::path>{}; });
+    const fs::path scans = temp.makeFolder("Scans");
+    for (std::size_t number = 0; number <= Store::askAbove; ++number)
+        ::close(::creat((scans / ("scan " + std::to_string(number) + ".png")).c_str(), 0644));
+    store.setRecipe(Recipe::toJPG);
+    std::vector<int> asked;
+    QObject::connect(&model, &WindowModel::manyFilesToConfirm,
+                     [&](int count) { asked.push_back(count); });
+    QObject* dialog = object("manyFilesDialog");
+    const QList<QUrl> folder{QUrl::fromLocalFile(QString::fromStdString(scans))};
+
+    drop(folder);
+    ASSERT_EQ(asked, std::vector<int>{10'001});
+    ASSERT_TRUE(waitUntil([&] { return dialog->property("visible").toBool(); }));
+    QMetaObject::invokeMethod(dialog, "reject");
+    EXPECT_TRUE(store.jobs().empty());
+
+    drop(folder);
+    ASSERT_EQ(asked.size(), 2u);
+    ASSERT_TRUE(waitUntil([&] { return dialog->property("visible").toBool(); }));
+    QMetaObject::invokeMethod(dialog, "accept");
+    ASSERT_EQ(store.jobs().size(), 10'001u);
+    EXPECT_EQ(store.jobs().front().title(), "scan 0.png");
+
+    model.open({scans}, Recipe::resize, true);
+    EXPECT_EQ(asked.size(), 2u);
+    ASSERT_EQ(store.jobs().size(), 20'002u);
+    EXPECT_EQ(store.jobs().front().recipe, Recipe::resize);
 }
 
 TEST_F(WorkspaceTest, SavedThisSessionShowsOnlyOnceSomethingWasSaved) {
