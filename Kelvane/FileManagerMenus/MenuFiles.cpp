@@ -39,20 +39,25 @@ QString selectionKeys(SelectionSize selection) {
 
 QString serviceMenu(const ServiceMenu& menu) {
     QStringList ids;
+    // The menus list a file's actions sorted by their names, so each name starts with its
+    // place in the window's order: "01-toPNG".
     for (Recipe recipe : menu.recipes)
-        ids << text(recipe.rawValue());
+        ids << QStringLiteral("%1-%2")
+                   .arg(ids.size() + 1, 2, 10, QLatin1Char('0'))
+                   .arg(text(recipe.rawValue()));
     QString file;
     QTextStream out(&file);
-    // All of them share one submenu, so each lists its recipes in the window's order itself.
     out << "[Desktop Entry]\nType=Service\nName=Convert with Kelvane\nIcon=app.kelvane.Kelvane\n"
         << "MimeType=" << listed(menu.mimeTypes) << '\n';
     if (!menu.excludedTypes.isEmpty())
         out << "ExcludeServiceTypes=" << menu.excludedTypes.join(',') << '\n';
     out << selectionKeys(menu.selection) << "Actions=" << listed(ids)
         << "\nX-KDE-Submenu=Convert with Kelvane\nX-KDE-Priority=TopLevel\n";
-    for (Recipe recipe : menu.recipes)
-        out << "\n[Desktop Action " << text(recipe.rawValue()) << "]\nName=" << text(recipe.title())
-            << "\nIcon=app.kelvane.Kelvane\nExec=" << command(recipe, QStringLiteral("%F")) << '\n';
+    for (std::size_t place = 0; place < menu.recipes.size(); ++place)
+        out << "\n[Desktop Action " << ids[qsizetype(place)]
+            << "]\nName=" << text(menu.recipes[place].title())
+            << "\nIcon=app.kelvane.Kelvane\nExec="
+            << command(menu.recipes[place], QStringLiteral("%F")) << '\n';
     return file;
 }
 

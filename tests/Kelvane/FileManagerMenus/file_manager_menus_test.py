@@ -106,16 +106,22 @@ class ServiceMenus(unittest.TestCase):
             self.assertEqual(validation_errors(path), [])
             parser, entry = key_file(path, "Desktop Entry")
             self.assertEqual(entry["X-KDE-Submenu"], "Convert with Kelvane")
-            for action in listed(entry["Actions"]):
+            actions = listed(entry["Actions"])
+            # The file manager shows them sorted by name, whatever order the file lists.
+            self.assertEqual(sorted(actions), actions)
+            recipes = []
+            for action in actions:
+                recipe = action.split("-", 1)[1]
                 self.assertEqual(parser["Desktop Action " + action]["Exec"],
-                                 f"kelvane --recipe {action} --quiet %F")
-            menus.append(entry)
+                                 f"kelvane --recipe {recipe} --quiet %F")
+                recipes.append(recipe)
+            menus.append((entry, recipes))
         with tempfile.TemporaryDirectory() as folder:
             for sample in SAMPLES + ["a.epub", "a.xlsx", "a.c", folder]:
                 mime = "inode/directory" if sample == folder else mime_of(sample)
                 for count in (1, 2):
-                    shown = [listed(m["Actions"]) for m in menus
-                             if service_menu_matches(m, mime, count)]
+                    shown = [recipes for entry, recipes in menus
+                             if service_menu_matches(entry, mime, count)]
                     copies = [sample] if sample == folder else [f"{n}{sample}" for n in range(count)]
                     self.assertEqual(shown, [suggested(*copies)], f"{count} × {sample}")
 
