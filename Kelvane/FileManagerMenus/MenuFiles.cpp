@@ -129,10 +129,16 @@ bool writeNemoActions(const QString& folder) {
             .arg(++position, 2, 10, QLatin1Char('0'))
             .arg(text(recipe.rawValue()));
     };
-    for (const RecipeAction& action : recipeActions())
-        written &=
-            writeFile(fileFor(action.recipe),
-                      nemoAction(action.recipe, "Mimetypes=" + listed(action.types.mimeTypes)));
+    // By extension, as Kelvane itself tells files apart: Nemo matches a MIME type by
+    // inheritance too, and would offer "Expand Zip" on a DOCX. The dot keeps "c" from
+    // matching "music".
+    for (const RecipeAction& action : recipeActions()) {
+        QStringList endings;
+        for (const QString& extension : action.types.extensions)
+            endings << "." + extension;
+        written &= writeFile(fileFor(action.recipe),
+                             nemoAction(action.recipe, "Extensions=" + listed(endings)));
+    }
     return written &= writeFile(fileFor(Recipe::zip),
                                 nemoAction(Recipe::zip, QStringLiteral("Extensions=any;")));
 }
