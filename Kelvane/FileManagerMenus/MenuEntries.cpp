@@ -81,13 +81,4 @@ std::vector<RecipeAction> recipeActions() {
     return actions;
 }
 
-std::vector<KindMenu> kindMenus() {
-    std::vector<KindMenu> menus;
-    for (FileKind kind : readableKinds)
-        menus.push_back({kind,
-                         typesWhere([&](const auto& file) { return FileKind::of(file) == kind; }),
-                         offeredForOneFile(kind)});
-    return menus;
-}
-
 } // namespace kelvane::FileManagerMenus

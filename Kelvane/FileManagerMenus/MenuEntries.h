@@ -22,13 +22,6 @@ struct RecipeAction {
     FileTypes types;
 };
 
-// One kind of file and the recipes offered for it, in display order.
-struct KindMenu {
-    FileKind kind;
-    FileTypes types;
-    std::vector<Recipe> recipes;
-};
-
 // The command a file manager runs: queue the selected files with one recipe, quietly.
 QString command(Recipe recipe, const QString& filesPlaceholder);
 // "Convert to JPG with Kelvane", for menus that can't nest the actions under one item.
@@ -37,8 +30,5 @@ QString flatLabel(Recipe recipe);
 // Every recipe but "Compress to Zip" with the types it fits, in the order the kinds' menus
 // list them.
 std::vector<RecipeAction> recipeActions();
-// One menu per kind of file Kelvane reads. "Compress to Zip" takes anything, folders too,
-// so it has a menu of its own.
-std::vector<KindMenu> kindMenus();
 
 } // namespace kelvane::FileManagerMenus

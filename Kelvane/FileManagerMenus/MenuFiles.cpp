@@ -1,6 +1,7 @@
 #include "FileManagerMenus/MenuFiles.h"
 
 #include "FileManagerMenus/MenuEntries.h"
+#include "FileManagerMenus/ServiceMenus.h"
 
 #include <QFile>
 #include <QTextStream>
@@ -23,19 +24,41 @@ QString listed(const QStringList& values) {
     return values.join(';') + ';';
 }
 
-QString serviceMenu(const QStringList& mimeTypes, const std::vector<Recipe>& recipes) {
+// Which selections a service menu shows for, in the keys these menus read.
+QString selectionKeys(SelectionSize selection) {
+    switch (selection) {
+    case SelectionSize::one:
+        return QStringLiteral("X-KDE-MaxNumberOfUrls=1\n");
+    case SelectionSize::several:
+        return QStringLiteral("X-KDE-MinNumberOfUrls=2\n");
+    case SelectionSize::any:
+        break;
+    }
+    return {};
+}
+
+QString serviceMenu(const ServiceMenu& menu) {
     QStringList ids;
-    for (Recipe recipe : recipes)
-        ids << text(recipe.rawValue());
-    QString menu;
-    QTextStream out(&menu);
+    // The menus list a file's actions sorted by their names, so each name starts with its
+    // place in the window's order: "01-toPNG".
+    for (Recipe recipe : menu.recipes)
+        ids << QStringLiteral("%1-%2")
+                   .arg(ids.size() + 1, 2, 10, QLatin1Char('0'))
+                   .arg(text(recipe.rawValue()));
+    QString file;
+    QTextStream out(&file);
     out << "[Desktop Entry]\nType=Service\nName=Convert with Kelvane\nIcon=app.kelvane.Kelvane\n"
-        << "MimeType=" << listed(mimeTypes) << "\nActions=" << listed(ids)
+        << "MimeType=" << listed(menu.mimeTypes) << '\n';
+    if (!menu.excludedTypes.isEmpty())
+        out << "ExcludeServiceTypes=" << menu.excludedTypes.join(',') << '\n';
+    out << selectionKeys(menu.selection) << "Actions=" << listed(ids)
         << "\nX-KDE-Submenu=Convert with Kelvane\nX-KDE-Priority=TopLevel\n";
-    for (Recipe recipe : recipes)
-        out << "\n[Desktop Action " << text(recipe.rawValue()) << "]\nName=" << text(recipe.title())
-            << "\nIcon=app.kelvane.Kelvane\nExec=" << command(recipe, QStringLiteral("%F")) << '\n';
-    return menu;
+    for (std::size_t place = 0; place < menu.recipes.size(); ++place)
+        out << "\n[Desktop Action " << ids[qsizetype(place)]
+            << "]\nName=" << text(menu.recipes[place].title())
+            << "\nIcon=app.kelvane.Kelvane\nExec="
+            << command(menu.recipes[place], QStringLiteral("%F")) << '\n';
+    return file;
 }
 
 QString nemoAction(Recipe recipe, const QString& condition) {
@@ -87,14 +110,13 @@ QString thunarConditions(const FileTypes& types) {
 
 bool writeServiceMenus(const QString& folder) {
     bool written = true;
-    for (const KindMenu& menu : kindMenus())
-        written &= writeFile(
-            QStringLiteral("%1/kelvane-%2.desktop").arg(folder, text(menu.kind.rawValue())),
-            serviceMenu(menu.types.mimeTypes, menu.recipes));
-    return written &= writeFile(folder + "/kelvane-zip.desktop",
-                                serviceMenu({QStringLiteral("application/octet-stream"),
-                                             QStringLiteral("inode/directory")},
-                                            {Recipe::zip}));
+    int number = 0;
+    for (const ServiceMenu& menu : serviceMenus())
+        written &= writeFile(QStringLiteral("%1/kelvane-%2.desktop")
+                                 .arg(folder)
+                                 .arg(++number, 2, 10, QLatin1Char('0')),
+                             serviceMenu(menu));
+    return written;
 }
 
 bool writeNemoActions(const QString& folder) {
@@ -107,10 +129,16 @@ bool writeNemoActions(const QString& folder) {
             .arg(++position, 2, 10, QLatin1Char('0'))
             .arg(text(recipe.rawValue()));
     };
-    for (const RecipeAction& action : recipeActions())
-        written &=
-            writeFile(fileFor(action.recipe),
-                      nemoAction(action.recipe, "Mimetypes=" + listed(action.types.mimeTypes)));
+    // By extension, as Kelvane itself tells files apart: Nemo matches a MIME type by
+    // inheritance too, and would offer "Expand Zip" on a DOCX. The dot keeps "c" from
+    // matching "music".
+    for (const RecipeAction& action : recipeActions()) {
+        QStringList endings;
+        for (const QString& extension : action.types.extensions)
+            endings << "." + extension;
+        written &= writeFile(fileFor(action.recipe),
+                             nemoAction(action.recipe, "Extensions=" + listed(endings)));
+    }
     return written &= writeFile(fileFor(Recipe::zip),
                                 nemoAction(Recipe::zip, QStringLiteral("Extensions=any;")));
 }

@@ -100,8 +100,7 @@ bool Application::listenForLaunches(const QString& socketPath) {
 }
 
 void Application::open(const OpenRequest& request) {
-    if (!request.files.empty())
-        store_.add(request.files, request.recipe);
+    model_.open(request.files, request.recipe, request.quiet);
     if (!request.quiet)
         showMainWindow();
 }

@@ -120,22 +120,31 @@ void WindowModel::addChosen(const QList<QUrl>& urls) {
     queue(std::move(files));
 }
 
-void WindowModel::queue(std::vector<std::filesystem::path> files) {
+void WindowModel::queue(std::vector<std::filesystem::path> files, std::optional<Recipe> recipe) {
     if (files.empty())
         return;
-    const std::size_t count = store_.countToQueue(files);
+    const std::size_t count = store_.countToQueue(files, recipe);
     if (count > Store::askAbove) {
         awaitingConfirmation_ = std::move(files);
+        awaitingRecipe_ = recipe;
         emit manyFilesToConfirm(static_cast<int>(count));
         return;
     }
-    store_.add(files);
+    store_.add(files, recipe);
 }
 
 void WindowModel::confirmManyFiles(bool queue) {
     std::vector<std::filesystem::path> files = std::exchange(awaitingConfirmation_, {});
     if (queue && !files.empty())
-        store_.add(files);
+        store_.add(files, awaitingRecipe_);
+}
+
+void WindowModel::open(std::vector<std::filesystem::path> files, std::optional<Recipe> recipe,
+                       bool quiet) {
+    if (quiet)
+        store_.add(files, recipe);
+    else
+        queue(std::move(files), recipe);
 }
 
 QString WindowModel::glyph(const QString& symbol) const {

@@ -96,6 +96,9 @@ public:
     Q_INVOKABLE QString glyph(const QString& symbol) const;
     // The answer to manyFilesToConfirm: queue the files held back, or let them go.
     Q_INVOKABLE void confirmManyFiles(bool queue);
+    // Files handed over on the command line, for a recipe or the chosen one. Asked about like
+    // a drop, except quietly: then no window is showing to ask in, and they are queued.
+    void open(std::vector<std::filesystem::path> files, std::optional<Recipe> recipe, bool quiet);
 
 signals:
     void recipeChanged();
@@ -105,10 +108,12 @@ signals:
     void manyFilesToConfirm(int count);
 
 private:
-    void queue(std::vector<std::filesystem::path> files);
+    void queue(std::vector<std::filesystem::path> files,
+               std::optional<Recipe> recipe = std::nullopt);
 
     Store& store_;
     std::vector<std::filesystem::path> awaitingConfirmation_;
+    std::optional<Recipe> awaitingRecipe_;
     JobListModel jobs_;
     RecipeListModel recipes_;
     OptionsModel options_;

@@ -222,7 +222,8 @@ TEST_F(StoreTest, FoldersExpandToTheFilesAPerFileRecipeTakesInNaturalOrder) {
 }
 
 TEST_F(StoreTest, StoppedJobsEndAtOnceLeaveNothingAndCanBeTriedAgain) {
-    store.add({temp.write("a.txt", "1"), temp.write("b.txt", "2"), temp.write("c.txt", "3")},
+    store.add({temp.write("a.txt", "1"), temp.write("b.txt", "2"), temp.write("c.txt", "3"),
+               temp.write("d.txt", "4")},
               Recipe::docToPDF);
     ASSERT_TRUE(waitUntil([&] { return gate.started().size() == 2; }));
     const QUuid first = store.jobs()[0].id;
@@ -231,13 +232,14 @@ TEST_F(StoreTest, StoppedJobsEndAtOnceLeaveNothingAndCanBeTriedAgain) {
     EXPECT_EQ(store.jobs()[2].state, State::running) << "the freed place goes to the next job";
 
     store.stopAll();
-    EXPECT_EQ(countIn(store, State::stopped), 3);
+    EXPECT_EQ(countIn(store, State::stopped), 4);
     EXPECT_EQ(store.activeCount(), 0);
     // These runs cannot be interrupted: what they deliver afterwards is removed.
     temp.write("result.out", "made just as the stop came");
     gate.release(3);
     ASSERT_TRUE(waitUntil([&] { return !fs::exists(temp / "result.out"); }));
-    EXPECT_EQ(countIn(store, State::stopped), 3);
+    EXPECT_EQ(countIn(store, State::stopped), 4);
+    EXPECT_EQ(gate.started().size(), 3u) << "a job stopped while waiting never starts";
 
     store.retry(first);
     EXPECT_EQ(store.jobs()[0].title(), "a.txt");

@@ -19,7 +19,7 @@ FILES = [
     f"usr/share/metainfo/{APP_ID}.metainfo.xml",
     f"usr/share/icons/hicolor/scalable/apps/{APP_ID}.svg",
     # The file managers' menus.
-    "usr/share/kio/servicemenus/kelvane-image.desktop",
+    "usr/share/kio/servicemenus/kelvane-01.desktop",
     "usr/share/nemo/actions/kelvane-01-toPNG.nemo_action",
     "usr/share/nautilus-python/extensions/kelvane_nautilus.py",
     "usr/share/kelvane/thunar/thunar-actions.xml",
