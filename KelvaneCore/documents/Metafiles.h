@@ -12,6 +12,6 @@ bool isWindowsMetafile(const QByteArray& bytes);
 
 // The drawing rendered to pixels on white, about 150 per inch and no more than `maxSide` on a
 // side, or a null image when it cannot be drawn.
-QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide = 2000);
+QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide = 1200);
 
 } // namespace kelvane::Metafiles
