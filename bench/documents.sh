@@ -2,8 +2,9 @@
 # Document benchmark: a DOCX of about 100 pages (text, headings, tables, pictures) to PDF with our CLI,
 # against LibreOffice's converter (cold: a fresh profile each run) and pandoc's DOCX to HTML
 # on the same file. Prints seconds (median of the runs) and the ratio ours/theirs. Then, for
-# the report and every committed document fixture, the page counts of both PDFs and the words
-# each kept of those pandoc reads in the source (RTF: in its DOCX twin).
+# the report and every committed document fixture, the seconds of one run of each, the page
+# counts of both PDFs and the words each kept of those pandoc reads in the source (RTF: in its
+# DOCX twin).
 set -euo pipefail
 cli=${KELVANE_CLI:-build/kelvane-cli/kelvane-cli}
 runs=${RUNS:-5}
@@ -17,7 +18,7 @@ median() { sort -n | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
 seconds() { # command… → wall-clock seconds of one run
     local start end
     start=$(date +%s.%N)
-    "$@" >/dev/null 2>&1
+    "$@" >/dev/null 2>&1 || true
     end=$(date +%s.%N)
     echo "$end - $start" | bc -l
 }
@@ -52,7 +53,7 @@ kept() { # reference-words our-words → "kept/total"
 pages() { pdfinfo "$1" 2>/dev/null | awk '/^Pages/ { print $2 }'; }
 
 command -v soffice >/dev/null 2>&1 || exit 0
-printf '\n%-24s %6s %6s %12s %12s\n' file pages lo-pages words-ours words-lo
+printf '\n%-24s %8s %8s %6s %6s %12s %12s\n' file ours-s lo-s pages lo-pages words-ours words-lo
 rm -f "$work"/*converted*
 cp tests/fixtures/files/documents/*.{docx,odt,rtf} "$work/"
 profile=$(mktemp -d "$work/profile-XXXXXX")
@@ -63,15 +64,17 @@ for file in "$work/report.docx" "$work"/*.odt "$work"/*.rtf "$work"/[!r]*.docx; 
     [[ $name == *.rtf ]] && source="$work/$stem.docx"
     pandoc -t plain "$source" 2>/dev/null | sed 's/\\[A-Za-z]*//g' >"$work/ref.txt"
     words "$work/ref.txt" >"$work/ref.words"
-    "$cli" convert --recipe docToPDF "$file" >/dev/null 2>&1 || true
+    ours_time=$(seconds "$cli" convert --recipe docToPDF "$file")
     ours="$work/$stem (converted).pdf"
     pdftotext "$ours" "$work/ours.txt" 2>/dev/null || : >"$work/ours.txt"
     words "$work/ours.txt" >"$work/ours.words"
     mkdir -p "$work/lo-$stem"
-    soffice -env:UserInstallation=file://"$profile" --headless --convert-to pdf --outdir "$work/lo-$stem" "$file" >/dev/null 2>&1
+    lo_time=$(seconds soffice -env:UserInstallation=file://"$profile" --headless --convert-to pdf \
+        --outdir "$work/lo-$stem" "$file")
     pdftotext "$work/lo-$stem/$stem.pdf" "$work/lo.txt" 2>/dev/null || : >"$work/lo.txt"
     words "$work/lo.txt" >"$work/lo.words"
-    printf '%-24s %6s %6s %12s %12s\n' "$name" "$(pages "$ours")" "$(pages "$work/lo-$stem/$stem.pdf")" \
+    printf '%-24s %8.3f %8.3f %6s %6s %12s %12s\n' "$name" "$ours_time" "$lo_time" \
+        "$(pages "$ours")" "$(pages "$work/lo-$stem/$stem.pdf")" \
         "$(kept "$work/ref.words" "$work/ours.words")" "$(kept "$work/ref.words" "$work/lo.words")"
     rm -f "$ours"
 done

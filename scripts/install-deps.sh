@@ -55,6 +55,8 @@ packages=(
     antiword
     # TIFF and other pictures inside documents, through Qt's image readers
     qt6-image-formats-plugins
+    # Windows metafile drawings inside documents
+    libwmf-dev
     # Tests: an independent document reader, and poppler to read PDFs back
     libgtest-dev
     libgmock-dev

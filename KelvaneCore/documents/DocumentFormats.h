@@ -31,7 +31,8 @@ class QTextDocument;
 //   headings) are text at the start of the paragraph; ListNumbering counts them for every
 //   reader alike;
 // - footnotes and endnotes: a superscript number where the note is referred to, and the
-//   notes as paragraphs after the text, each led by its number;
+//   notes as paragraphs after the text, each led by its number, endnotes from a new page;
+//   marks and paragraphs carry the note (DocumentNotes.h) so writers make notes of them again;
 // - hidden text is left out (HiddenText.h).
 namespace kelvane::DocumentFormats {
 

@@ -1,5 +1,6 @@
 #include "documents/DocumentImages.h"
 
+#include "documents/Metafiles.h"
 #include "documents/Units.h"
 
 #include <QBuffer>
@@ -27,15 +28,22 @@ QSize pixelSize(const QByteArray& bytes) {
                : QSize();
 }
 
-// Pictures in other formats Qt reads (GIF, BMP, TIFF…) become PNG, which keeps every pixel.
-QByteArray asPng(const QByteArray& bytes) {
+QImage decoded(const QByteArray& bytes) {
+    if (Metafiles::isWindowsMetafile(bytes))
+        return Metafiles::drawWindowsMetafile(bytes);
     if (!pixelSize(bytes).isValid())
         return {};
     QBuffer source;
     source.setData(bytes);
     QImageReader reader(&source);
     reader.setAutoTransform(true);
-    const QImage image = reader.read();
+    return reader.read();
+}
+
+// Pictures in other formats Qt reads (GIF, BMP, TIFF…) and drawings in Windows metafiles
+// become PNG, which keeps every pixel.
+QByteArray asPng(const QByteArray& bytes) {
+    const QImage image = decoded(bytes);
     QByteArray png;
     QBuffer buffer(&png);
     buffer.open(QIODevice::WriteOnly);

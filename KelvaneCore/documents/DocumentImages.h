@@ -22,7 +22,7 @@ struct EncodedImage {
 
 // Inserts an image at the cursor. `displaySize` in points; an empty size shows one image
 // pixel per CSS pixel. PNG and JPEG are kept as they are; other pictures Qt's image readers
-// decode (GIF, BMP, TIFF…) are kept as PNG. Returns false, inserting nothing, when the bytes
+// decode (GIF, BMP, TIFF…) and Windows metafiles are kept as PNG. Returns false, inserting nothing, when the bytes
 // do not decode.
 bool insert(QTextCursor& cursor, const QByteArray& bytes, QSizeF displaySize = {});
 

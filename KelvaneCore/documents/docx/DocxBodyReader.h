@@ -1,5 +1,6 @@
 #pragma once
 
+#include "documents/DocumentNotes.h"
 #include "documents/docx/DocxNumbering.h"
 #include "documents/docx/DocxPictures.h"
 #include "documents/docx/DocxStyles.h"
@@ -10,6 +11,7 @@
 #include <QXmlStreamReader>
 
 #include <map>
+#include <optional>
 #include <vector>
 
 class QTextDocument;
@@ -36,7 +38,7 @@ bool isWrapper(const QXmlStreamReader& xml);
 
 // Footnotes and endnotes are numbered in the order the text refers to them, each kind on its
 // own; their text follows the body, each note led by its number.
-enum class NoteKind { footnote, endnote };
+using NoteKind = DocumentNotes::Kind;
 struct Notes {
     std::map<QString, int> footnotes; // w:id to number
     std::map<QString, int> endnotes;
@@ -100,6 +102,7 @@ private:
     void readRun(int depth, QTextCharFormat& format);
     void readRunChild(int depth, QTextCharFormat& format);
     void readText(const QTextCharFormat& format);
+    void readAlternateContent(int depth, QTextCharFormat& format);
     void insertImage(const PictureReference& picture);
     void readNoteReference(NoteKind kind, const QTextCharFormat& format);
     void readSymbol(const QTextCharFormat& format);
@@ -122,7 +125,7 @@ private:
     bool placeCell(Table& table, int& column, const CellProperties& properties);
     void skipRest();
 
-    void startBlock(const QTextBlockFormat& block, const QTextCharFormat& chars);
+    void startBlock(QTextBlockFormat block, const QTextCharFormat& chars);
     void beforeContent();
     void write(const QString& text, const QTextCharFormat& format);
     void countBlocks(int count);
@@ -136,8 +139,10 @@ private:
     Notes& notes_;
     ListNumbering::Counter counter_;
     QTextCursor cursor_;
-    std::vector<Field> fields_; // nested complex fields, innermost last
-    QString noteLabel_;         // the number of the note being read, for its w:footnoteRef
+    std::vector<Field> fields_;               // nested complex fields, innermost last
+    std::optional<DocumentNotes::Note> note_; // the note whose text is being read
+    // Inside a choice of mc:AlternateContent: the alternative text of a picture not drawn.
+    std::optional<QString>* unshown_ = nullptr;
     // By numId and level. Qt deletes a list once its last block leaves it.
     std::map<std::pair<int, int>, QPointer<QTextList>> lists_;
     QTextCharFormat paragraphChars_;

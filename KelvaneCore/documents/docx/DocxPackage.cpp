@@ -153,8 +153,8 @@ QString xmlSafe(QStringView text) {
     return safe;
 }
 
-QByteArray contentTypesPart() {
-    return xmlPart([](QXmlStreamWriter& xml) {
+QByteArray contentTypesPart(const QStringList& noteParts) {
+    return xmlPart([&](QXmlStreamWriter& xml) {
         xml.writeDefaultNamespace(ns::contentTypes);
         xml.writeStartElement(ns::contentTypes, QStringLiteral("Types"));
         const auto addDefault = [&](const char* extension, const QString& type) {
@@ -167,8 +167,10 @@ QByteArray contentTypesPart() {
         addDefault("xml", QStringLiteral("application/xml"));
         addDefault("png", QStringLiteral("image/png"));
         addDefault("jpeg", QStringLiteral("image/jpeg"));
-        for (const char* part : {"document.main", "styles", "numbering"}) {
-            const QString name = QString::fromLatin1(part);
+        for (const QString& name :
+             QStringList{QStringLiteral("document.main"), QStringLiteral("styles"),
+                         QStringLiteral("numbering")} +
+                 noteParts) {
             xml.writeEmptyElement(ns::contentTypes, QStringLiteral("Override"));
             xml.writeAttribute(QStringLiteral("PartName"),
                                QStringLiteral("/word/%1.xml").arg(name.section(u'.', 0, 0)));

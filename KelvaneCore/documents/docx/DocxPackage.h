@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QFont>
 #include <QString>
+#include <QStringList>
 #include <QTextListFormat>
 
 #include <initializer_list>
@@ -28,7 +29,8 @@ struct ListDefinition {
 };
 
 // The fixed parts of a WordprocessingML package the writer produces around document.xml.
-QByteArray contentTypesPart();
+// `noteParts` names the notes parts it holds as well ("footnotes", "endnotes").
+QByteArray contentTypesPart(const QStringList& noteParts);
 QByteArray packageRelationshipsPart();
 QByteArray relationshipsPart(const std::vector<Relationship>& relationships);
 // Normal and the six headings, with the document's default font as the document default.

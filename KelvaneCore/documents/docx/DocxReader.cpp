@@ -11,6 +11,7 @@
 #include <QTextList>
 
 #include <stdexcept>
+#include <utility>
 
 namespace kelvane::Docx {
 namespace {
@@ -99,15 +100,17 @@ void BodyReader::readNotes(NoteKind kind) {
     if (!nextChild(xml_))
         return;
     const auto& numbers = notes_.of(kind);
+    pendingPageBreak_ = kind == NoteKind::endnote;
     while (nextChild(xml_)) {
         const auto found = numbers.find(wAttribute(xml_, u"id"));
         if (found == numbers.end() || !wAttribute(xml_, u"type").isEmpty()) {
             xml_.skipCurrentElement(); // separators, and notes the text never refers to
             continue;
         }
-        noteLabel_ = Notes::label(kind, found->second);
+        note_ = DocumentNotes::Note{kind, found->second};
         readBlocks(1);
     }
+    note_.reset();
 }
 
 void BodyReader::readBlocks(int depth) {
@@ -275,10 +278,8 @@ void BodyReader::readRunChild(int depth, QTextCharFormat& format) {
     if (isW(xml_, u"footnoteReference") || isW(xml_, u"endnoteReference")) {
         readNoteReference(isW(xml_, u"footnoteReference") ? NoteKind::footnote : NoteKind::endnote,
                           format);
-    } else if (isW(xml_, u"footnoteRef") || isW(xml_, u"endnoteRef")) {
-        QTextCharFormat mark = format;
-        mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
-        write(noteLabel_, mark);
+    } else if ((isW(xml_, u"footnoteRef") || isW(xml_, u"endnoteRef")) && note_) {
+        write(Notes::label(note_->kind, note_->number), DocumentNotes::markFormat(format, *note_));
     } else if (isW(xml_, u"sym")) {
         readSymbol(format);
     } else if (isW(xml_, u"fldChar")) {
@@ -299,8 +300,8 @@ void BodyReader::readRunChild(int depth, QTextCharFormat& format) {
     } else if (isW(xml_, u"pict") || isW(xml_, u"object")) {
         insertImage(readVmlPicture(xml_, [&] { readTextBoxes(depth); }));
         return;
-    } else if (xml_.namespaceUri() == ns::mc && xml_.name() != u"Fallback") {
-        readRun(depth + 1, format); // AlternateContent and its first Choice
+    } else if (xml_.namespaceUri() == ns::mc && xml_.name() == u"AlternateContent") {
+        readAlternateContent(depth + 1, format);
         return;
     }
     xml_.skipCurrentElement();
@@ -310,9 +311,8 @@ void BodyReader::readNoteReference(NoteKind kind, const QTextCharFormat& format)
     auto& numbers = notes_.of(kind);
     const QString id = wAttribute(xml_, u"id");
     const auto [entry, added] = numbers.emplace(id, static_cast<int>(numbers.size()) + 1);
-    QTextCharFormat mark = format;
-    mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
-    write(Notes::label(kind, entry->second), mark);
+    write(Notes::label(kind, entry->second),
+          DocumentNotes::markFormat(format, {kind, entry->second}));
 }
 
 // A character of a symbol font (w:sym w:font="Symbol" w:char="F0B7").
@@ -342,11 +342,11 @@ void BodyReader::readTextBoxes(int depth) {
     outer.clearProperty(QTextFormat::ObjectIndex);
     outer.setPageBreakPolicy(QTextFormat::PageBreak_Auto);
     const QTextCharFormat outerChars = paragraphChars_;
-    const QString noteLabel = noteLabel_;
+    const auto note = note_;
     readBlocks(depth + 1);
     startBlock(outer, outerChars);
     paragraphChars_ = outerChars;
-    noteLabel_ = noteLabel;
+    note_ = note;
     hasContent_ = false;
 }
 
@@ -358,6 +358,32 @@ void BodyReader::readText(const QTextCharFormat& format) {
     if (xml_.hasError())
         throw std::runtime_error("malformed XML in a text run");
     write(runText(preserve ? text : text.trimmed()), format);
+}
+
+// The first choice; where that holds a picture no reader here can draw (an enhanced
+// metafile), the fallback, where word processors keep a bitmap of it.
+void BodyReader::readAlternateContent(int depth, QTextCharFormat& format) {
+    checkDepth(depth);
+    bool chosen = false;
+    bool fellBack = false;
+    std::optional<QString> unshown;
+    while (nextChild(xml_)) {
+        const bool choice = xml_.namespaceUri() == ns::mc && xml_.name() == u"Choice";
+        const bool fallback = xml_.namespaceUri() == ns::mc && xml_.name() == u"Fallback";
+        if (!(choice && !chosen) && !(fallback && chosen && unshown && !fellBack)) {
+            xml_.skipCurrentElement();
+            continue;
+        }
+        (choice ? chosen : fellBack) = true;
+        std::optional<QString> attempt;
+        auto* outer = std::exchange(unshown_, &attempt);
+        readRun(depth + 1, format);
+        unshown_ = outer;
+        if (choice || !attempt)
+            unshown = attempt;
+    }
+    if (unshown && !unshown->trimmed().isEmpty())
+        write(u'[' + unshown->simplified() + u']', paragraphChars_);
 }
 
 void BodyReader::insertImage(const PictureReference& picture) {
@@ -376,12 +402,18 @@ void BodyReader::insertImage(const PictureReference& picture) {
             return;
         }
     }
+    if (bytes && unshown_ != nullptr) {
+        *unshown_ = picture.description; // the alternative may show it
+        return;
+    }
     // A drawing no reader here can show (a metafile, a chart) leaves its alternative text.
     if (!picture.description.trimmed().isEmpty())
         write(u'[' + picture.description.simplified() + u']', paragraphChars_);
 }
 
-void BodyReader::startBlock(const QTextBlockFormat& block, const QTextCharFormat& chars) {
+void BodyReader::startBlock(QTextBlockFormat block, const QTextCharFormat& chars) {
+    if (note_)
+        DocumentNotes::setBody(block, *note_);
     if (blockUnused_) {
         cursor_.setBlockFormat(block);
         cursor_.setBlockCharFormat(chars);

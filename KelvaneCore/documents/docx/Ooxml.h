@@ -53,6 +53,10 @@ inline const QString image =
     QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/image");
 inline const QString hyperlink =
     QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/hyperlink");
+inline const QString footnotes =
+    QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/footnotes");
+inline const QString endnotes =
+    QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/endnotes");
 } // namespace relationship
 
 // True for an element of the WordprocessingML vocabulary named `name`.

@@ -8,10 +8,13 @@
 #include <QTextList>
 #include <QUrl>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace kelvane::Odt {
 namespace {
+
+constexpr int outlineCounter = 0; // lists count from 1
 
 constexpr int maxDepth = 64;
 constexpr int maxSpaces = 1000;
@@ -109,6 +112,13 @@ void BodyReader::readParagraph(int depth, int headingLevel) {
     }
     styles_.applyText(u"paragraph", style, chars);
     startBlock(block, chars, style);
+    if (headingLevel > 0) {
+        // Headings count on their own, by the outline style's numbering.
+        const QString label =
+            counter_.next(outlineCounter, headingLevel - 1, styles_.outlineLevels());
+        if (!label.isEmpty())
+            put(label + u' ', chars);
+    }
     readInline(depth + 1, chars);
 }
 
@@ -334,11 +344,13 @@ void BodyReader::readNote(const QTextCharFormat& format) {
     }
     // Notes are marked in figures, each class counted on its own: a letter or roman numeral
     // would run into the word before it.
+    const int number = ++noteCounts_[noteClass];
     if (note.citation.isEmpty() || !note.citation.front().isDigit())
-        note.citation = QString::number(++noteCounts_[noteClass]);
-    QTextCharFormat mark = format;
-    mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
-    put(note.citation, mark);
+        note.citation = QString::number(number);
+    note.note = {noteClass == u"endnote" ? DocumentNotes::Kind::endnote
+                                         : DocumentNotes::Kind::footnote,
+                 number};
+    put(note.citation, DocumentNotes::markFormat(format, note.note));
     notes_.push_back(std::move(note));
 }
 
@@ -367,14 +379,23 @@ QString BodyReader::readNoteBody() {
     return text.simplified();
 }
 
+// Footnotes first, then endnotes from a new page.
 void BodyReader::appendNotes() {
     cursor_.movePosition(QTextCursor::End);
     lists_.clear();
+    std::stable_partition(notes_.begin(), notes_.end(), [](const Note& note) {
+        return note.note.kind == DocumentNotes::Kind::footnote;
+    });
+    bool endnotesStarted = false;
     for (const Note& note : notes_) {
-        startBlock({}, {}, {});
-        QTextCharFormat mark;
-        mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
-        put(note.citation, mark);
+        QTextBlockFormat block;
+        DocumentNotes::setBody(block, note.note);
+        if (note.note.kind == DocumentNotes::Kind::endnote && !endnotesStarted) {
+            block.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+            endnotesStarted = true;
+        }
+        startBlock(block, {}, {});
+        put(note.citation, DocumentNotes::markFormat({}, note.note));
         put(u' ' + note.text, {});
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "documents/DocumentNotes.h"
 #include "documents/odt/OdtStyles.h"
 
 #include <QPointer>
@@ -47,6 +48,7 @@ private:
     struct Note {
         QString citation;
         QString text;
+        DocumentNotes::Note note;
     };
     struct ListLevel {
         QString style;

@@ -39,6 +39,10 @@ BodyWriter::BodyWriter(const QTextDocument& document, AutomaticStyles& styles)
 }
 
 QByteArray BodyWriter::write() {
+    for (QTextBlock block = document_.begin(); block.isValid(); block = block.next()) {
+        if (const auto note = DocumentNotes::bodyOf(block.blockFormat()))
+            noteBodies_[{note->kind, note->number}].push_back(block);
+    }
     writeContents(document_.rootFrame()->begin(), 0);
     closeLists(0);
     return output_;
@@ -106,6 +110,8 @@ void BodyWriter::writeCell(const QTextTable& table, int row, int column, int dep
 }
 
 void BodyWriter::writeBlock(const QTextBlock& block) {
+    if (DocumentNotes::bodyOf(block.blockFormat()))
+        return; // written where the text refers to the note
     if (block.textList())
         enterList(block);
     else
@@ -208,6 +214,12 @@ void BodyWriter::writeInline(const QTextBlock& block, int headingLevel) {
             }
             href = target;
         }
+        if (const auto note = DocumentNotes::markOf(format);
+            note && noteBodies_.contains({note->kind, note->number})) {
+            if (!writingNote_) // a note's own number is its citation
+                writeNote(*note, fragment.text());
+            continue;
+        }
         if (format.isImageFormat()) {
             for (const QChar c : fragment.text())
                 if (c == QChar::ObjectReplacementCharacter)
@@ -291,6 +303,28 @@ void BodyWriter::writeSpaces(int count) {
         if (count > 1)
             xml_.writeAttribute("text:c", QString::number(std::min(count, maxSpacesPerElement)));
     }
+}
+
+void BodyWriter::writeNote(DocumentNotes::Note note, const QString& citation) {
+    const bool footnote = note.kind == DocumentNotes::Kind::footnote;
+    writingNote_ = true;
+    xml_.writeStartElement("text:note");
+    xml_.writeAttribute("text:id", QString::fromLatin1(footnote ? "ftn" : "edn") +
+                                       QString::number(note.number));
+    xml_.writeAttribute("text:note-class", footnote ? "footnote" : "endnote");
+    xml_.writeTextElement("text:note-citation", xmlSafe(citation));
+    xml_.writeStartElement("text:note-body");
+    for (const QTextBlock& block : noteBodies_[{note.kind, note.number}]) {
+        xml_.writeStartElement("text:p");
+        xml_.writeAttribute("text:style-name",
+                            styles_.paragraph(QStringLiteral("Standard"), block.blockFormat()));
+        writeInline(block, 0);
+        xml_.writeEndElement();
+    }
+    xml_.writeEndElement();
+    xml_.writeEndElement();
+    writingNote_ = false;
+    afterText_ = true;
 }
 
 void BodyWriter::writeImage(const QTextImageFormat& format) {

@@ -1,17 +1,19 @@
 #pragma once
 
+#include "documents/DocumentNotes.h"
 #include "documents/odt/OdtWriterStyles.h"
 
 #include <QByteArray>
 #include <QString>
+#include <QTextBlock>
 #include <QTextFrame>
 #include <QXmlStreamWriter>
 
 #include <map>
 #include <set>
+#include <utility>
 #include <vector>
 
-class QTextBlock;
 class QTextDocument;
 class QTextFragment;
 class QTextImageFormat;
@@ -60,6 +62,7 @@ private:
     void writeText(QStringView text, bool endsParagraph);
     void writeSpaces(int count);
     void writeImage(const QTextImageFormat& format);
+    void writeNote(DocumentNotes::Note note, const QString& citation);
 
     const QTextDocument& document_;
     AutomaticStyles& styles_;
@@ -71,6 +74,9 @@ private:
     std::vector<Picture> pictures_;
     std::map<QString, QString> picturePaths_; // image resource name to picture path
     bool afterText_ = false;                  // a literal space here would be kept by readers
+    // The paragraphs of each note's text, written inside the note where the text refers to it.
+    std::map<std::pair<DocumentNotes::Kind, int>, std::vector<QTextBlock>> noteBodies_;
+    bool writingNote_ = false;
     int tables_ = 0;
     int frames_ = 0;
 };

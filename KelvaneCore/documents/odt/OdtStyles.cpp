@@ -211,6 +211,8 @@ void Styles::read(const QByteArray& bytes) {
             readStyle(xml, defaultParagraph_.emplace());
         } else if (isElement(xml, ns::text, u"list-style")) {
             readListStyle(xml, attribute(xml, ns::style, "name"));
+        } else if (isElement(xml, ns::text, u"outline-style")) {
+            readOutlineStyle(xml);
         }
     }
     if (xml.hasError())
@@ -257,6 +259,19 @@ void Styles::readListStyle(QXmlStreamReader& xml, const QString& name) {
             levels[level] = bullet(attribute(xml, ns::text, "bullet-char"));
         else if (isElement(xml, ns::text, u"list-level-style-image"))
             levels[level] = bullet({});
+        xml.skipCurrentElement();
+    }
+}
+
+// Outline levels with an empty number format show no number, unlike list levels.
+void Styles::readOutlineStyle(QXmlStreamReader& xml) {
+    outline_ = unnumbered();
+    while (xml.readNextStartElement()) {
+        const int index =
+            std::clamp(attribute(xml, ns::text, "level").toInt(), 1, ListNumbering::levels) - 1;
+        if (isElement(xml, ns::text, u"outline-level-style") &&
+            !attribute(xml, ns::style, "num-format").isEmpty())
+            outline_[static_cast<std::size_t>(index)] = numbered(xml, index);
         xml.skipCurrentElement();
     }
 }

@@ -57,6 +57,10 @@ public:
     // The levels of a list style; bullets for a list style the document does not define.
     ListNumbering::Levels listLevels(const QString& listName) const;
 
+    // How headings are numbered by their outline level (text:outline-style); every level
+    // "none" when the document does not number them.
+    const ListNumbering::Levels& outlineLevels() const { return outline_; }
+
     // The font of the default paragraph style, when it names a family.
     std::optional<QFont> defaultFont() const;
 
@@ -72,6 +76,7 @@ private:
 
     void readStyle(QXmlStreamReader& xml, Style& style);
     void readListStyle(QXmlStreamReader& xml, const QString& name);
+    void readOutlineStyle(QXmlStreamReader& xml);
     void applyTextOf(const Style& style, QTextCharFormat& format) const;
     const Style* find(QStringView family, const QString& name) const;
 
@@ -79,6 +84,13 @@ private:
     std::map<QString, Style> styles_;                              // keyed by family, '/', name
     std::map<QString, std::map<int, ListNumbering::Level>> lists_; // by level, from 1
     std::optional<Style> defaultParagraph_;
+    ListNumbering::Levels outline_ = unnumbered();
+
+    static ListNumbering::Levels unnumbered() {
+        ListNumbering::Levels levels;
+        levels.fill({ListNumbering::NumberFormat::none, {}, 1, -1});
+        return levels;
+    }
 };
 
 } // namespace kelvane::Odt

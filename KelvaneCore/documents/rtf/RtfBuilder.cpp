@@ -165,15 +165,19 @@ void Builder::applyParagraph(const ParagraphEnd& end) {
         format.clearProperty(QTextFormat::TextIndent);
     }
     cursor_.setBlockFormat(format);
+    if (!end.label.isEmpty()) {
+        QTextCursor start(cursor_.block());
+        start.insertText(end.label + u' ');
+    }
     if (item) {
-        joinList(*item);
+        joinList(*item, end);
     } else {
         // Numbering without list definitions restarts after any other paragraph.
         std::erase_if(lists_, [](const auto& entry) { return entry.first.first == 0; });
     }
 }
 
-void Builder::joinList(const ListItem& item) {
+void Builder::joinList(const ListItem& item, const ParagraphEnd& end) {
     // A shallower item closes the deeper lists of its group: their next items start anew.
     std::erase_if(lists_, [&](const auto& entry) {
         return entry.first.first == item.group && entry.first.second > item.level;
@@ -186,6 +190,8 @@ void Builder::joinList(const ListItem& item) {
     QTextListFormat format;
     format.setStyle(item.style);
     format.setIndent(item.level);
+    format.setNumberPrefix(end.numberPrefix);
+    format.setNumberSuffix(end.numberSuffix);
     list = cursor_.createList(format);
 }
 

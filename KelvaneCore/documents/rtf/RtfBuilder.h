@@ -32,6 +32,11 @@ struct ParagraphEnd {
     // A hanging indent without list properties may hold a typed marker such as "•\t" or
     // "2.\t"; such paragraphs become list items at this level.
     int typedListLevel = 0;
+    // Around the number of a list item: "(" and ")".
+    QString numberPrefix;
+    QString numberSuffix = QStringLiteral(".");
+    // A list label no list can draw, put before the paragraph's text.
+    QString label;
 };
 
 // Lays text out in a QTextDocument in the order RTF states it. A new block is opened only
@@ -63,7 +68,7 @@ private:
     void moveToPendingCell();
     void moveToCell(int row, int column);
     void applyParagraph(const ParagraphEnd& end);
-    void joinList(const ListItem& item);
+    void joinList(const ListItem& item, const ParagraphEnd& end);
     std::optional<ListItem> takeTypedMarker(int level);
 
     QTextCursor cursor_;

@@ -1,3 +1,4 @@
+#include "documents/DocumentNotes.h"
 #include "documents/rtf/RtfReading.h"
 
 #include <algorithm>
@@ -15,6 +16,27 @@ constexpr qsizetype maxNoteText = 1 << 20;
 
 int boundedTwips(int twips) {
     return std::clamp(twips, -maxIndentTwips, maxIndentTwips);
+}
+
+// \levelnfc: the number formats of list levels.
+ListNumbering::NumberFormat numberFormatOf(int levelFormat) {
+    using ListNumbering::NumberFormat;
+    switch (levelFormat) {
+    case upperRomanNumbers:
+        return NumberFormat::upperRoman;
+    case lowerRomanNumbers:
+        return NumberFormat::lowerRoman;
+    case upperLetters:
+        return NumberFormat::upperLetter;
+    case lowerLetters:
+        return NumberFormat::lowerLetter;
+    case bullets:
+        return NumberFormat::bullet;
+    case 255:
+        return NumberFormat::none;
+    default:
+        return NumberFormat::decimal;
+    }
 }
 
 } // namespace
@@ -59,14 +81,18 @@ void Reader::controlWord(const Token& token) {
         return listTableWord(info, token);
     case Destination::ListOverrideTable:
         return listOverrideWord(info, token);
+    case Destination::LevelText:
+        return;
     case Destination::Numbering:
         return numberingWord(info, token);
     case Destination::Picture:
     case Destination::Graphic:
         return pictureWord(info, token);
     case Destination::Footnote:
-        if (info.keyword == Keyword::Paragraph && notes_.back().size() < maxNoteText)
-            notes_.back() += u' ';
+        if (info.keyword == Keyword::Paragraph && notes_.back().text.size() < maxNoteText)
+            notes_.back().text += u' ';
+        else if (info.keyword == Keyword::Endnote)
+            notes_.back().endnote = true;
         return;
     }
 }
@@ -106,6 +132,12 @@ bool Reader::enterDestination(Keyword keyword) {
         current.destination = Destination::Body;
         if (current.field >= 0 && !fields_[static_cast<std::size_t>(current.field)].href.isEmpty())
             current.link = current.field;
+        return true;
+    case Keyword::LevelText:
+        if (current.destination != Destination::ListTable)
+            return false;
+        current.destination = Destination::LevelText;
+        levelText_.clear();
         return true;
     case Keyword::ListText:
         current.destination = Destination::ListText;
@@ -205,11 +237,12 @@ bool Reader::characterWord(KeywordInfo info, const Token& token) {
         chars.hidden = on;
         break;
     case Keyword::FootnoteMark: { // the number of the note that follows
-        QTextCharFormat mark = charFormat();
-        mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
+        // Whether the note is an endnote shows only inside it: marks and notes alike are
+        // counted as footnotes here.
+        const int number = static_cast<int>(notes_.size()) + 1;
+        const QTextCharFormat mark = DocumentNotes::markFormat(charFormat(), {{}, number});
         if (state().destination == Destination::Body && !chars.hidden)
-            builder_.insertText(QString::number(notes_.size() + 1), mark,
-                                state().paragraph.inTable);
+            builder_.insertText(QString::number(number), mark, state().paragraph.inTable);
         break;
     }
     default:
@@ -316,14 +349,19 @@ void Reader::colorTableWord(KeywordInfo info, const Token& token) {
 }
 
 void Reader::listTableWord(KeywordInfo info, const Token& token) {
-    if (info.keyword == Keyword::List)
+    if (info.keyword == Keyword::List) {
         definingList_.clear();
-    else if (info.keyword == Keyword::ListLevel && definingList_.size() < maxListLevels)
-        definingList_.push_back(decimalNumbers);
-    else if (info.keyword == Keyword::LevelNumberFormat && !definingList_.empty())
-        definingList_.back() = token.parameter;
-    else if (info.keyword == Keyword::ListId && listFormats_.size() < maxLists)
-        listFormats_[token.parameter] = definingList_;
+    } else if (info.keyword == Keyword::ListLevel && definingList_.size() < maxListLevels) {
+        definingList_.emplace_back();
+    } else if (info.keyword == Keyword::LevelNumberFormat && !definingList_.empty()) {
+        definingList_.back().format = numberFormatOf(token.parameter);
+    } else if (info.keyword == Keyword::LevelStart && !definingList_.empty()) {
+        definingList_.back().start = std::clamp(token.parameter, 0, 32767);
+    } else if (info.keyword == Keyword::ListId && lists_.size() < maxLists) {
+        ListNumbering::Levels& levels = lists_[token.parameter];
+        std::copy_n(definingList_.begin(), std::min(definingList_.size(), levels.size()),
+                    levels.begin());
+    }
 }
 
 void Reader::listOverrideWord(KeywordInfo info, const Token& token) {

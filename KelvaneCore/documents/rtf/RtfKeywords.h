@@ -19,6 +19,7 @@ enum class Keyword {
     FieldInstruction,
     FieldResult,
     ListText,
+    LevelText, // \leveltext: a list level's label, its numbers as \'00…\'08
     Numbering,
     Graphic,
     PassThrough, // a group whose contents are ordinary text, e.g. \shppict
@@ -47,6 +48,7 @@ enum class Keyword {
     Character,
     Footnote,     // a note: its text goes to the end of the document
     FootnoteMark, // \chftn, the note's automatic number
+    Endnote,      // \ftnalt: the note is an endnote
     // tables of fonts, colours and lists
     FontCharset,
     FontCodePage,
@@ -56,6 +58,7 @@ enum class Keyword {
     List,
     ListLevel,
     LevelNumberFormat,
+    LevelStart,
     ListId,
     ListOverride,
     NumberingLevel,
@@ -97,6 +100,7 @@ struct KeywordInfo {
 constexpr int otherPicture = 0;
 constexpr int pngPicture = 1;
 constexpr int jpegPicture = 2;
+constexpr int windowsMetafile = 3;
 
 // Values of LevelNumberFormat and NumberingFormat, as \levelnfc spells them.
 constexpr int decimalNumbers = 0;

@@ -50,12 +50,12 @@ void Reader::endParagraph() {
     listText_.clear();
 }
 
-ParagraphEnd Reader::paragraphEnd() const {
+ParagraphEnd Reader::paragraphEnd() {
     static constexpr Qt::Alignment alignments[] = {Qt::AlignLeft, Qt::AlignHCenter, Qt::AlignRight,
                                                    Qt::AlignJustify};
     const ParagraphState& paragraph = state().paragraph;
     ParagraphEnd end;
-    end.listItem = listItem();
+    end.listItem = listItem(end);
     QTextBlockFormat& format = end.format;
     if (paragraph.alignment > 0)
         format.setAlignment(alignments[paragraph.alignment]);
@@ -75,17 +75,26 @@ ParagraphEnd Reader::paragraphEnd() const {
     return end;
 }
 
-std::optional<ListItem> Reader::listItem() const {
+std::optional<ListItem> Reader::listItem(ParagraphEnd& end) {
     const ParagraphState& paragraph = state().paragraph;
     if (paragraph.listNumber > 0) {
-        int format = guessedFormat(listText_);
         const auto list = listOverrides_.find(paragraph.listNumber);
-        const auto levels =
-            list == listOverrides_.end() ? listFormats_.end() : listFormats_.find(list->second);
-        const auto level = static_cast<std::size_t>(paragraph.listNesting);
-        if (levels != listFormats_.end() && level < levels->second.size())
-            format = levels->second[level];
-        return ListItem{paragraph.listNumber, paragraph.listNesting + 1, styleOf(format)};
+        const auto levels = list == listOverrides_.end() ? lists_.end() : lists_.find(list->second);
+        const int level = std::clamp(paragraph.listNesting, 0, ListNumbering::levels - 1);
+        if (levels == lists_.end())
+            return ListItem{paragraph.listNumber, level + 1, styleOf(guessedFormat(listText_))};
+        // Numbered as the list defines it; labels a list cannot draw (start values, "%1)",
+        // "1.1.") become the paragraph's first text.
+        const QString text = listCounter_.next(paragraph.listNumber, level, levels->second);
+        const auto look =
+            ListNumbering::listLook(levels->second[static_cast<std::size_t>(level)], level);
+        if (look) {
+            end.numberPrefix = look->prefix;
+            end.numberSuffix = look->suffix;
+            return ListItem{paragraph.listNumber, level + 1, look->style};
+        }
+        end.label = text;
+        return std::nullopt;
     }
     if (numbering_.active)
         return ListItem{0, numbering_.level, styleOf(numbering_.format)};

@@ -51,8 +51,10 @@ std::optional<fs::path> attachmentPath(const fs::path& folder, const QString& na
 }
 
 void Reader::finishPicture() {
-    // Metafiles and device-dependent bitmaps usually come with a PNG twin in \shppict.
-    if (picture_.type == pngPicture || picture_.type == jpegPicture) {
+    // Enhanced metafiles and device-dependent bitmaps usually come with a PNG twin in
+    // \shppict; Windows metafiles are drawn.
+    if (picture_.type == pngPicture || picture_.type == jpegPicture ||
+        picture_.type == windowsMetafile) {
         const QByteArray bytes =
             picture_.binary.isEmpty() ? QByteArray::fromHex(picture_.hex) : picture_.binary;
         builder_.insertImage(bytes, shownSize(picture_), state().paragraph.inTable);

@@ -1,9 +1,12 @@
 #include "documents/DocumentFormats.h"
+#include "documents/DocumentNotes.h"
 #include "documents/rtf/RtfReading.h"
 
 #include <QTextDocument>
 
+#include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace kelvane::Rtf {
 namespace {
@@ -56,6 +59,22 @@ QString hyperlinkTarget(const QString& instruction) {
     return bookmark.isEmpty() ? url : url + u'#' + bookmark;
 }
 
+// \leveltext is its length, then the label: \'00…\'08 stand for the numbers of levels 1-9.
+QString patternOf(const QString& levelText) {
+    QString pattern;
+    const qsizetype length = levelText.isEmpty() ? 0
+                                                 : std::min<qsizetype>(levelText.front().unicode(),
+                                                                       levelText.size() - 1);
+    for (qsizetype at = 1; at <= length; ++at) {
+        const char16_t c = levelText.at(at).unicode();
+        if (c < ListNumbering::levels)
+            pattern += u'%' + QString::number(c + 1);
+        else
+            pattern += levelText.at(at);
+    }
+    return pattern;
+}
+
 } // namespace
 
 Reader::Reader(QByteArrayView rtf, std::filesystem::path attachments, QTextDocument& document)
@@ -96,8 +115,12 @@ void Reader::take(Token token) {
         symbol(token.value);
         break;
     case Token::Type::HexByte:
-        if (state().destination != Destination::Picture)
+        if (state().destination == Destination::LevelText) {
+            flushText(); // the length and level placeholders are bytes, not text
+            appendBounded(levelText_, QString(QChar(token.value)));
+        } else if (state().destination != Destination::Picture) {
             bytes_.append(static_cast<char>(token.value));
+        }
         break;
     case Token::Type::Text:
         if (state().destination == Destination::Picture)
@@ -186,6 +209,10 @@ void Reader::endDestination(const State& ended) {
         if (state().destination == Destination::Body)
             finishGraphic();
         break;
+    case Destination::LevelText:
+        if (!definingList_.empty())
+            definingList_.back().pattern = patternOf(levelText_);
+        break;
     default:
         break;
     }
@@ -252,7 +279,7 @@ void Reader::deliver(QString text) {
         return;
     case Destination::Footnote:
         if (!state().chars.hidden)
-            appendBounded(notes_.back(), text);
+            appendBounded(notes_.back().text, text);
         return;
     case Destination::FieldInstruction:
         if (state().field >= 0)
@@ -260,6 +287,8 @@ void Reader::deliver(QString text) {
         return;
     case Destination::ListText:
         return appendBounded(listText_, text);
+    case Destination::LevelText:
+        return appendBounded(levelText_, text);
     case Destination::Graphic:
         return appendBounded(picture_.fileName, text);
     default:
@@ -267,18 +296,28 @@ void Reader::deliver(QString text) {
     }
 }
 
-// Footnotes follow the text, each a paragraph led by its number.
+// Notes follow the text, each a paragraph led by its number: footnotes, then endnotes from a
+// new page.
 void Reader::finishWithNotes() {
     if (notes_.empty())
         return builder_.finish(paragraphEnd());
     if (builder_.paragraphStarted())
         builder_.endParagraph(paragraphEnd(), false);
-    QTextCharFormat mark;
-    mark.setVerticalAlignment(QTextCharFormat::AlignSuperScript);
-    for (std::size_t note = 0; note < notes_.size(); ++note) {
-        builder_.insertText(QString::number(note + 1), mark, false);
-        builder_.insertText(u' ' + notes_[note].simplified(), QTextCharFormat(), false);
-        builder_.endParagraph({}, false);
+    for (const bool endnotes : {false, true}) {
+        bool first = true;
+        for (std::size_t index = 0; index < notes_.size(); ++index) {
+            if (notes_[index].endnote != endnotes)
+                continue;
+            if (endnotes && std::exchange(first, false))
+                builder_.breakPage();
+            const DocumentNotes::Note note{{}, static_cast<int>(index) + 1};
+            builder_.insertText(QString::number(note.number), DocumentNotes::markFormat({}, note),
+                                false);
+            builder_.insertText(u' ' + notes_[index].text.simplified(), QTextCharFormat(), false);
+            ParagraphEnd end;
+            DocumentNotes::setBody(end.format, note);
+            builder_.endParagraph(end, false);
+        }
     }
     builder_.finish({});
 }

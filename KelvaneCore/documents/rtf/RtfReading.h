@@ -1,5 +1,6 @@
 #pragma once
 
+#include "documents/ListNumbering.h"
 #include "documents/rtf/RtfBuilder.h"
 #include "documents/rtf/RtfCodePages.h"
 #include "documents/rtf/RtfKeywords.h"
@@ -27,6 +28,7 @@ enum class Destination {
     Picture,
     FieldInstruction,
     ListText,
+    LevelText,
     Numbering,
     Graphic,
     Footnote,
@@ -144,8 +146,9 @@ private:
     // RtfParagraphs.cpp: what a paragraph turns into when it ends
     void endParagraph();
     void finishWithNotes();
-    ParagraphEnd paragraphEnd() const;
-    std::optional<ListItem> listItem() const;
+    ParagraphEnd paragraphEnd();
+    // The list the paragraph joins, or its label as text where no list can draw it.
+    std::optional<ListItem> listItem(ParagraphEnd& end);
 
     // RtfPictures.cpp
     void finishPicture();
@@ -174,16 +177,22 @@ private:
     int blue_ = 0;
     bool colorGiven_ = false;
 
-    std::map<int, std::vector<int>> listFormats_; // \listid to \levelnfc per level
-    std::vector<int> definingList_;
-    std::map<int, int> listOverrides_; // \ls to \listid
+    std::map<int, ListNumbering::Levels> lists_; // by \listid
+    std::vector<ListNumbering::Level> definingList_;
+    QString levelText_;
+    ListNumbering::Counter listCounter_; // by \ls
+    std::map<int, int> listOverrides_;   // \ls to \listid
     int overriddenList_ = 0;
     Numbering numbering_;
     bool listTextSeen_ = false;
     QString listText_;
 
     std::vector<Field> fields_;
-    std::vector<QString> notes_; // footnote texts, in order
+    struct Note {
+        QString text;
+        bool endnote = false; // \ftnalt
+    };
+    std::vector<Note> notes_; // in the order the text refers to them
     Picture picture_;
     bool skipAttachmentMark_ = false;
 };

@@ -3,14 +3,18 @@
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
+#include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextTable>
 
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <map>
 #include <set>
+#include <sstream>
 
 // Documents saved by word processors (tests/fixtures/files/documents, made by its source/make.sh)
 // read back through pandoc as an independent reader.
@@ -39,41 +43,55 @@ std::set<QString> wordsOf(QString text) {
     return words;
 }
 
-QString pandocText(const fs::path& file) {
+QString pandocText(const fs::path& file, const QString& format = QStringLiteral("plain")) {
     QProcess pandoc;
-    pandoc.start(QStringLiteral("pandoc"), {QStringLiteral("-t"), QStringLiteral("plain"),
-                                            QString::fromStdString(file.string())});
+    pandoc.start(QStringLiteral("pandoc"),
+                 {QStringLiteral("-t"), format, QString::fromStdString(file.string())});
     EXPECT_TRUE(pandoc.waitForFinished(60000)) << file;
     return QString::fromUtf8(pandoc.readAllStandardOutput());
-}
-
-QString pdfText(const fs::path& file) {
-    const PdfProbe pdf(file);
-    QString text;
-    for (int page = 0; page < pdf.pageCount(); ++page)
-        text += pdf.text(page) + u'\n';
-    return text;
 }
 
 struct Converted {
     QString text;
     QString pdf;
+    int pages = 0;
 };
 
 // Our TXT and the text of our PDF, converted from a copy so that nothing lands in the sources.
 Converted convert(const TempFolder& temp, const fs::path& fixture) {
     const fs::path copy = temp / fixture.filename().string();
     fs::copy_file(fixture, copy);
-    return {QString::fromStdString(
-                fixtures::readFile(DocumentTools::convert(copy, Recipe::docToTXT, {}))),
-            pdfText(DocumentTools::convert(copy, Recipe::docToPDF, {}))};
+    Converted ours;
+    ours.text = QString::fromStdString(
+        fixtures::readFile(DocumentTools::convert(copy, Recipe::docToTXT, {})));
+    const PdfProbe pdf(DocumentTools::convert(copy, Recipe::docToPDF, {}));
+    ours.pages = pdf.pageCount();
+    for (int page = 0; page < ours.pages; ++page)
+        ours.pdf += pdf.text(page) + u'\n';
+    return ours;
+}
+
+// The pages a word processor lays out for each fixture (pages.txt, made with the fixtures).
+std::map<std::string, int> referencePages() {
+    std::map<std::string, int> pages;
+    std::istringstream lines(fixtures::readFile(folder / "pages.txt"));
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream fields(line);
+        std::string name;
+        int count = 0;
+        if (line.starts_with('#') || !(fields >> name >> count))
+            continue;
+        pages[name] = count;
+    }
+    return pages;
 }
 
 // Words the fixtures hide; pandoc shows them, we must not.
 const std::set<QString> hiddenWords = {"concealed", "whisper", "secret", "margin"};
 
-TEST(DocumentFixtures, EveryWordPandocReadsSurvivesIntoTextAndPdfAndHiddenTextStaysHidden) {
+TEST(DocumentFixtures, EveryWordSurvivesHiddenTextStaysHiddenAndPagesMatchAWordProcessor) {
     TempFolder temp;
+    const std::map<std::string, int> pages = referencePages();
     int checked = 0;
     for (const auto& entry : fs::directory_iterator(folder)) {
         const fs::path fixture = entry.path();
@@ -98,6 +116,10 @@ TEST(DocumentFixtures, EveryWordPandocReadsSurvivesIntoTextAndPdfAndHiddenTextSt
                 EXPECT_FALSE(words.contains(word)) << fixture.filename() << " " << name
                                                    << " shows \"" << word.toStdString() << "\"";
         }
+        const auto theirs = pages.find(fixture.filename().string());
+        ASSERT_NE(theirs, pages.end()) << fixture.filename() << " is not in pages.txt";
+        EXPECT_LE(std::abs(ours.pages - theirs->second), theirs->second / 10)
+            << fixture.filename() << " has " << ours.pages << " pages";
         ++checked;
     }
     EXPECT_GE(checked, 13);
@@ -138,11 +160,31 @@ TEST(DocumentFixtures, NotesEquationsSymbolsAndFieldsKeepTheirText) {
     EXPECT_EQ(closing.charFormat().fontFamilies().toStringList(), QStringList{"Calibri"});
 }
 
+// Our DOCX and ODT keep notes as notes, each where the text refers to it.
+TEST(DocumentFixtures, NotesStayNotesInOurDocxAndOdt) {
+    TempFolder temp;
+    for (const char* name : {"notes.docx", "notes.odt", "notes.rtf"}) {
+        for (const auto& [recipe, tag] :
+             {std::pair{Recipe::docToDOCX, "docx-"}, std::pair{Recipe::docToODT, "odt-"}}) {
+            const fs::path copy = temp / (std::string(tag) + name);
+            fs::copy_file(folder / name, copy);
+            const QString markdown =
+                pandocText(DocumentTools::convert(copy, recipe, {}), QStringLiteral("markdown"));
+            for (const char* pattern : {R"(dawn\[\^1\] and returned before noon\[\^2\]\.)",
+                                        R"(\[\^1\]:\s+Footnote: tides were unusually gentle\.)",
+                                        R"(\[\^2\]:\s+Endnote: logbook pages copied later\.)"})
+                EXPECT_TRUE(markdown.contains(QRegularExpression(pattern)))
+                    << copy.filename() << " lacks " << pattern << "\n"
+                    << markdown.toStdString();
+        }
+    }
+}
+
 // LibreOffice ties headings to an outline list whose numbers are "none"; lists start at 5, count
 // in roman numerals and letters, and nest as "1.1.".
 TEST(DocumentFixtures, NumberingShowsTheLabelsTheAuthorSet) {
     TempFolder temp;
-    for (const char* name : {"numbering.docx", "numbering.odt"}) {
+    for (const char* name : {"numbering.docx", "numbering.odt", "numbering.rtf"}) {
         const Converted ours = convert(temp, folder / name);
         const QString pdf = ours.pdf.simplified();
         EXPECT_TRUE(pdf.startsWith("Chapter about orchards")) << pdf.toStdString();
@@ -152,6 +194,46 @@ TEST(DocumentFixtures, NumberingShowsTheLabelsTheAuthorSet) {
         EXPECT_TRUE(pdf.contains("B. Letter second")) << pdf.toStdString();
         EXPECT_TRUE(pdf.contains("1.2. Inner ladders")) << pdf.toStdString();
         EXPECT_TRUE(pdf.contains("2. Outer storage")) << pdf.toStdString();
+    }
+    // Headings numbered by the outline: "1.", then "1.1." below it.
+    for (const char* name : {"outline.docx", "outline.odt", "outline.rtf"}) {
+        const QString pdf = convert(temp, folder / name).pdf.simplified();
+        for (const char* heading : {"1. Rivers of the valley", "1.1. Upper reaches",
+                                    "1.2. Lower reaches", "2. Bridges and fords"})
+            EXPECT_TRUE(pdf.contains(heading)) << name << ": " << pdf.toStdString();
+    }
+}
+
+// The pictures of each format, the metafile drawn: a disc with a yellow square inside.
+TEST(DocumentFixtures, GifBmpAndWmfPicturesReachThePdf) {
+    TempFolder temp;
+    for (const char* name : {"pictures.docx", "pictures.odt", "pictures.rtf"}) {
+        const fs::path copy = temp / name;
+        fs::copy_file(folder / name, copy);
+        const fs::path pdf = DocumentTools::convert(copy, Recipe::docToPDF, {});
+        const fs::path images = temp / (std::string(name) + "-images");
+        fs::create_directory(images);
+        QProcess pdfimages;
+        pdfimages.start(QStringLiteral("pdfimages"),
+                        {QStringLiteral("-png"), QString::fromStdString(pdf.string()),
+                         QString::fromStdString((images / "image").string())});
+        ASSERT_TRUE(pdfimages.waitForFinished(60000)) << name;
+        int pictures = 0;
+        QImage disc;
+        for (const auto& entry : fs::directory_iterator(images)) {
+            const QImage image(QString::fromStdString(entry.path().string()));
+            if (image.isNull() || image.allGray())
+                continue; // a transparency mask
+            ++pictures;
+            if (image.width() > 20)
+                disc = image.convertToFormat(QImage::Format_RGB32);
+        }
+        EXPECT_EQ(pictures, 3) << name;
+        ASSERT_FALSE(disc.isNull()) << name << ": no metafile drawn";
+        const QColor middle = disc.pixelColor(disc.width() / 2, disc.height() / 2);
+        EXPECT_TRUE(middle.red() > 200 && middle.green() > 150 && middle.blue() < 100)
+            << name << " " << middle.name().toStdString();
+        EXPECT_NE(disc.pixelColor(0, 0), middle) << name;
     }
 }
 

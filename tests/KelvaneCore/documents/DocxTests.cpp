@@ -5,6 +5,7 @@
 #include "fixtures/TempFolder.h"
 
 #include <QElapsedTimer>
+#include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -13,8 +14,10 @@
 #include <QTextDocument>
 #include <QTextList>
 #include <QTextTable>
+#include <QUrl>
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace kelvane {
 namespace {
@@ -259,6 +262,42 @@ TEST(DocxReader, ReadsTablesLinksAndImagesWithTheirOriginalBytes) {
     TempFolder temp;
     const auto document = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
     expectTableLinkAndImage(*document);
+}
+
+// A drawing in a choice of mc:AlternateContent, its VML fallback holding a bitmap of it: the
+// fallback is read only when no reader here draws the choice (an enhanced metafile).
+TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
+    TempFolder temp;
+    QByteArray choice = docx::drawing("rIdChoice", 635000, 635000);
+    choice = choice.mid(5).chopped(6); // the drawing without its run
+    const QByteArray body = "<w:p><w:r><mc:AlternateContent><mc:Choice Requires=\"wps\">" + choice +
+                            "</mc:Choice><mc:Fallback><w:pict><v:shape><v:imagedata "
+                            "r:id=\"rIdFallback\"/></v:shape></w:pict></mc:Fallback>"
+                            "</mc:AlternateContent></w:r><w:r><w:t>after</w:t></w:r></w:p>";
+    const QByteArray enhancedMetafile =
+        QByteArray::fromHex("01000000") + QByteArray(36, '\0') + " EMF" + QByteArray(48, '\0');
+    // The fallback is 24 pixels wide where it should show, 8 where the choice (24) shows.
+    for (const auto& [name, chosen, fallbackWidth] :
+         {std::tuple{"metafile.docx", enhancedMetafile, 24}, std::tuple{"png.docx", picture, 8}}) {
+        const auto document = DocumentFormats::readDocx(docx::write(
+            temp, name,
+            docx::package(
+                docx::documentPart(body),
+                {{"word/media/choice.bin", chosen},
+                 {"word/media/fallback.png", docx::png(fallbackWidth, 12, Qt::red)},
+                 {"word/_rels/document.xml.rels",
+                  docx::relationshipsPart(
+                      docx::relationship("rIdChoice", "image", "media/choice.bin") +
+                      docx::relationship("rIdFallback", "image", "media/fallback.png"))}})));
+        const QString text = document->toPlainText();
+        EXPECT_EQ(text.count(QChar::ObjectReplacementCharacter), 1) << name;
+        EXPECT_TRUE(text.endsWith("after")) << name;
+        const QTextCursor image = document->find(QString(QChar::ObjectReplacementCharacter));
+        ASSERT_FALSE(image.isNull()) << name;
+        const QVariant bytes = document->resource(QTextDocument::ImageResource,
+                                                  QUrl(image.charFormat().toImageFormat().name()));
+        EXPECT_EQ(QImage::fromData(bytes.toByteArray()).width(), 24) << name;
+    }
 }
 
 const QByteArray mergedTable = R"(

@@ -1,0 +1,90 @@
+#include "documents/Metafiles.h"
+
+#include <QtEndian>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+extern "C" {
+#include <libwmf/api.h>
+#include <libwmf/gd.h>
+}
+
+namespace kelvane::Metafiles {
+namespace {
+
+constexpr double pixelsPerInch = 150;
+
+struct ApiDeleter {
+    void operator()(wmfAPI* api) const {
+        wmf_mem_close(api);
+        wmf_api_destroy(api);
+    }
+};
+using Api = std::unique_ptr<wmfAPI, ApiDeleter>;
+
+// libwmf hands the PNG it writes over in pieces.
+int appendTo(void* context, char* buffer, int length) {
+    if (length > 0)
+        static_cast<QByteArray*>(context)->append(buffer, length);
+    return length;
+}
+
+} // namespace
+
+bool isWindowsMetafile(const QByteArray& bytes) {
+    if (bytes.size() < 18)
+        return false;
+    const auto* data = reinterpret_cast<const uchar*>(bytes.constData());
+    if (qFromLittleEndian<quint32>(data) == 0x9ac6cdd7u)
+        return true; // the placeable header
+    // The plain header: in memory (1) or on disk (2), nine words long, a known version.
+    const auto type = qFromLittleEndian<quint16>(data);
+    const auto words = qFromLittleEndian<quint16>(data + 2);
+    const auto version = qFromLittleEndian<quint16>(data + 4);
+    return (type == 1 || type == 2) && words == 9 && (version == 0x0100 || version == 0x0300);
+}
+
+QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide) {
+    if (!isWindowsMetafile(bytes))
+        return {};
+    wmfAPI_Options options{};
+    options.function = wmf_gd_function;
+    wmfAPI* created = nullptr;
+    const unsigned long flags =
+        WMF_OPT_FUNCTION | WMF_OPT_IGNORE_NONFATAL | WMF_OPT_NO_ERROR | WMF_OPT_NO_DEBUG;
+    if (wmf_api_create(&created, flags, &options) != wmf_E_None || created == nullptr)
+        return {};
+    // libwmf reads the bytes in place and never writes them.
+    QByteArray copy = bytes;
+    if (wmf_mem_open(created, reinterpret_cast<unsigned char*>(copy.data()), copy.size()) !=
+        wmf_E_None) {
+        wmf_api_destroy(created);
+        return {};
+    }
+    const Api api(created);
+    // Drawn into a PNG in memory: libwmf then frees its own canvas.
+    QByteArray png;
+    wmf_gd_t* device = WMF_GD_GetData(api.get());
+    device->type = wmf_gd_png;
+    device->flags |= WMF_GD_OUTPUT_MEMORY | WMF_GD_OWN_BUFFER;
+    device->sink.context = &png;
+    device->sink.function = appendTo;
+    wmfD_Rect box{};
+    unsigned int width = 0;
+    unsigned int height = 0;
+    if (wmf_scan(api.get(), 0, &box) != wmf_E_None ||
+        wmf_display_size(api.get(), &width, &height, pixelsPerInch, pixelsPerInch) != wmf_E_None ||
+        width == 0 || height == 0)
+        return {};
+    const double scale = std::min(1.0, maxSide / static_cast<double>(std::max(width, height)));
+    device->bbox = box;
+    device->width = std::max(1u, static_cast<unsigned int>(std::lround(width * scale)));
+    device->height = std::max(1u, static_cast<unsigned int>(std::lround(height * scale)));
+    if (wmf_play(api.get(), 0, &box) != wmf_E_None)
+        return {};
+    return QImage::fromData(png, "PNG");
+}
+
+} // namespace kelvane::Metafiles

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+
+namespace kelvane::Metafiles {
+
+// Windows metafiles (WMF) are drawings, not pictures of pixels: documents from office suites
+// hold them for clip art and pasted charts. True when the bytes start like one, with or
+// without the placeable header.
+bool isWindowsMetafile(const QByteArray& bytes);
+
+// The drawing rendered to pixels on white, about 150 per inch and no more than `maxSide` on a
+// side, or a null image when it cannot be drawn.
+QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide = 1200);
+
+} // namespace kelvane::Metafiles
