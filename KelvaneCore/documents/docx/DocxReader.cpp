@@ -153,11 +153,8 @@ void BodyReader::beginParagraph(const ParagraphProperties& direct) {
     block.merge(direct.block);
     QTextCharFormat chars = style.chars;
     int heading = style.headingLevel;
-    if (direct.outlineLevel) {
+    if (direct.outlineLevel)
         heading = headingLevelOfOutline(*direct.outlineLevel);
-        if (heading > 0 && style.headingLevel == 0)
-            chars.merge(headingCharFormat(heading));
-    }
     block.setHeadingLevel(heading);
     if (pendingPageBreak_)
         block.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);

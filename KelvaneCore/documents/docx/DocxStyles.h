@@ -45,8 +45,6 @@ ParagraphProperties readParagraphProperties(QXmlStreamReader& xml);
 
 // The heading level (1-6, or 0) a paragraph's own outline level gives it.
 int headingLevelOfOutline(int outlineLevel);
-// The characters of a heading, on top of which its style's run properties go.
-QTextCharFormat headingCharFormat(int level);
 
 // styles.xml: document defaults, paragraph and character styles with basedOn inheritance.
 class Styles {

@@ -17,6 +17,7 @@ namespace {
 
 constexpr int maxInheritance = 32; // parent chains are short; a longer one is a loop
 constexpr double defaultPointSize = 12.0;
+constexpr double maxLinePoints = 1584; // 22 inches, a line as tall as the tallest page
 
 QString styleKey(QStringView family, const QString& name) {
     return family.toString() + u'/' + name;
@@ -99,8 +100,34 @@ Qt::Alignment alignment(QStringView value) {
     return Qt::AlignLeft;
 }
 
+double linePixels(double points) {
+    return Units::pixelsFromPoints(std::clamp(points, 0.0, maxLinePoints));
+}
+
+// "150%", "0.6cm" (exact), or the least height or the gap between lines.
+void readLineHeight(const QXmlStreamAttributes& attributes, QTextBlockFormat& format) {
+    const QStringView height = valueOf(attributes, ns::fo, "line-height");
+    if (const auto percent = percentage(height))
+        format.setLineHeight(*percent, QTextBlockFormat::ProportionalHeight);
+    else if (auto exact = pointsFromLength(height); exact && *exact > 0)
+        format.setLineHeight(linePixels(*exact), QTextBlockFormat::FixedHeight);
+    else if (height == u"normal")
+        format.setLineHeight(0, QTextBlockFormat::SingleHeight);
+    if (auto least = pointsFromLength(valueOf(attributes, ns::style, "line-height-at-least")))
+        format.setLineHeight(linePixels(*least), QTextBlockFormat::MinimumHeight);
+    if (auto gap = pointsFromLength(valueOf(attributes, ns::style, "line-spacing")))
+        format.setLineHeight(linePixels(*gap), QTextBlockFormat::LineDistanceHeight);
+}
+
 void readParagraphProperties(const QXmlStreamReader& xml, QTextBlockFormat& format) {
     const auto attributes = xml.attributes();
+    if (auto top = pointsFromLength(valueOf(attributes, ns::fo, "margin-top")))
+        format.setTopMargin(Units::pixelsFromPoints(std::max(0.0, *top)));
+    if (auto bottom = pointsFromLength(valueOf(attributes, ns::fo, "margin-bottom")))
+        format.setBottomMargin(Units::pixelsFromPoints(std::max(0.0, *bottom)));
+    if (auto right = pointsFromLength(valueOf(attributes, ns::fo, "margin-right")))
+        format.setRightMargin(Units::pixelsFromPoints(*right));
+    readLineHeight(attributes, format);
     if (has(attributes, ns::fo, "text-align"))
         format.setAlignment(alignment(valueOf(attributes, ns::fo, "text-align")));
     if (auto left = pointsFromLength(valueOf(attributes, ns::fo, "margin-left")))

@@ -57,6 +57,10 @@ public:
     // The levels of a list style; bullets for a list style the document does not define.
     ListNumbering::Levels listLevels(const QString& listName) const;
 
+    // Whether the document defines a style of this family and name.
+    bool defines(QStringView family, const QString& name) const {
+        return find(family, name) != nullptr;
+    }
     // The font of the default paragraph style, when it names a family.
     std::optional<QFont> defaultFont() const;
 
