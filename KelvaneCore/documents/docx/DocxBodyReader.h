@@ -122,7 +122,8 @@ private:
     bool placeCell(Table& table, int& column, const CellProperties& properties);
     void skipRest();
 
-    void startBlock(const QTextBlockFormat& block, const QTextCharFormat& chars);
+    void startBlock(QTextBlockFormat block, const QTextCharFormat& chars);
+    void endSection(const Section& section);
     void beforeContent();
     void write(const QString& text, const QTextCharFormat& format);
     void countBlocks(int count);
@@ -144,6 +145,10 @@ private:
     bool blockUnused_ = true; // the cursor's block is still empty and awaits a paragraph
     bool hasContent_ = false; // the current paragraph has shown something
     bool pendingPageBreak_ = false;
+    // Where the current section's first block starts; -1 until the block after a section's
+    // end is started, which starts a new page unless the break was continuous.
+    int sectionStart_ = 0;
+    bool sectionOnNewPage_ = false;
     int tableNesting_ = 0;
     int blocks_ = 0;
 };

@@ -123,6 +123,8 @@ void BodyReader::readBlockElement(int depth) {
         readTable(depth + 1);
     else if (isW(xml_, u"r") || isW(xml_, u"hyperlink"))
         readInline(depth + 1, paragraphChars_); // run-level markup straight in a container
+    else if (isW(xml_, u"sectPr") && depth == 1)
+        endSection(readSection(xml_)); // the last section's
     else if (isSkipped(xml_))
         xml_.skipCurrentElement();
     else
@@ -179,6 +181,8 @@ void BodyReader::beginParagraph(const ParagraphProperties& direct) {
         block.clearProperty(QTextFormat::TextIndent);
     }
     startBlock(block, chars);
+    if (direct.section)
+        endSection(*direct.section);
     if (look)
         joinList(numId, level, *look);
     paragraphChars_ = chars;
@@ -378,7 +382,9 @@ void BodyReader::insertImage(const PictureReference& picture) {
         write(u'[' + picture.description.simplified() + u']', paragraphChars_);
 }
 
-void BodyReader::startBlock(const QTextBlockFormat& block, const QTextCharFormat& chars) {
+void BodyReader::startBlock(QTextBlockFormat block, const QTextCharFormat& chars) {
+    if (sectionStart_ < 0 && sectionOnNewPage_)
+        block.setPageBreakPolicy(block.pageBreakPolicy() | QTextFormat::PageBreak_AlwaysBefore);
     if (blockUnused_) {
         cursor_.setBlockFormat(block);
         cursor_.setBlockCharFormat(chars);
@@ -387,6 +393,21 @@ void BodyReader::startBlock(const QTextBlockFormat& block, const QTextCharFormat
         cursor_.insertBlock(block, chars);
     }
     blockUnused_ = false;
+    if (sectionStart_ < 0)
+        sectionStart_ = cursor_.block().position();
+}
+
+// The section from sectionStart_ to here takes its page, and the next block starts another.
+void BodyReader::endSection(const Section& section) {
+    if (sectionStart_ < 0)
+        return; // nothing since the last section's end
+    if (section.page) {
+        QTextBlockFormat marked;
+        SectionPages::mark(marked, *section.page);
+        QTextCursor(cursor_.document()->findBlock(sectionStart_)).mergeBlockFormat(marked);
+    }
+    sectionStart_ = -1;
+    sectionOnNewPage_ = section.newPage;
 }
 
 // A page break inside a paragraph's text splits it: the rest begins on the next page.

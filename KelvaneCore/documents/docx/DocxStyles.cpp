@@ -245,6 +245,9 @@ ParagraphProperties readParagraphProperties(QXmlStreamReader& xml) {
         else if (isW(xml, u"numPr")) {
             readNumberingProperties(xml, properties);
             continue;
+        } else if (isW(xml, u"sectPr")) {
+            properties.section = readSection(xml);
+            continue;
         }
         xml.skipCurrentElement();
     }

@@ -170,5 +170,23 @@ TEST(DocumentFixtures, TablesKeepTheirLinesAndMergedCells) {
     EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2);
 }
 
+// A landscape section between portrait ones: each starts a page of its own orientation.
+TEST(DocumentFixtures, SectionsLayOutOnPagesOfTheirOwnOrientation) {
+    TempFolder temp;
+    for (const char* name : {"layout.docx"}) {
+        const fs::path copy = temp / name;
+        fs::copy_file(folder / name, copy);
+        const PdfProbe pdf(DocumentTools::convert(copy, Recipe::docToPDF, {}));
+        ASSERT_EQ(pdf.pageCount(), 3) << name;
+        for (int page = 0; page < 3; ++page) {
+            const QSizeF size = pdf.pageSize(page);
+            EXPECT_EQ(size.width() > size.height(), page == 1) << name << " page " << page;
+            EXPECT_NEAR(std::max(size.width(), size.height()), 792, 0.5) << name; // Letter
+        }
+        EXPECT_TRUE(pdf.text(1).startsWith("Landscape page")) << name;
+        EXPECT_TRUE(pdf.text(2).startsWith("Portrait again")) << name;
+    }
+}
+
 } // namespace
 } // namespace kelvane
