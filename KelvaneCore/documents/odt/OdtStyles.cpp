@@ -238,6 +238,14 @@ void Styles::read(const QByteArray& bytes) {
             readStyle(xml, defaultParagraph_.emplace());
         } else if (isElement(xml, ns::text, u"list-style")) {
             readListStyle(xml, attribute(xml, ns::style, "name"));
+        } else if (isElement(xml, ns::style, u"page-layout")) {
+            readPageLayout(xml, attribute(xml, ns::style, "name"));
+        } else if (isElement(xml, ns::style, u"master-page")) {
+            const QString name = attribute(xml, ns::style, "name");
+            masterPages_[name] = attribute(xml, ns::style, "page-layout-name");
+            if (firstMaster_.isEmpty() || name == u"Standard")
+                firstMaster_ = name;
+            xml.skipCurrentElement();
         }
     }
     if (xml.hasError())
@@ -247,6 +255,7 @@ void Styles::read(const QByteArray& bytes) {
 void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
     style.parent = attribute(xml, ns::style, "parent-style-name");
     style.listStyle = attribute(xml, ns::style, "list-style-name");
+    style.masterPage = attribute(xml, ns::style, "master-page-name");
     while (xml.readNextStartElement()) {
         if (isElement(xml, ns::style, u"text-properties")) {
             const auto attributes = xml.attributes();
@@ -324,6 +333,15 @@ void Styles::applyParagraph(const QString& name, QTextBlockFormat& format) const
         chain.push_back(style);
     for (auto style = chain.rbegin(); style != chain.rend(); ++style)
         format.merge((*style)->paragraph);
+    const auto master = std::find_if(chain.begin(), chain.end(), [](const Style* style) {
+        return !style->masterPage.isEmpty();
+    });
+    if (master == chain.end())
+        return;
+    if (const auto page = pageOfMaster((*master)->masterPage)) {
+        SectionPages::mark(format, *page);
+        format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    }
 }
 
 QString Styles::listStyleOfParagraph(const QString& name) const {

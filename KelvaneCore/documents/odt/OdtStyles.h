@@ -1,6 +1,7 @@
 #pragma once
 
 #include "documents/ListNumbering.h"
+#include "documents/SectionPages.h"
 
 #include <QByteArray>
 #include <QFont>
@@ -50,7 +51,8 @@ public:
     // Applies the text properties of a "text" or "paragraph" style and its ancestors on top
     // of `format`; relative font sizes scale the size `format` already has.
     void applyText(QStringView family, const QString& name, QTextCharFormat& format) const;
-    // Alignment, left margin, first-line indent and page breaks of a paragraph style.
+    // Alignment, margins, spacing and page breaks of a paragraph style, and the page it
+    // starts when it names a master page.
     void applyParagraph(const QString& name, QTextBlockFormat& format) const;
     // The list style a paragraph style attaches its paragraphs to, or empty.
     QString listStyleOfParagraph(const QString& name) const;
@@ -63,12 +65,15 @@ public:
     }
     // The font of the default paragraph style, when it names a family.
     std::optional<QFont> defaultFont() const;
+    // The page the text starts on: that of the master page "Standard", or the first one.
+    std::optional<SectionPages::Page> firstPage() const;
 
 private:
     struct Style {
         QString parent;
         QString listStyle;
-        QString fontName; // a style:font-face name, resolved on use
+        QString fontName;   // a style:font-face name, resolved on use
+        QString masterPage; // the page a paragraph of this style starts
         std::optional<double> sizePercent;
         QTextCharFormat text;
         QTextBlockFormat paragraph;
@@ -76,6 +81,8 @@ private:
 
     void readStyle(QXmlStreamReader& xml, Style& style);
     void readListStyle(QXmlStreamReader& xml, const QString& name);
+    void readPageLayout(QXmlStreamReader& xml, const QString& name);
+    std::optional<SectionPages::Page> pageOfMaster(const QString& name) const;
     void applyTextOf(const Style& style, QTextCharFormat& format) const;
     const Style* find(QStringView family, const QString& name) const;
 
@@ -83,6 +90,9 @@ private:
     std::map<QString, Style> styles_;                              // keyed by family, '/', name
     std::map<QString, std::map<int, ListNumbering::Level>> lists_; // by level, from 1
     std::optional<Style> defaultParagraph_;
+    std::map<QString, SectionPages::Page> pageLayouts_;
+    std::map<QString, QString> masterPages_; // master page to page layout
+    QString firstMaster_;
 };
 
 } // namespace kelvane::Odt

@@ -1,0 +1,51 @@
+#include "documents/odt/OdtStyles.h"
+
+#include <QXmlStreamReader>
+
+#include <algorithm>
+
+// Page layouts and the master pages that name them.
+namespace kelvane::Odt {
+namespace {
+
+constexpr double maxPagePoints = 1584; // 22 inches
+
+double lengthOf(const QXmlStreamReader& xml, const char* name, double otherwise) {
+    const auto points = pointsFromLength(attribute(xml, ns::fo, name));
+    return points ? std::clamp(*points, 0.0, maxPagePoints) : otherwise;
+}
+
+} // namespace
+
+void Styles::readPageLayout(QXmlStreamReader& xml, const QString& name) {
+    while (xml.readNextStartElement()) {
+        if (isElement(xml, ns::style, u"page-layout-properties")) {
+            constexpr double inch = 72;
+            QSizeF size(lengthOf(xml, "page-width", 0), lengthOf(xml, "page-height", 0));
+            const bool landscape = attribute(xml, ns::style, "print-orientation") == u"landscape";
+            if (landscape && size.width() < size.height())
+                size.transpose();
+            const double margin = lengthOf(xml, "margin", inch);
+            const QMarginsF margins(
+                lengthOf(xml, "margin-left", margin), lengthOf(xml, "margin-top", margin),
+                lengthOf(xml, "margin-right", margin), lengthOf(xml, "margin-bottom", margin));
+            if (size.width() > 0 && size.height() > 0)
+                pageLayouts_[name] = {size, margins};
+        }
+        xml.skipCurrentElement();
+    }
+}
+
+std::optional<SectionPages::Page> Styles::pageOfMaster(const QString& name) const {
+    const auto master = masterPages_.find(name);
+    if (master == masterPages_.end())
+        return std::nullopt;
+    const auto layout = pageLayouts_.find(master->second);
+    return layout != pageLayouts_.end() ? std::optional(layout->second) : std::nullopt;
+}
+
+std::optional<SectionPages::Page> Styles::firstPage() const {
+    return pageOfMaster(firstMaster_);
+}
+
+} // namespace kelvane::Odt
