@@ -5,11 +5,14 @@
 #include "documents/docx/DocxStyles.h"
 #include "documents/docx/Ooxml.h"
 
+#include <QColor>
 #include <QPointer>
 #include <QTextCursor>
+#include <QTextFormat>
 #include <QXmlStreamReader>
 
 #include <map>
+#include <optional>
 #include <vector>
 
 class QTextDocument;
@@ -63,8 +66,10 @@ struct Table {
     // for the whole grid, as QTextTable loses track of cells when rows are appended below
     // merged ones.
     std::map<std::pair<int, int>, std::pair<int, int>> merges;
-    bool bordered = false; // a table or cell border, or a grid style, draws lines
-    int headerRows = 0;    // rows at the top repeated on every page
+    std::vector<double> columnWidths; // twips, from the grid
+    std::optional<QTextLength> width; // as the table's properties give it
+    bool bordered = false;            // a table or cell border, or a grid style, draws lines
+    int headerRows = 0;               // rows at the top repeated on every page
 };
 
 // Walks w:body into a QTextDocument, one cursor moving through paragraphs and table cells.
@@ -115,6 +120,7 @@ private:
         bool merged = false; // part of a vertical merge
         bool restart = false;
         bool bordered = false;
+        QColor shading; // invalid when the cell is not shaded
     };
     void readCell(int depth, Table& table, int& column);
     CellProperties readCellProperties();

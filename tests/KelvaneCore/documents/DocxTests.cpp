@@ -79,9 +79,9 @@ const QByteArray lists = listItem(1, 0, "Apples") + listItem(1, 1, "Green") +
                          listItem(2, 1, "Sub") + listItem(2, 0, "Second");
 
 const QByteArray tableLinkAndImage = R"(
-<w:tbl><w:tblPr/><w:tblGrid><w:gridCol w:w="2000"/><w:gridCol w:w="2000"/></w:tblGrid>
+<w:tbl><w:tblPr/><w:tblGrid><w:gridCol w:w="1000"/><w:gridCol w:w="3000"/></w:tblGrid>
  <w:tr><w:tc><w:p><w:r><w:t>Name</w:t></w:r></w:p></w:tc>
-  <w:tc><w:p><w:r><w:rPr><w:b/></w:rPr><w:t>Value</w:t></w:r></w:p></w:tc></w:tr>
+  <w:tc><w:tcPr><w:shd w:val="clear" w:color="auto" w:fill="D9E2F3"/></w:tcPr><w:p><w:r><w:rPr><w:b/></w:rPr><w:t>Value</w:t></w:r></w:p></w:tc></w:tr>
  <w:tr><w:tc><w:p><w:r><w:t>Width</w:t></w:r></w:p></w:tc>
   <w:tc><w:p><w:r><w:t>42</w:t></w:r></w:p><w:p><w:r><w:t>cm</w:t></w:r></w:p></w:tc></w:tr></w:tbl>
 <w:p><w:r><w:t xml:space="preserve">See </w:t></w:r><w:hyperlink r:id="rIdLink"><w:r><w:t>the site</w:t></w:r></w:hyperlink>
@@ -269,6 +269,14 @@ TEST(DocxReader, ReadsTablesLinksAndImagesWithTheirOriginalBytes) {
     TempFolder temp;
     const auto document = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
     expectTableLinkAndImage(*document);
+    // The grid's widths, a quarter and three quarters of 4000 twips, and the shaded cell.
+    const QTextTable* table = find(*document, "Width").currentTable();
+    const QTextTableFormat format = table->format();
+    ASSERT_EQ(format.columnWidthConstraints().size(), 2);
+    EXPECT_NEAR(format.columnWidthConstraints()[0].rawValue(), 25, 0.01);
+    EXPECT_NEAR(format.width().rawValue(), Units::pixelsFromPoints(200), 0.01);
+    EXPECT_EQ(table->cellAt(0, 1).format().background().color(), QColor(0xd9, 0xe2, 0xf3));
+    EXPECT_EQ(table->cellAt(0, 0).format().background().style(), Qt::NoBrush);
 }
 
 const QByteArray mergedTable = R"(
