@@ -153,16 +153,23 @@ public:
     }
 
     // Draws the first `count` pages of a laid-out document, as far as the page limit allows.
-    void draw(QTextDocument& document, int count) {
-        if (!painter_.isActive()) {
-            painter_.begin(&writer_);
-            // Pictures go in as they are, not re-encoded as JPEG.
-            painter_.setRenderHint(QPainter::LosslessImageRendering);
-        }
-        for (int page = 0; page < count && drawn_ < maxPages; ++page, ++drawn_) {
-            if (drawn_ > 0)
-                writer_.newPage();
-            drawPage(painter_, document, geometry_, page);
+    void drawFirst(QTextDocument& document, int count) {
+        for (int page = 0; page < count && !full(); ++page)
+            draw(document, page);
+    }
+
+    // Draws a document page by page, laid out only as far as the pages drawn: a long one
+    // stops at the page limit without being laid out whole.
+    void drawWhole(QTextDocument& document) {
+        auto* layout = document.documentLayout();
+        QTextBlock next = document.begin();
+        for (int page = 0; !full(); ++page) {
+            draw(document, page);
+            const double bottom = (page + 1) * pageHeight();
+            while (next.isValid() && layout->blockBoundingRect(next).bottom() <= bottom)
+                next = next.next();
+            if (!next.isValid())
+                break;
         }
     }
 
@@ -179,6 +186,17 @@ public:
     }
 
 private:
+    void draw(QTextDocument& document, int page) {
+        if (!painter_.isActive()) {
+            painter_.begin(&writer_);
+            // Pictures go in as they are, not re-encoded as JPEG.
+            painter_.setRenderHint(QPainter::LosslessImageRendering);
+        }
+        if (drawn_++ > 0)
+            writer_.newPage();
+        drawPage(painter_, document, geometry_, page);
+    }
+
     PageGeometry geometry_;
     QByteArray bytes_;
     QBuffer buffer_;
@@ -303,7 +321,7 @@ QByteArray pdf(const QTextDocument& source, PageSize pageSize) {
         std::unique_ptr<QTextDocument> document = sectionOf(source, sections[i].start, end);
         pages.turnTo(sections[i].geometry);
         pages.lay(*document);
-        pages.draw(*document, std::max(1, document->pageCount()));
+        pages.drawWhole(*document);
         // The layout keeps a pointer to the writer; drop it before the writer goes.
         document->documentLayout()->setPaintDevice(nullptr);
     }
@@ -330,7 +348,7 @@ QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSiz
                 count = carry->second;
             }
         }
-        pages.draw(slice, std::max(1, count));
+        pages.drawFirst(slice, std::max(1, count));
         slice.documentLayout()->setPaintDevice(nullptr);
         if (last)
             break;
