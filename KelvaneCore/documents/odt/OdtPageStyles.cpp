@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-// Page layouts and the master pages that name them.
+// Page layouts and the master pages that name them; the widths and backgrounds of tables.
 namespace kelvane::Odt {
 namespace {
 
@@ -42,6 +42,16 @@ std::optional<SectionPages::Page> Styles::pageOfMaster(const QString& name) cons
         return std::nullopt;
     const auto layout = pageLayouts_.find(master->second);
     return layout != pageLayouts_.end() ? std::optional(layout->second) : std::nullopt;
+}
+
+std::optional<double> Styles::columnWidth(const QString& name) const {
+    const Style* style = find(u"table-column", name);
+    return style != nullptr ? style->columnWidth : std::nullopt;
+}
+
+QColor Styles::cellBackground(const QString& name) const {
+    const Style* style = find(u"table-cell", name);
+    return style != nullptr ? style->background : QColor();
 }
 
 std::optional<SectionPages::Page> Styles::firstPage() const {

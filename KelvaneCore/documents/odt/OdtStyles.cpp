@@ -276,6 +276,11 @@ void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
             style.fontName = valueOf(attributes, ns::style, "font-name").toString();
         } else if (isElement(xml, ns::style, u"paragraph-properties")) {
             readParagraphProperties(xml, style.paragraph);
+        } else if (isElement(xml, ns::style, u"table-column-properties")) {
+            style.columnWidth = pointsFromLength(attribute(xml, ns::style, "column-width"));
+        } else if (isElement(xml, ns::style, u"table-cell-properties")) {
+            if (const QColor colour(attribute(xml, ns::fo, "background-color")); colour.isValid())
+                style.background = colour;
         }
         xml.skipCurrentElement();
     }

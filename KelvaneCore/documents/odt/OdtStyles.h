@@ -4,6 +4,7 @@
 #include "documents/SectionPages.h"
 
 #include <QByteArray>
+#include <QColor>
 #include <QFont>
 #include <QString>
 #include <QTextFormat>
@@ -65,6 +66,10 @@ public:
     }
     // The font of the default paragraph style, when it names a family.
     std::optional<QFont> defaultFont() const;
+    // The width a table-column style gives its columns, in points.
+    std::optional<double> columnWidth(const QString& name) const;
+    // The background a table-cell style paints, or an invalid colour.
+    QColor cellBackground(const QString& name) const;
     // The page the text starts on: that of the master page "Standard", or the first one.
     std::optional<SectionPages::Page> firstPage() const;
 
@@ -72,8 +77,10 @@ private:
     struct Style {
         QString parent;
         QString listStyle;
-        QString fontName;   // a style:font-face name, resolved on use
-        QString masterPage; // the page a paragraph of this style starts
+        QString fontName;                  // a style:font-face name, resolved on use
+        QString masterPage;                // the page a paragraph of this style starts
+        std::optional<double> columnWidth; // points
+        QColor background;                 // of table cells
         std::optional<double> sizePercent;
         QTextCharFormat text;
         QTextBlockFormat paragraph;

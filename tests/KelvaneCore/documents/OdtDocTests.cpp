@@ -68,6 +68,12 @@ const QByteArray commonStyles =
 
 const QByteArray automaticStyles =
     "<office:font-face-decls/>"
+    "<style:style style:name=\"Narrow\" style:family=\"table-column\">"
+    "<style:table-column-properties style:column-width=\"1in\"/></style:style>"
+    "<style:style style:name=\"Wide\" style:family=\"table-column\">"
+    "<style:table-column-properties style:column-width=\"2in\"/></style:style>"
+    "<style:style style:name=\"Shaded\" style:family=\"table-cell\">"
+    "<style:table-cell-properties fo:background-color=\"#ddeeff\"/></style:style>"
     "<style:style style:name=\"P1\" style:family=\"paragraph\" style:parent-style-name=\"Body\">"
     "<style:paragraph-properties fo:text-align=\"center\" fo:break-before=\"page\" "
     "fo:margin-top=\"0.5in\" fo:margin-bottom=\"6pt\" fo:line-height=\"150%\"/></style:style>"
@@ -93,10 +99,12 @@ const QByteArray body =
     "</text:list-item></text:list></text:list-item><text:list-item><text:p>one-b</text:p>"
     "</text:list-item></text:list></text:list-item><text:list-item><text:p>two</text:p>"
     "<text:p>two continued</text:p></text:list-item></text:list>"
-    "<table:table><table:table-column table:number-columns-repeated=\"3\"/>"
+    "<table:table><table:table-column table:style-name=\"Narrow\"/><table:table-column "
+    "table:style-name=\"Wide\" table:number-columns-repeated=\"2\"/>"
     "<table:table-header-rows><table:table-row><table:table-cell "
     "table:number-columns-spanned=\"2\"><text:p>wide</text:p></table:table-cell>"
-    "<table:covered-table-cell/><table:table-cell><text:p>H3</text:p></table:table-cell>"
+    "<table:covered-table-cell/><table:table-cell table:style-name=\"Shaded\"><text:p>H3</text:p>"
+    "</table:table-cell>"
     "</table:table-row></table:table-header-rows><table:table-row><table:table-cell "
     "table:number-columns-repeated=\"2\"><text:p>same</text:p></table:table-cell>"
     "<table:table-cell><text:p><text:span text:style-name=\"T1\">B</text:span></text:p>"
@@ -226,6 +234,12 @@ TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
     EXPECT_EQ(cellText(table, 0, 0), "wide");
     EXPECT_EQ(cellText(table, 0, 1), "");
     EXPECT_EQ(cellText(table, 0, 2), "H3");
+    // Columns of one and two inches, and a shaded cell.
+    ASSERT_EQ(table->format().columnWidthConstraints().size(), 3);
+    EXPECT_NEAR(table->format().columnWidthConstraints()[0].rawValue(), 20, 0.01);
+    EXPECT_NEAR(table->format().width().rawValue(), 480, 0.01);
+    EXPECT_EQ(table->cellAt(0, 2).format().background().color(), QColor("#ddeeff"));
+    EXPECT_EQ(table->cellAt(1, 0).format().background().style(), Qt::NoBrush);
     EXPECT_EQ(cellText(table, 1, 0), "same");
     EXPECT_EQ(cellText(table, 1, 1), "same");
     EXPECT_EQ(cellText(table, 3, 0), "r");
