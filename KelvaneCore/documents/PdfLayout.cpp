@@ -4,6 +4,7 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QBuffer>
+#include <QFont>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QTextBlock>
@@ -24,6 +25,7 @@ constexpr double marginPoints = 64;
 constexpr double minPagePoints = 144;
 constexpr double maxPagePoints = 1584; // 22 inches
 constexpr double minTextPoints = 72;
+constexpr double marginTextPoints = 9; // headers and footers
 constexpr int maxPages = 5000;
 // Sections on pages unlike their neighbours'; beyond these the rest share the last one's.
 constexpr std::size_t maxSections = 200;
@@ -35,6 +37,8 @@ struct PageGeometry {
     QSizeF page;     // points
     QSizeF textArea; // device pixels
     QPointF origin;  // device pixels, the text area's top-left corner
+    QString header;  // drawn in the top margin, SectionPages::pageNumberMark for the number
+    QString footer;  // in the bottom margin
     bool operator==(const PageGeometry&) const = default;
 };
 
@@ -50,7 +54,9 @@ PageGeometry geometryOf(QSizeF page, QMarginsF margins) {
         inLayoutSteps(Units::pixelsFromPoints(page.height() - margins.top() - margins.bottom())));
     return {page,
             textArea,
-            {Units::pixelsFromPoints(margins.left()), Units::pixelsFromPoints(margins.top())}};
+            {Units::pixelsFromPoints(margins.left()), Units::pixelsFromPoints(margins.top())},
+            {},
+            {}};
 }
 
 PageGeometry geometryOf(PageSize size) {
@@ -86,7 +92,10 @@ PageGeometry geometryOf(const SectionPages::Page& section, PageSize paper) {
     if (size.width() - margins.left() - margins.right() < minTextPoints ||
         size.height() - margins.top() - margins.bottom() < minTextPoints)
         margins = {marginPoints, marginPoints, marginPoints, marginPoints};
-    return geometryOf(size, margins);
+    PageGeometry geometry = geometryOf(size, margins);
+    geometry.header = section.header;
+    geometry.footer = section.footer;
+    return geometry;
 }
 
 // A line moved to the next page starts exactly on the boundary, and the layout draws lines
@@ -100,6 +109,30 @@ void drawPage(QPainter& painter, QTextDocument& document, const PageGeometry& ge
     painter.save();
     painter.translate(geometry.origin.x(), geometry.origin.y() - top);
     document.drawContents(&painter, clip);
+    painter.restore();
+}
+
+// A header or footer line, centred in the margin above or below the text, with the page's
+// number in place of its page number field.
+void drawMarginText(QPainter& painter, const PageGeometry& geometry, const QString& line,
+                    bool above, int pageNumber) {
+    if (line.isEmpty())
+        return;
+    QString text = line;
+    text.replace(SectionPages::pageNumberMark, QString::number(pageNumber));
+    const double pageHeight = Units::pixelsFromPoints(geometry.page.height());
+    const double textBottom = geometry.origin.y() + geometry.textArea.height();
+    const QRectF area =
+        above ? QRectF(geometry.origin.x(), 0, geometry.textArea.width(), geometry.origin.y())
+              : QRectF(geometry.origin.x(), textBottom, geometry.textArea.width(),
+                       pageHeight - textBottom);
+    QFont font(QStringLiteral("Liberation Sans"));
+    font.setPointSizeF(marginTextPoints);
+    font.setStyleStrategy(QFont::PreferNoShaping);
+    painter.save();
+    painter.setFont(font);
+    painter.setPen(Qt::black);
+    painter.drawText(area, Qt::AlignCenter | Qt::TextSingleLine, text);
     painter.restore();
 }
 
@@ -195,6 +228,8 @@ private:
         if (drawn_++ > 0)
             writer_.newPage();
         drawPage(painter_, document, geometry_, page);
+        drawMarginText(painter_, geometry_, geometry_.header, true, drawn_);
+        drawMarginText(painter_, geometry_, geometry_.footer, false, drawn_);
     }
 
     PageGeometry geometry_;

@@ -2,6 +2,7 @@
 
 #include <QMarginsF>
 #include <QSizeF>
+#include <QString>
 #include <QTextFormat>
 #include <QVariantList>
 
@@ -14,25 +15,33 @@ namespace kelvane::SectionPages {
 
 constexpr int property = QTextFormat::UserProperty + 2;
 
+// Stands in a header or footer for the number of the page it is drawn on.
+constexpr QChar pageNumberMark(0xE000);
+
 struct Page {
     QSizeF size;       // points, width across the page as it is read
     QMarginsF margins; // points
+    QString header;    // one line of text drawn above the text on each page, or empty
+    QString footer;    // and below it
     bool operator==(const Page&) const = default;
 };
 
 inline void mark(QTextBlockFormat& format, const Page& page) {
-    format.setProperty(property, QVariantList{page.size.width(), page.size.height(),
-                                              page.margins.left(), page.margins.top(),
-                                              page.margins.right(), page.margins.bottom()});
+    format.setProperty(property,
+                       QVariantList{page.size.width(), page.size.height(), page.margins.left(),
+                                    page.margins.top(), page.margins.right(), page.margins.bottom(),
+                                    page.header, page.footer});
 }
 
 inline std::optional<Page> pageOf(const QTextBlockFormat& format) {
     const QVariantList values = format.property(property).toList();
-    if (values.size() != 6)
+    if (values.size() != 8)
         return std::nullopt;
     return Page{
         {values[0].toDouble(), values[1].toDouble()},
-        {values[2].toDouble(), values[3].toDouble(), values[4].toDouble(), values[5].toDouble()}};
+        {values[2].toDouble(), values[3].toDouble(), values[4].toDouble(), values[5].toDouble()},
+        values[6].toString(),
+        values[7].toString()};
 }
 
 } // namespace kelvane::SectionPages

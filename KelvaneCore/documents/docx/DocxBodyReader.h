@@ -130,6 +130,7 @@ private:
 
     void startBlock(QTextBlockFormat block, const QTextCharFormat& chars);
     void endSection(const Section& section);
+    QString partText(const QString& relationshipId) const;
     void beforeContent();
     void write(const QString& text, const QTextCharFormat& format);
     void countBlocks(int count);

@@ -397,13 +397,26 @@ void BodyReader::startBlock(QTextBlockFormat block, const QTextCharFormat& chars
         sectionStart_ = cursor_.block().position();
 }
 
+// The text of the header or footer part a relationship names.
+QString BodyReader::partText(const QString& relationshipId) const {
+    const auto relationship = relationships_.find(relationshipId);
+    if (relationshipId.isEmpty() || relationship == relationships_.end() ||
+        relationship->second.target.empty())
+        return {};
+    const auto part = zip_.part(relationship->second.target);
+    return part ? headerFooterText(*part) : QString();
+}
+
 // The section from sectionStart_ to here takes its page, and the next block starts another.
 void BodyReader::endSection(const Section& section) {
     if (sectionStart_ < 0)
         return; // nothing since the last section's end
     if (section.page) {
+        SectionPages::Page page = *section.page;
+        page.header = partText(section.headerId);
+        page.footer = partText(section.footerId);
         QTextBlockFormat marked;
-        SectionPages::mark(marked, *section.page);
+        SectionPages::mark(marked, page);
         QTextCursor(cursor_.document()->findBlock(sectionStart_)).mergeBlockFormat(marked);
     }
     sectionStart_ = -1;

@@ -38,14 +38,50 @@ Section readSection(QXmlStreamReader& xml) {
         } else if (isW(xml, u"pgMar")) {
             margins = {pointsOf(xml, u"left"), pointsOf(xml, u"top"), pointsOf(xml, u"right"),
                        pointsOf(xml, u"bottom")};
+        } else if (isW(xml, u"headerReference") || isW(xml, u"footerReference")) {
+            const QString type = Ooxml::wAttribute(xml, u"type");
+            if (type.isEmpty() || type == u"default")
+                (isW(xml, u"headerReference") ? section.headerId : section.footerId) =
+                    Ooxml::rAttribute(xml, u"id");
         } else if (isW(xml, u"type")) {
             section.newPage = Ooxml::wAttribute(xml, u"val") != u"continuous";
         }
         xml.skipCurrentElement();
     }
     if (size.width() > 0 && size.height() > 0)
-        section.page = SectionPages::Page{size, margins};
+        section.page = SectionPages::Page{size, margins, {}, {}};
     return section;
+}
+
+QString headerFooterText(const QByteArray& part) {
+    constexpr qsizetype maxCharacters = 500;
+    QXmlStreamReader xml(part);
+    QString text;
+    bool inPageField = false; // between a PAGE instruction and its field's end
+    while (!xml.atEnd() && text.size() < maxCharacters) {
+        xml.readNext();
+        if (xml.isEndElement() && isW(xml, u"p") && !text.isEmpty() && !text.endsWith(u' '))
+            text += u' ';
+        if (!xml.isStartElement())
+            continue;
+        if (isW(xml, u"fldSimple") &&
+            Ooxml::wAttribute(xml, u"instr").trimmed().startsWith(u"PAGE", Qt::CaseInsensitive)) {
+            text += SectionPages::pageNumberMark;
+            xml.skipCurrentElement();
+        } else if (isW(xml, u"instrText")) {
+            if (xml.readElementText().trimmed().startsWith(u"PAGE", Qt::CaseInsensitive)) {
+                text += SectionPages::pageNumberMark;
+                inPageField = true;
+            }
+        } else if (isW(xml, u"fldChar") && Ooxml::wAttribute(xml, u"fldCharType") == u"end") {
+            inPageField = false;
+        } else if (isW(xml, u"t") && !inPageField) {
+            text += xml.readElementText();
+        } else if (isW(xml, u"tab")) {
+            text += QStringLiteral("    ");
+        }
+    }
+    return xml.hasError() ? QString() : text.trimmed().left(maxCharacters);
 }
 
 } // namespace kelvane::Docx

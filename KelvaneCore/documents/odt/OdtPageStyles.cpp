@@ -30,7 +30,7 @@ void Styles::readPageLayout(QXmlStreamReader& xml, const QString& name) {
                 lengthOf(xml, "margin-left", margin), lengthOf(xml, "margin-top", margin),
                 lengthOf(xml, "margin-right", margin), lengthOf(xml, "margin-bottom", margin));
             if (size.width() > 0 && size.height() > 0)
-                pageLayouts_[name] = {size, margins};
+                pageLayouts_[name] = {size, margins, {}, {}};
         }
         xml.skipCurrentElement();
     }

@@ -1,7 +1,9 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/DocumentTools.h"
 #include "documents/Units.h"
 #include "fixtures/DocxFixtures.h"
+#include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
 #include <QElapsedTimer>
@@ -538,6 +540,36 @@ TEST(DocxReader, ResolvesStylesThroughCyclesAndMissingDefinitions) {
     EXPECT_EQ(blockOf(*document, "loop").blockFormat().headingLevel(), 0);
     EXPECT_EQ(blockOf(*document, "undefined").blockFormat().headingLevel(), 3);
     EXPECT_EQ(formatOf(*document, "undefined").fontWeight(), QFont::Bold);
+}
+
+// A portrait section and a landscape one, both with a footer numbering their pages.
+TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
+    const QByteArray footerReference = R"(<w:footerReference w:type="default" r:id="rIdFooter"/>)";
+    const QByteArray body =
+        R"(<w:p><w:pPr><w:sectPr>)" + footerReference +
+        R"(<w:pgSz w:w="12240" w:h="15840"/></w:sectPr></w:pPr><w:r><w:t>Upright</w:t></w:r></w:p>
+<w:p><w:r><w:t>Sideways</w:t></w:r></w:p><w:sectPr>)" +
+        footerReference + R"(<w:pgSz w:w="15840" w:h="12240" w:orient="landscape"/></w:sectPr>)";
+    const QByteArray footer = "<w:ftr" + docx::namespaces +
+                              R"(><w:p><w:r><w:t xml:space="preserve">Page </w:t></w:r>
+<w:r><w:fldChar w:fldCharType="begin"/></w:r><w:r><w:instrText> PAGE </w:instrText></w:r>
+<w:r><w:fldChar w:fldCharType="separate"/></w:r><w:r><w:t>9</w:t></w:r>
+<w:r><w:fldChar w:fldCharType="end"/></w:r></w:p></w:ftr>)";
+    TempFolder temp;
+    const auto document = DocumentFormats::readDocx(docx::write(
+        temp, "sections.docx",
+        docx::package(docx::documentPart(body),
+                      {{"word/_rels/document.xml.rels", docx::relationshipsPart(docx::relationship(
+                                                            "rIdFooter", "footer", "footer1.xml"))},
+                       {"word/footer1.xml", footer}})));
+    const fixtures::PdfProbe pdf(
+        writeBytes(temp, "sections.pdf", DocumentTools::pdf(*document, PageSize::a4)));
+    ASSERT_EQ(pdf.pageCount(), 2);
+    EXPECT_LT(pdf.pageSize(0).width(), pdf.pageSize(0).height());
+    EXPECT_GT(pdf.pageSize(1).width(), pdf.pageSize(1).height());
+    EXPECT_NEAR(pdf.pageSize(1).width(), 841.89, 0.5); // the chosen paper, turned
+    EXPECT_EQ(pdf.text(0).simplified(), "Upright Page 1");
+    EXPECT_EQ(pdf.text(1).simplified(), "Sideways Page 2");
 }
 
 } // namespace
