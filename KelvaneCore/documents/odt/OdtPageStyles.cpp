@@ -15,7 +15,48 @@ double lengthOf(const QXmlStreamReader& xml, const char* name, double otherwise)
     return points ? std::clamp(*points, 0.0, maxPagePoints) : otherwise;
 }
 
+// The text of the current style:header or style:footer on one line, to its end.
+QString marginText(QXmlStreamReader& xml) {
+    constexpr qsizetype maxCharacters = 500;
+    QString text;
+    for (int level = 1; level > 0 && !xml.atEnd();) {
+        xml.readNext();
+        if (xml.isEndElement()) {
+            --level;
+            if (isElement(xml, ns::text, u"p") || isElement(xml, ns::text, u"h"))
+                text += u' ';
+        } else if (xml.isStartElement()) {
+            ++level;
+            if (isElement(xml, ns::text, u"page-number")) {
+                text += SectionPages::pageNumberMark;
+                xml.skipCurrentElement();
+                --level;
+            } else if (isElement(xml, ns::text, u"tab")) {
+                text += QStringLiteral("    ");
+            } else if (isElement(xml, ns::text, u"s")) {
+                text += u' ';
+            }
+        } else if (xml.isCharacters()) {
+            text += xml.text();
+        }
+    }
+    return text.simplified().left(maxCharacters);
+}
+
 } // namespace
+
+void Styles::readMasterPage(QXmlStreamReader& xml, const QString& name) {
+    MasterPage& master = masterPages_[name];
+    master.pageLayout = attribute(xml, ns::style, "page-layout-name");
+    while (xml.readNextStartElement()) {
+        if (isElement(xml, ns::style, u"header"))
+            master.header = marginText(xml);
+        else if (isElement(xml, ns::style, u"footer"))
+            master.footer = marginText(xml);
+        else
+            xml.skipCurrentElement();
+    }
+}
 
 void Styles::readPageLayout(QXmlStreamReader& xml, const QString& name) {
     while (xml.readNextStartElement()) {
@@ -40,8 +81,13 @@ std::optional<SectionPages::Page> Styles::pageOfMaster(const QString& name) cons
     const auto master = masterPages_.find(name);
     if (master == masterPages_.end())
         return std::nullopt;
-    const auto layout = pageLayouts_.find(master->second);
-    return layout != pageLayouts_.end() ? std::optional(layout->second) : std::nullopt;
+    const auto layout = pageLayouts_.find(master->second.pageLayout);
+    if (layout == pageLayouts_.end())
+        return std::nullopt;
+    SectionPages::Page page = layout->second;
+    page.header = master->second.header;
+    page.footer = master->second.footer;
+    return page;
 }
 
 std::optional<double> Styles::columnWidth(const QString& name) const {

@@ -242,10 +242,9 @@ void Styles::read(const QByteArray& bytes) {
             readPageLayout(xml, attribute(xml, ns::style, "name"));
         } else if (isElement(xml, ns::style, u"master-page")) {
             const QString name = attribute(xml, ns::style, "name");
-            masterPages_[name] = attribute(xml, ns::style, "page-layout-name");
             if (firstMaster_.isEmpty() || name == u"Standard")
                 firstMaster_ = name;
-            xml.skipCurrentElement();
+            readMasterPage(xml, name);
         }
     }
     if (xml.hasError())

@@ -89,6 +89,7 @@ private:
     void readStyle(QXmlStreamReader& xml, Style& style);
     void readListStyle(QXmlStreamReader& xml, const QString& name);
     void readPageLayout(QXmlStreamReader& xml, const QString& name);
+    void readMasterPage(QXmlStreamReader& xml, const QString& name);
     std::optional<SectionPages::Page> pageOfMaster(const QString& name) const;
     void applyTextOf(const Style& style, QTextCharFormat& format) const;
     const Style* find(QStringView family, const QString& name) const;
@@ -98,7 +99,12 @@ private:
     std::map<QString, std::map<int, ListNumbering::Level>> lists_; // by level, from 1
     std::optional<Style> defaultParagraph_;
     std::map<QString, SectionPages::Page> pageLayouts_;
-    std::map<QString, QString> masterPages_; // master page to page layout
+    struct MasterPage {
+        QString pageLayout;
+        QString header; // one line, SectionPages::pageNumberMark for the page number
+        QString footer;
+    };
+    std::map<QString, MasterPage> masterPages_;
     QString firstMaster_;
 };
 

@@ -4,6 +4,7 @@
 #include "documents/ZipContainer.h"
 #include "documents/doc/DocReader.h"
 #include "fixtures/Bytes.h"
+#include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
 #include <QBuffer>
@@ -64,7 +65,12 @@ const QByteArray commonStyles =
     "fo:font-size=\"10pt\"/></style:style>"
     "<style:style style:name=\"Heading_20_2\" style:family=\"paragraph\">"
     "<style:text-properties fo:font-size=\"16pt\" fo:color=\"#800000\"/></style:style>"
-    "</office:styles></office:document-styles>";
+    "</office:styles><office:automatic-styles><style:page-layout style:name=\"pm1\">"
+    "<style:page-layout-properties fo:page-width=\"21cm\" fo:page-height=\"29.7cm\" "
+    "fo:margin=\"1in\"/></style:page-layout></office:automatic-styles><office:master-styles>"
+    "<style:master-page style:name=\"Standard\" style:page-layout-name=\"pm1\"><style:footer>"
+    "<text:p>Page <text:page-number>7</text:page-number></text:p></style:footer>"
+    "</style:master-page></office:master-styles></office:document-styles>";
 
 const QByteArray automaticStyles =
     "<office:font-face-decls/>"
@@ -222,6 +228,21 @@ TEST(OdtReader, NestedListsTakeTheirLevelStyleAndIndent) {
     EXPECT_EQ(inner->format().indent(), 3);
     EXPECT_EQ(outer->count(), 2);
     EXPECT_EQ(blockWith(*document, "two continued").textList(), nullptr);
+}
+
+// The master page's footer numbers every page of the PDF.
+TEST(OdtReader, TheMasterPageGivesThePdfItsMarginsAndFooter) {
+    TempFolder temp;
+    const auto document = readHandWritten(temp);
+    const fixtures::PdfProbe pdf(
+        fixtures::writeBytes(temp, "hand.pdf", DocumentTools::pdf(*document, PageSize::letter)));
+    ASSERT_GE(pdf.pageCount(), 2);
+    for (int page = 0; page < pdf.pageCount(); ++page)
+        EXPECT_TRUE(pdf.text(page).simplified().endsWith(QStringLiteral("Page %1").arg(page + 1)))
+            << pdf.text(page).toStdString();
+    const auto words = pdf.words(0);
+    ASSERT_FALSE(words.empty());
+    EXPECT_NEAR(words.front().second.left(), 72, 1.0); // the layout's inch, not our default
 }
 
 TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
