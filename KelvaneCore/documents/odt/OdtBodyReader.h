@@ -59,6 +59,7 @@ private:
         QTextTable* table = nullptr;
         int rows = 0;
         std::vector<double> columnWidths; // points, or 0 where a column's style gives none
+        bool bordered = false;            // some cell draws lines
     };
 
     void readBlocks(int depth);

@@ -95,6 +95,11 @@ std::optional<double> Styles::columnWidth(const QString& name) const {
     return style != nullptr ? style->columnWidth : std::nullopt;
 }
 
+bool Styles::drawsNoLines(const QString& name) const {
+    const Style* style = find(u"table-cell", name);
+    return style != nullptr && style->borderless;
+}
+
 QColor Styles::cellBackground(const QString& name) const {
     const Style* style = find(u"table-cell", name);
     return style != nullptr ? style->background : QColor();

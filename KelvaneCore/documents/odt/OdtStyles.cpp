@@ -280,6 +280,12 @@ void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
         } else if (isElement(xml, ns::style, u"table-cell-properties")) {
             if (const QColor colour(attribute(xml, ns::fo, "background-color")); colour.isValid())
                 style.background = colour;
+            style.borderless = true;
+            for (const char* side :
+                 {"border", "border-top", "border-bottom", "border-left", "border-right"}) {
+                const QString line = attribute(xml, ns::fo, side);
+                style.borderless = style.borderless && (line.isEmpty() || line == u"none");
+            }
         }
         xml.skipCurrentElement();
     }

@@ -68,6 +68,8 @@ public:
     std::optional<QFont> defaultFont() const;
     // The width a table-column style gives its columns, in points.
     std::optional<double> columnWidth(const QString& name) const;
+    // Whether a table-cell style says its cells draw no lines.
+    bool drawsNoLines(const QString& name) const;
     // The background a table-cell style paints, or an invalid colour.
     QColor cellBackground(const QString& name) const;
     // The page the text starts on: that of the master page "Standard", or the first one.
@@ -81,6 +83,7 @@ private:
         QString masterPage;                // the page a paragraph of this style starts
         std::optional<double> columnWidth; // points
         QColor background;                 // of table cells
+        bool borderless = false;           // a table cell style that draws no line
         std::optional<double> sizePercent;
         QTextCharFormat text;
         QTextBlockFormat paragraph;

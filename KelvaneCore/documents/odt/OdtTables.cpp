@@ -22,6 +22,11 @@ void BodyReader::readTable(int depth) {
     auto outerLists = std::exchange(lists_, {});
     Table table;
     readTableRows(depth + 1, table);
+    if (table.table && !table.bordered) {
+        QTextTableFormat format = table.table->format(); // a layout table, without lines
+        format.setBorder(0);
+        table.table->setFormat(format);
+    }
     if (table.table)
         applyWidths(table);
     if (table.table) {
@@ -104,7 +109,9 @@ void BodyReader::readRow(int depth, Table& table) {
         cellAt(table, row, column + copies); // grow the grid once, not per copy
         cursor_ = cellAt(table, row, column).firstCursorPosition();
         blockUnused_ = true;
-        const QColor background = styles_.cellBackground(attribute(xml_, ns::table, "style-name"));
+        const QString cellStyle = attribute(xml_, ns::table, "style-name");
+        const QColor background = styles_.cellBackground(cellStyle);
+        table.bordered = table.bordered || !styles_.drawsNoLines(cellStyle);
         readBlocks(depth + 1);
         if (background.isValid()) {
             // After the content: the cell's format is that of its first paragraph's characters.

@@ -158,16 +158,20 @@ TEST(DocumentFixtures, NumberingShowsTheLabelsTheAuthorSet) {
 // A layout table without lines stays without them; a lined one keeps its lines and its merged
 // heading cell.
 TEST(DocumentFixtures, TablesKeepTheirLinesAndMergedCells) {
-    const auto document = DocumentTools::read(folder / "layout.docx");
-    const auto tableWith = [&](const char* word) {
-        return QTextCursor(document->find(word)).currentTable();
-    };
-    QTextTable* layout = tableWith("meadow");
-    QTextTable* lined = tableWith("Merged");
-    ASSERT_TRUE(layout && lined);
-    EXPECT_EQ(layout->format().border(), 0);
-    EXPECT_GT(lined->format().border(), 0);
-    EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2);
+    for (const char* name : {"layout.docx", "layout.odt"}) {
+        const auto document = DocumentTools::read(folder / name);
+        const auto tableWith = [&](const char* word) {
+            return QTextCursor(document->find(word)).currentTable();
+        };
+        QTextTable* layout = tableWith("meadow");
+        QTextTable* lined = tableWith("Merged");
+        ASSERT_TRUE(layout && lined) << name;
+        EXPECT_EQ(layout->format().border(), 0) << name;
+        EXPECT_GT(lined->format().border(), 0) << name;
+        if (QString(name).endsWith(u"docx")) { // the ODT reader does not merge cells yet
+            EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2) << name;
+        }
+    }
 }
 
 // A landscape section between portrait ones: each starts a page of its own orientation.
