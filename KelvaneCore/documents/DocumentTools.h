@@ -32,6 +32,9 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
 
 // The document laid out on pages of the given size with 64-point margins, as PDF bytes.
 QByteArray pdf(const QTextDocument& document, PageSize pageSize);
+// The same without a copy: the document is laid out itself, its page size and paint
+// device changed.
+QByteArray pdfLayingOut(QTextDocument& document, PageSize pageSize);
 
 // Plain text laid out like `pdf`, a slice at a time: memory stays bounded however long the
 // text, and layout stops at the page limit.

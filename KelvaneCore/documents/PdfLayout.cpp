@@ -300,12 +300,18 @@ std::unique_ptr<QTextDocument> sectionOf(const QTextDocument& source, int start,
             cursor.setBlockCharFormat(chars);
         }
     }
-    // The section starts on a page of its own already.
+    return document;
+}
+
+// The text starts on a page of its own already: a break before its first paragraph would
+// leave a blank page.
+void dropLeadingBreak(QTextDocument& document) {
+    QTextCursor start(&document);
+    if (!(start.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore))
+        return;
     QTextBlockFormat noBreak;
     noBreak.setPageBreakPolicy(QTextFormat::PageBreak_Auto);
-    cursor.movePosition(QTextCursor::Start);
-    cursor.mergeBlockFormat(noBreak);
-    return document;
+    start.mergeBlockFormat(noBreak);
 }
 
 // Plain text is laid out a slice at a time, so that a long file never has to be laid out
@@ -347,20 +353,30 @@ std::optional<std::pair<int, int>> carriedFrom(QTextDocument& document, double p
 
 } // namespace
 
-QByteArray pdf(const QTextDocument& source, PageSize pageSize) {
-    const std::vector<Section> sections = sectionsOf(source, pageSize);
+QByteArray pdfLayingOut(QTextDocument& document, PageSize pageSize) {
+    const std::vector<Section> sections = sectionsOf(document, pageSize);
     PdfPages pages(sections.front().geometry);
     for (std::size_t i = 0; i < sections.size() && !pages.full(); ++i) {
-        const int end = i + 1 < sections.size() ? sections[i + 1].start : -1;
-        // Layout changes the document (page size, paint device): work on a copy.
-        std::unique_ptr<QTextDocument> document = sectionOf(source, sections[i].start, end);
+        // One section is the document itself; of several each is laid out from a copy.
+        std::unique_ptr<QTextDocument> copy;
+        if (sections.size() > 1)
+            copy = sectionOf(document, sections[i].start,
+                             i + 1 < sections.size() ? sections[i + 1].start : -1);
+        QTextDocument& section = copy ? *copy : document;
+        dropLeadingBreak(section);
         pages.turnTo(sections[i].geometry);
-        pages.lay(*document);
-        pages.drawWhole(*document);
+        pages.lay(section);
+        pages.drawWhole(section);
         // The layout keeps a pointer to the writer; drop it before the writer goes.
-        document->documentLayout()->setPaintDevice(nullptr);
+        section.documentLayout()->setPaintDevice(nullptr);
     }
     return pages.finish();
+}
+
+QByteArray pdf(const QTextDocument& source, PageSize pageSize) {
+    // Layout changes the document (page size, paint device): work on a copy.
+    const std::unique_ptr<QTextDocument> document(source.clone());
+    return pdfLayingOut(*document, pageSize);
 }
 
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize) {
