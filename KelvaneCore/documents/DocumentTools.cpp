@@ -71,11 +71,10 @@ QByteArray plainTextToPdf(const std::filesystem::path& input, const ConversionOp
     return plainTextPdf(text, startingFont(), options.pdfPageSize);
 }
 
-QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
-                       const ConversionOptions& options) {
+QByteArray outputBytes(QTextDocument& document, Recipe recipe, const ConversionOptions& options) {
     switch (recipe) {
     case Recipe::docToPDF:
-        return pdf(document, options.pdfPageSize);
+        return pdfLayingOut(document, options.pdfPageSize); // the document is ours to change
     case Recipe::docToTXT:
         return DocumentFormats::writePlainText(document);
     case Recipe::docToDOCX:

@@ -31,7 +31,12 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
                               const ConversionOptions& options);
 
 // The document laid out on pages of the given size with 64-point margins, as PDF bytes.
+// Sections that give their own pages keep their orientation, margins, headers and footers,
+// and their size when it is neither Letter nor A4.
 QByteArray pdf(const QTextDocument& document, PageSize pageSize);
+// The same without a copy: the document is laid out itself, its page size and paint
+// device changed.
+QByteArray pdfLayingOut(QTextDocument& document, PageSize pageSize);
 
 // Plain text laid out like `pdf`, a slice at a time: memory stays bounded however long the
 // text, and layout stops at the page limit.

@@ -6,8 +6,10 @@
 #include "documents/docx/DocxStyles.h"
 #include "documents/docx/Ooxml.h"
 
+#include <QColor>
 #include <QPointer>
 #include <QTextCursor>
+#include <QTextFormat>
 #include <QXmlStreamReader>
 
 #include <map>
@@ -65,8 +67,10 @@ struct Table {
     // for the whole grid, as QTextTable loses track of cells when rows are appended below
     // merged ones.
     std::map<std::pair<int, int>, std::pair<int, int>> merges;
-    bool bordered = false; // a table or cell border, or a grid style, draws lines
-    int headerRows = 0;    // rows at the top repeated on every page
+    std::vector<double> columnWidths; // twips, from the grid
+    std::optional<QTextLength> width; // as the table's properties give it
+    bool bordered = false;            // a table or cell border, or a grid style, draws lines
+    int headerRows = 0;               // rows at the top repeated on every page
 };
 
 // Walks w:body into a QTextDocument, one cursor moving through paragraphs and table cells.
@@ -118,6 +122,7 @@ private:
         bool merged = false; // part of a vertical merge
         bool restart = false;
         bool bordered = false;
+        QColor shading; // invalid when the cell is not shaded
     };
     void readCell(int depth, Table& table, int& column);
     CellProperties readCellProperties();
@@ -126,6 +131,8 @@ private:
     void skipRest();
 
     void startBlock(QTextBlockFormat block, const QTextCharFormat& chars);
+    void endSection(const Section& section);
+    QString partText(const QString& relationshipId) const;
     void beforeContent();
     void write(const QString& text, const QTextCharFormat& format);
     void countBlocks(int count);
@@ -149,6 +156,10 @@ private:
     bool blockUnused_ = true; // the cursor's block is still empty and awaits a paragraph
     bool hasContent_ = false; // the current paragraph has shown something
     bool pendingPageBreak_ = false;
+    // Where the current section's first block starts; -1 until the block after a section's
+    // end is started, which starts a new page unless the break was continuous.
+    int sectionStart_ = 0;
+    bool sectionOnNewPage_ = false;
     int tableNesting_ = 0;
     int blocks_ = 0;
 };

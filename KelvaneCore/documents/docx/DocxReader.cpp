@@ -126,6 +126,8 @@ void BodyReader::readBlockElement(int depth) {
         readTable(depth + 1);
     else if (isW(xml_, u"r") || isW(xml_, u"hyperlink"))
         readInline(depth + 1, paragraphChars_); // run-level markup straight in a container
+    else if (isW(xml_, u"sectPr") && depth == 1)
+        endSection(readSection(xml_)); // the last section's
     else if (isSkipped(xml_))
         xml_.skipCurrentElement();
     else
@@ -156,11 +158,8 @@ void BodyReader::beginParagraph(const ParagraphProperties& direct) {
     block.merge(direct.block);
     QTextCharFormat chars = style.chars;
     int heading = style.headingLevel;
-    if (direct.outlineLevel) {
+    if (direct.outlineLevel)
         heading = headingLevelOfOutline(*direct.outlineLevel);
-        if (heading > 0 && style.headingLevel == 0)
-            chars.merge(headingCharFormat(heading));
-    }
     block.setHeadingLevel(heading);
     if (pendingPageBreak_)
         block.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
@@ -185,6 +184,8 @@ void BodyReader::beginParagraph(const ParagraphProperties& direct) {
         block.clearProperty(QTextFormat::TextIndent);
     }
     startBlock(block, chars);
+    if (direct.section)
+        endSection(*direct.section);
     if (look)
         joinList(numId, level, *look);
     paragraphChars_ = chars;
@@ -414,6 +415,8 @@ void BodyReader::insertImage(const PictureReference& picture) {
 void BodyReader::startBlock(QTextBlockFormat block, const QTextCharFormat& chars) {
     if (note_)
         DocumentNotes::setBody(block, *note_);
+    if (sectionStart_ < 0 && sectionOnNewPage_)
+        block.setPageBreakPolicy(block.pageBreakPolicy() | QTextFormat::PageBreak_AlwaysBefore);
     if (blockUnused_) {
         cursor_.setBlockFormat(block);
         cursor_.setBlockCharFormat(chars);
@@ -422,6 +425,34 @@ void BodyReader::startBlock(QTextBlockFormat block, const QTextCharFormat& chars
         cursor_.insertBlock(block, chars);
     }
     blockUnused_ = false;
+    if (sectionStart_ < 0)
+        sectionStart_ = cursor_.block().position();
+}
+
+// The text of the header or footer part a relationship names.
+QString BodyReader::partText(const QString& relationshipId) const {
+    const auto relationship = relationships_.find(relationshipId);
+    if (relationshipId.isEmpty() || relationship == relationships_.end() ||
+        relationship->second.target.empty())
+        return {};
+    const auto part = zip_.part(relationship->second.target);
+    return part ? headerFooterText(*part) : QString();
+}
+
+// The section from sectionStart_ to here takes its page, and the next block starts another.
+void BodyReader::endSection(const Section& section) {
+    if (sectionStart_ < 0)
+        return; // nothing since the last section's end
+    if (section.page) {
+        SectionPages::Page page = *section.page;
+        page.header = partText(section.headerId);
+        page.footer = partText(section.footerId);
+        QTextBlockFormat marked;
+        SectionPages::mark(marked, page);
+        QTextCursor(cursor_.document()->findBlock(sectionStart_)).mergeBlockFormat(marked);
+    }
+    sectionStart_ = -1;
+    sectionOnNewPage_ = section.newPage;
 }
 
 // A page break inside a paragraph's text splits it: the rest begins on the next page.

@@ -23,6 +23,8 @@ constexpr std::size_t maxStyles = 10000;
 constexpr int maxInheritance = 32;
 constexpr int maxListLevel = 8;
 constexpr double maxIndentTwips = 31680; // 22 inches, the widest page the format allows
+constexpr double linesPerTwoHundredForty = 240;
+constexpr double maxLinePercent = 1000;
 constexpr std::array<double, 6> headingPointSizes = {20, 16, 14, 13, 12, 12};
 
 struct Highlight {
@@ -121,11 +123,27 @@ void readIndent(const QXmlStreamReader& xml, QTextBlockFormat& block) {
         block.setTextIndent(pixelsFromTwips(*firstLine));
 }
 
+// Line spacing in 240ths of a line ("auto"), or an exact or least line height in twips.
+void readLineSpacing(const QXmlStreamReader& xml, QTextBlockFormat& block) {
+    const auto line = numericValue(xml, u"line");
+    if (!line || *line <= 0)
+        return;
+    const QString rule = wAttribute(xml, u"lineRule");
+    if (rule == u"exact")
+        block.setLineHeight(pixelsFromTwips(*line), QTextBlockFormat::FixedHeight);
+    else if (rule == u"atLeast")
+        block.setLineHeight(pixelsFromTwips(*line), QTextBlockFormat::MinimumHeight);
+    else
+        block.setLineHeight(std::min(*line / linesPerTwoHundredForty * 100, maxLinePercent),
+                            QTextBlockFormat::ProportionalHeight);
+}
+
 void readSpacing(const QXmlStreamReader& xml, QTextBlockFormat& block) {
     if (const auto before = numericValue(xml, u"before"))
         block.setTopMargin(std::max(0.0, pixelsFromTwips(*before)));
     if (const auto after = numericValue(xml, u"after"))
         block.setBottomMargin(std::max(0.0, pixelsFromTwips(*after)));
+    readLineSpacing(xml, block);
 }
 
 std::optional<Qt::Alignment> alignmentOf(const QString& value) {
@@ -159,6 +177,14 @@ int headingLevelOfName(const QString& name) {
     const QString suffix = lower.startsWith(u"heading") ? lower.mid(7).trimmed() : QString();
     const int level = suffix.size() == 1 ? suffix.toInt() : 0;
     return level >= 1 && level <= 6 ? level : 0;
+}
+
+// The look of a heading whose style the document names without defining.
+QTextCharFormat headingCharFormat(int level) {
+    QTextCharFormat format;
+    format.setFontWeight(QFont::Bold);
+    format.setFontPointSize(headingPointSizes.at(static_cast<std::size_t>(level - 1)));
+    return format;
 }
 
 } // namespace
@@ -219,6 +245,9 @@ ParagraphProperties readParagraphProperties(QXmlStreamReader& xml) {
         else if (isW(xml, u"numPr")) {
             readNumberingProperties(xml, properties);
             continue;
+        } else if (isW(xml, u"sectPr")) {
+            properties.section = readSection(xml);
+            continue;
         }
         xml.skipCurrentElement();
     }
@@ -227,13 +256,6 @@ ParagraphProperties readParagraphProperties(QXmlStreamReader& xml) {
 
 int headingLevelOfOutline(int outlineLevel) {
     return outlineLevel >= 0 && outlineLevel < 6 ? outlineLevel + 1 : 0;
-}
-
-QTextCharFormat headingCharFormat(int level) {
-    QTextCharFormat format;
-    format.setFontWeight(QFont::Bold);
-    format.setFontPointSize(headingPointSizes.at(static_cast<std::size_t>(level - 1)));
-    return format;
 }
 
 void Styles::readTheme(const QByteArray& bytes) {
@@ -335,7 +357,8 @@ std::vector<const Styles::Style*> Styles::chain(const QString& id) const {
 ParagraphStyle Styles::paragraph(const QString& id) const {
     ParagraphStyle resolved{defaultBlock_, {}, 0, {}, {}};
     auto styles = chain(id);
-    if (styles.empty()) {
+    const bool undefined = styles.empty();
+    if (undefined) {
         styles = chain(defaultParagraph_);
         resolved.headingLevel = headingLevelOfName(id);
     }
@@ -353,7 +376,9 @@ ParagraphStyle Styles::paragraph(const QString& id) const {
             resolved.level = style->paragraph.level;
     }
     resolved.chars = defaultChars_;
-    if (resolved.headingLevel > 0)
+    // A heading style the document defines looks as it says; one it only names is given the
+    // look of a heading.
+    if (resolved.headingLevel > 0 && undefined)
         resolved.chars.merge(headingCharFormat(resolved.headingLevel));
     resolved.chars.merge(chars);
     return resolved;

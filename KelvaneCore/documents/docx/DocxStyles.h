@@ -1,6 +1,7 @@
 #pragma once
 
 #include "documents/HiddenText.h"
+#include "documents/docx/DocxSections.h"
 
 #include <QByteArray>
 #include <QString>
@@ -26,6 +27,7 @@ struct ParagraphProperties {
     std::optional<int> outlineLevel; // 0-based, 9 meaning body text
     std::optional<int> numId;
     std::optional<int> level;
+    std::optional<Section> section; // the section this paragraph ends
 };
 
 // A paragraph style resolved through its ancestors, the document defaults included.
@@ -45,8 +47,6 @@ ParagraphProperties readParagraphProperties(QXmlStreamReader& xml);
 
 // The heading level (1-6, or 0) a paragraph's own outline level gives it.
 int headingLevelOfOutline(int outlineLevel);
-// The characters of a heading, on top of which its style's run properties go.
-QTextCharFormat headingCharFormat(int level);
 
 // styles.xml: document defaults, paragraph and character styles with basedOn inheritance.
 class Styles {

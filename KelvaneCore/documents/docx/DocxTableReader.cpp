@@ -1,8 +1,10 @@
+#include "documents/Units.h"
 #include "documents/docx/DocxBodyReader.h"
 
 #include <QTextTable>
 
 #include <algorithm>
+#include <numeric>
 
 // Tables of the body reader: the grid grows as rows and cells arrive, merged cells are joined
 // once the grid is complete.
@@ -13,6 +15,12 @@ using Ooxml::nextChild;
 using Ooxml::wAttribute;
 
 namespace {
+
+constexpr double maxTwips = 31680; // 22 inches, the widest page the format allows
+constexpr auto maxGridColumns = static_cast<std::size_t>(maxTableColumns);
+// Wider than this a table fills the text's width: the text of A4 in portrait with our
+// margins, the narrowest we lay out on everyday paper.
+constexpr double narrowestTextPixels = Units::pixelsFromPoints(467.28);
 
 // Whether the current w:tblPr, w:tcPr or w:tcBorders draws any line, to its end.
 bool drawsLines(QXmlStreamReader& xml) {
@@ -42,6 +50,55 @@ bool drawsLines(QXmlStreamReader& xml) {
     return lines;
 }
 
+// The width w:tblW gives: fiftieths of a percent, or twips; none for "auto".
+std::optional<QTextLength> tableWidthOf(const QXmlStreamReader& xml) {
+    const double value = Ooxml::numericValue(xml, u"w").value_or(0);
+    const QString type = wAttribute(xml, u"type");
+    if (value <= 0)
+        return std::nullopt;
+    if (type == u"pct")
+        return QTextLength(QTextLength::PercentageLength, std::min(value / 50, 100.0));
+    if (type == u"dxa")
+        return QTextLength(QTextLength::FixedLength,
+                           Units::pixelsFromPoints(Units::pointsFromTwips(value)));
+    return std::nullopt;
+}
+
+// Reads w:tblPr: whether it draws lines, and the table's width.
+bool readTableProperties(QXmlStreamReader& xml, Table& table) {
+    bool lines = false;
+    while (nextChild(xml)) {
+        if (isW(xml, u"tblW")) {
+            table.width = tableWidthOf(xml);
+            xml.skipCurrentElement();
+        } else if (isW(xml, u"tblStyle")) {
+            lines = lines || wAttribute(xml, u"val").contains(u"Grid", Qt::CaseInsensitive);
+            xml.skipCurrentElement();
+        } else {
+            lines = drawsLines(xml) || lines;
+        }
+    }
+    return lines;
+}
+
+// Column widths in proportion to the grid's; the table as wide as the grid unless it says
+// otherwise, and never wider than the text.
+void applyWidths(const Table& table, QTextTableFormat& format) {
+    const std::vector<double>& widths = table.columnWidths;
+    const double total = std::accumulate(widths.begin(), widths.end(), 0.0);
+    if (static_cast<int>(widths.size()) != format.columns() || total <= 0)
+        return;
+    QList<QTextLength> constraints;
+    for (const double width : widths)
+        constraints.append(QTextLength(QTextLength::PercentageLength, width / total * 100));
+    format.setColumnWidthConstraints(constraints);
+    const double gridPixels = Units::pixelsFromPoints(Units::pointsFromTwips(total));
+    QTextLength width = table.width.value_or(QTextLength(QTextLength::FixedLength, gridPixels));
+    if (width.type() == QTextLength::FixedLength && width.rawValue() > narrowestTextPixels)
+        width = QTextLength(QTextLength::PercentageLength, 100);
+    format.setWidth(width);
+}
+
 } // namespace
 
 void BodyReader::readTable(int depth) {
@@ -62,6 +119,7 @@ void BodyReader::readTable(int depth) {
     QTextTableFormat format = table.table->format();
     format.setBorder(table.bordered ? 1 : 0);
     format.setHeaderRowCount(table.headerRows);
+    applyWidths(table, format);
     table.table->setFormat(format);
     cursor_ = table.table->lastCursorPosition();
     cursor_.movePosition(QTextCursor::NextBlock);
@@ -74,14 +132,16 @@ void BodyReader::readTableChildren(int depth, Table& table, int& columns) {
     checkDepth(depth);
     while (nextChild(xml_)) {
         if (isW(xml_, u"tblPr")) {
-            table.bordered = drawsLines(xml_) || table.bordered;
+            table.bordered = readTableProperties(xml_, table) || table.bordered;
         } else if (isW(xml_, u"tblGrid")) {
-            int gridColumns = 0;
+            table.columnWidths.clear();
             while (nextChild(xml_)) {
-                gridColumns += isW(xml_, u"gridCol") ? 1 : 0;
+                if (isW(xml_, u"gridCol") && table.columnWidths.size() < maxGridColumns)
+                    table.columnWidths.push_back(
+                        std::clamp(Ooxml::numericValue(xml_, u"w").value_or(0), 0.0, maxTwips));
                 xml_.skipCurrentElement();
             }
-            columns = std::clamp(gridColumns, 1, maxTableColumns);
+            columns = std::clamp(static_cast<int>(table.columnWidths.size()), 1, maxTableColumns);
         } else if (isW(xml_, u"tr")) {
             if (table.table == nullptr) {
                 QTextTableFormat format;
@@ -151,7 +211,14 @@ void BodyReader::readCell(int depth, Table& table, int& column) {
         readBlockElement(depth);
     }
     if (!placed)
-        placeCell(table, column, properties);
+        placed = placeCell(table, column, properties);
+    // Shading goes on last: the cell's format is that of its first paragraph's characters.
+    if (placed && properties.shading.isValid()) {
+        QTextTableCell cell = table.table->cellAt(table.rows - 1, column - properties.span);
+        QTextCharFormat format = cell.format();
+        format.setBackground(properties.shading);
+        cell.setFormat(format);
+    }
 }
 
 // A row marked as a header (w:tblHeader) repeats on each page while the rows above it do too.
@@ -172,7 +239,10 @@ BodyReader::CellProperties BodyReader::readCellProperties() {
             properties.bordered = drawsLines(xml_);
             continue;
         }
-        if (isW(xml_, u"gridSpan")) {
+        if (isW(xml_, u"shd")) {
+            if (const QString fill = wAttribute(xml_, u"fill"); fill.size() == 6)
+                properties.shading = QColor(u'#' + fill);
+        } else if (isW(xml_, u"gridSpan")) {
             properties.span = std::clamp(wAttribute(xml_, u"val").toInt(), 1, maxTableColumns);
         } else if (isW(xml_, u"vMerge")) {
             properties.merged = true;

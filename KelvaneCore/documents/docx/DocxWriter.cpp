@@ -37,6 +37,35 @@ QString twips(double pixels) {
     return QString::number(std::lround(Units::twipsFromPoints(Units::pointsFromPixels(pixels))));
 }
 
+// Space around a paragraph and between its lines, as far as the paragraph sets them.
+void writeSpacing(QXmlStreamWriter& xml, const QTextBlockFormat& format) {
+    const bool margins = format.hasProperty(QTextFormat::BlockTopMargin) ||
+                         format.hasProperty(QTextFormat::BlockBottomMargin);
+    const int type = format.lineHeightType();
+    const bool lines = format.lineHeight() > 0 && (type == QTextBlockFormat::ProportionalHeight ||
+                                                   type == QTextBlockFormat::FixedHeight ||
+                                                   type == QTextBlockFormat::MinimumHeight);
+    if (!margins && !lines)
+        return;
+    const auto attribute = [&xml](const char* name, const QString& value) {
+        xml.writeAttribute(ns::w, QString::fromLatin1(name), value);
+    };
+    xml.writeStartElement(ns::w, QStringLiteral("spacing"));
+    if (margins) {
+        attribute("before", twips(std::max(0.0, format.topMargin())));
+        attribute("after", twips(std::max(0.0, format.bottomMargin())));
+    }
+    if (type == QTextBlockFormat::ProportionalHeight && lines) {
+        attribute("line", QString::number(std::lround(format.lineHeight() * 240 / 100)));
+        attribute("lineRule", QStringLiteral("auto"));
+    } else if (lines) {
+        attribute("line", twips(format.lineHeight()));
+        attribute("lineRule", type == QTextBlockFormat::FixedHeight ? QStringLiteral("exact")
+                                                                    : QStringLiteral("atLeast"));
+    }
+    xml.writeEndElement();
+}
+
 QString hex(const QColor& colour) {
     return colour.name(QColor::HexRgb).mid(1).toUpper();
 }
@@ -88,10 +117,10 @@ private:
     void writeFlattened(const QTextFrame& frame);
     void writeBlock(const QTextBlock& block);
     void writeParagraphProperties(const QTextBlock& block);
-    void writeFragment(const QTextFragment& fragment);
+    void writeFragment(const QTextFragment& fragment, bool heading);
     void writeNoteMark(const QTextCharFormat& format, DocumentNotes::Note note);
     void findNotes();
-    void writeRunProperties(const QTextCharFormat& format);
+    void writeRunProperties(const QTextCharFormat& format, bool heading);
     void writeText(const QString& text);
     void writeImage(const QTextImageFormat& format);
     void startLink(const QString& href);
@@ -219,7 +248,7 @@ QByteArray BodyWriter::writeNotes(DocumentNotes::Kind kind) {
 void BodyWriter::writeNoteMark(const QTextCharFormat& format, DocumentNotes::Note note) {
     const bool footnote = note.kind == DocumentNotes::Kind::footnote;
     xml_->writeStartElement(ns::w, QStringLiteral("r"));
-    writeRunProperties(format);
+    writeRunProperties(format, false);
     if (writingNotes_) {
         writeEmpty(*xml_, footnote ? "footnoteRef" : "endnoteRef");
     } else {
@@ -340,7 +369,7 @@ void BodyWriter::writeBlock(const QTextBlock& block) {
                 startLink(href);
             openLink = href;
         }
-        writeFragment(fragment);
+        writeFragment(fragment, block.blockFormat().headingLevel() > 0);
     }
     if (!openLink.isEmpty())
         xml_->writeEndElement();
@@ -362,11 +391,7 @@ void BodyWriter::writeParagraphProperties(const QTextBlock& block) {
         writeEmpty(*xml_, "numId", {{"val", QString::number(numIdOf(*list))}});
         xml_->writeEndElement();
     }
-    if (format.hasProperty(QTextFormat::BlockTopMargin) ||
-        format.hasProperty(QTextFormat::BlockBottomMargin))
-        writeEmpty(*xml_, "spacing",
-                   {{"before", twips(std::max(0.0, format.topMargin()))},
-                    {"after", twips(std::max(0.0, format.bottomMargin()))}});
+    writeSpacing(*xml_, format);
     const double left = format.leftMargin() + format.indent() * document_.indentWidth();
     const double first = format.textIndent();
     if (list == nullptr && (left != 0 || first != 0)) {
@@ -380,7 +405,7 @@ void BodyWriter::writeParagraphProperties(const QTextBlock& block) {
     xml_->writeEndElement();
 }
 
-void BodyWriter::writeFragment(const QTextFragment& fragment) {
+void BodyWriter::writeFragment(const QTextFragment& fragment, bool heading) {
     const QTextCharFormat format = fragment.charFormat();
     const QString text = fragment.text();
     if (const auto note = DocumentNotes::markOf(format);
@@ -394,7 +419,7 @@ void BodyWriter::writeFragment(const QTextFragment& fragment) {
         return;
     }
     xml_->writeStartElement(ns::w, QStringLiteral("r"));
-    writeRunProperties(format);
+    writeRunProperties(format, heading);
     qsizetype start = 0;
     for (qsizetype i = 0; i <= text.size(); ++i) {
         const QChar c = i < text.size() ? text[i] : QChar();
@@ -424,13 +449,16 @@ void BodyWriter::writeText(const QString& text) {
     xml_->writeEndElement();
 }
 
-void BodyWriter::writeRunProperties(const QTextCharFormat& format) {
+// A heading's style is bold: a heading that is not says so on its runs.
+void BodyWriter::writeRunProperties(const QTextCharFormat& format, bool heading) {
     xml_->writeStartElement(ns::w, QStringLiteral("rPr"));
     if (const QString family = fontFamilyOf(format); !family.isEmpty())
         writeEmpty(*xml_, "rFonts",
                    {{"ascii", family}, {"hAnsi", family}, {"cs", family}, {"eastAsia", family}});
     if (format.fontWeight() >= QFont::DemiBold)
         writeEmpty(*xml_, "b");
+    else if (heading)
+        writeEmpty(*xml_, "b", {{"val", QStringLiteral("0")}});
     if (format.fontItalic())
         writeEmpty(*xml_, "i");
     if (format.fontStrikeOut())

@@ -105,8 +105,10 @@ void BodyReader::readParagraph(int depth, int headingLevel) {
     QTextBlockFormat block;
     styles_.applyParagraph(style, block);
     QTextCharFormat chars;
-    if (headingLevel > 0) {
+    if (headingLevel > 0)
         block.setHeadingLevel(headingLevel);
+    // A heading in a style of its own looks as the style says.
+    if (headingLevel > 0 && !styles_.defines(u"paragraph", style)) {
         chars.setFontWeight(QFont::Bold);
         chars.setFontPointSize(headingPointSizes[headingLevel - 1]);
     }

@@ -60,6 +60,8 @@ private:
     struct Table {
         QTextTable* table = nullptr;
         int rows = 0;
+        std::vector<double> columnWidths; // points, or 0 where a column's style gives none
+        bool bordered = false;            // some cell draws lines
     };
 
     void readBlocks(int depth);
@@ -71,6 +73,8 @@ private:
     void readTable(int depth);
     void readTableRows(int depth, Table& table);
     void readRow(int depth, Table& table);
+    void readColumn(Table& table);
+    void applyWidths(Table& table) const;
     void repeatRow(Table& table, int row, int copies);
     int spendRepeats(int cells);
     void readFrame(int depth, const QTextCharFormat& format);

@@ -3,6 +3,7 @@
 #include "documents/odt/OdtBodyReader.h"
 #include "documents/odt/OdtStyles.h"
 
+#include <QTextCursor>
 #include <QTextDocument>
 
 #include <stdexcept>
@@ -18,6 +19,17 @@ void checkMimeType(const ZipContainer& zip) {
     if (type != "application/vnd.oasis.opendocument.text" &&
         type != "application/vnd.oasis.opendocument.text-template")
         throw std::runtime_error("not an OpenDocument text: " + type.left(100).toStdString());
+}
+
+// The text begins on the first master page unless its first paragraph names another.
+void markFirstPage(QTextDocument& document, const Odt::Styles& styles) {
+    QTextCursor start(&document);
+    const auto page = styles.firstPage();
+    if (!page || SectionPages::pageOf(start.blockFormat()))
+        return;
+    QTextBlockFormat marked;
+    SectionPages::mark(marked, *page);
+    start.mergeBlockFormat(marked);
 }
 
 } // namespace
@@ -38,6 +50,7 @@ std::unique_ptr<QTextDocument> readOdt(const std::filesystem::path& file) {
     if (const auto font = styles.defaultFont())
         document->setDefaultFont(*font);
     Odt::BodyReader(*content, styles, zip, *document).read();
+    markFirstPage(*document, styles);
     return document;
 }
 

@@ -17,6 +17,7 @@ namespace {
 
 constexpr int maxInheritance = 32; // parent chains are short; a longer one is a loop
 constexpr double defaultPointSize = 12.0;
+constexpr double maxLinePoints = 1584; // 22 inches, a line as tall as the tallest page
 
 QString styleKey(QStringView family, const QString& name) {
     return family.toString() + u'/' + name;
@@ -99,8 +100,34 @@ Qt::Alignment alignment(QStringView value) {
     return Qt::AlignLeft;
 }
 
+double linePixels(double points) {
+    return Units::pixelsFromPoints(std::clamp(points, 0.0, maxLinePoints));
+}
+
+// "150%", "0.6cm" (exact), or the least height or the gap between lines.
+void readLineHeight(const QXmlStreamAttributes& attributes, QTextBlockFormat& format) {
+    const QStringView height = valueOf(attributes, ns::fo, "line-height");
+    if (const auto percent = percentage(height))
+        format.setLineHeight(*percent, QTextBlockFormat::ProportionalHeight);
+    else if (auto exact = pointsFromLength(height); exact && *exact > 0)
+        format.setLineHeight(linePixels(*exact), QTextBlockFormat::FixedHeight);
+    else if (height == u"normal")
+        format.setLineHeight(0, QTextBlockFormat::SingleHeight);
+    if (auto least = pointsFromLength(valueOf(attributes, ns::style, "line-height-at-least")))
+        format.setLineHeight(linePixels(*least), QTextBlockFormat::MinimumHeight);
+    if (auto gap = pointsFromLength(valueOf(attributes, ns::style, "line-spacing")))
+        format.setLineHeight(linePixels(*gap), QTextBlockFormat::LineDistanceHeight);
+}
+
 void readParagraphProperties(const QXmlStreamReader& xml, QTextBlockFormat& format) {
     const auto attributes = xml.attributes();
+    if (auto top = pointsFromLength(valueOf(attributes, ns::fo, "margin-top")))
+        format.setTopMargin(Units::pixelsFromPoints(std::max(0.0, *top)));
+    if (auto bottom = pointsFromLength(valueOf(attributes, ns::fo, "margin-bottom")))
+        format.setBottomMargin(Units::pixelsFromPoints(std::max(0.0, *bottom)));
+    if (auto right = pointsFromLength(valueOf(attributes, ns::fo, "margin-right")))
+        format.setRightMargin(Units::pixelsFromPoints(*right));
+    readLineHeight(attributes, format);
     if (has(attributes, ns::fo, "text-align"))
         format.setAlignment(alignment(valueOf(attributes, ns::fo, "text-align")));
     if (auto left = pointsFromLength(valueOf(attributes, ns::fo, "margin-left")))
@@ -213,6 +240,13 @@ void Styles::read(const QByteArray& bytes) {
             readListStyle(xml, attribute(xml, ns::style, "name"));
         } else if (isElement(xml, ns::text, u"outline-style")) {
             readOutlineStyle(xml);
+        } else if (isElement(xml, ns::style, u"page-layout")) {
+            readPageLayout(xml, attribute(xml, ns::style, "name"));
+        } else if (isElement(xml, ns::style, u"master-page")) {
+            const QString name = attribute(xml, ns::style, "name");
+            if (firstMaster_.isEmpty() || name == u"Standard")
+                firstMaster_ = name;
+            readMasterPage(xml, name);
         }
     }
     if (xml.hasError())
@@ -222,6 +256,7 @@ void Styles::read(const QByteArray& bytes) {
 void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
     style.parent = attribute(xml, ns::style, "parent-style-name");
     style.listStyle = attribute(xml, ns::style, "list-style-name");
+    style.masterPage = attribute(xml, ns::style, "master-page-name");
     while (xml.readNextStartElement()) {
         if (isElement(xml, ns::style, u"text-properties")) {
             const auto attributes = xml.attributes();
@@ -242,6 +277,17 @@ void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
             style.fontName = valueOf(attributes, ns::style, "font-name").toString();
         } else if (isElement(xml, ns::style, u"paragraph-properties")) {
             readParagraphProperties(xml, style.paragraph);
+        } else if (isElement(xml, ns::style, u"table-column-properties")) {
+            style.columnWidth = pointsFromLength(attribute(xml, ns::style, "column-width"));
+        } else if (isElement(xml, ns::style, u"table-cell-properties")) {
+            if (const QColor colour(attribute(xml, ns::fo, "background-color")); colour.isValid())
+                style.background = colour;
+            style.borderless = true;
+            for (const char* side :
+                 {"border", "border-top", "border-bottom", "border-left", "border-right"}) {
+                const QString line = attribute(xml, ns::fo, side);
+                style.borderless = style.borderless && (line.isEmpty() || line == u"none");
+            }
         }
         xml.skipCurrentElement();
     }
@@ -312,6 +358,15 @@ void Styles::applyParagraph(const QString& name, QTextBlockFormat& format) const
         chain.push_back(style);
     for (auto style = chain.rbegin(); style != chain.rend(); ++style)
         format.merge((*style)->paragraph);
+    const auto master = std::find_if(chain.begin(), chain.end(), [](const Style* style) {
+        return !style->masterPage.isEmpty();
+    });
+    if (master == chain.end())
+        return;
+    if (const auto page = pageOfMaster((*master)->masterPage)) {
+        SectionPages::mark(format, *page);
+        format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    }
 }
 
 QString Styles::listStyleOfParagraph(const QString& name) const {

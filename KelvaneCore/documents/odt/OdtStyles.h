@@ -1,8 +1,10 @@
 #pragma once
 
 #include "documents/ListNumbering.h"
+#include "documents/SectionPages.h"
 
 #include <QByteArray>
+#include <QColor>
 #include <QFont>
 #include <QString>
 #include <QTextFormat>
@@ -50,7 +52,8 @@ public:
     // Applies the text properties of a "text" or "paragraph" style and its ancestors on top
     // of `format`; relative font sizes scale the size `format` already has.
     void applyText(QStringView family, const QString& name, QTextCharFormat& format) const;
-    // Alignment, left margin, first-line indent and page breaks of a paragraph style.
+    // Alignment, margins, spacing and page breaks of a paragraph style, and the page it
+    // starts when it names a master page.
     void applyParagraph(const QString& name, QTextBlockFormat& format) const;
     // The list style a paragraph style attaches its paragraphs to, or empty.
     QString listStyleOfParagraph(const QString& name) const;
@@ -61,14 +64,30 @@ public:
     // "none" when the document does not number them.
     const ListNumbering::Levels& outlineLevels() const { return outline_; }
 
+    // Whether the document defines a style of this family and name.
+    bool defines(QStringView family, const QString& name) const {
+        return find(family, name) != nullptr;
+    }
     // The font of the default paragraph style, when it names a family.
     std::optional<QFont> defaultFont() const;
+    // The width a table-column style gives its columns, in points.
+    std::optional<double> columnWidth(const QString& name) const;
+    // Whether a table-cell style says its cells draw no lines.
+    bool drawsNoLines(const QString& name) const;
+    // The background a table-cell style paints, or an invalid colour.
+    QColor cellBackground(const QString& name) const;
+    // The page the text starts on: that of the master page "Standard", or the first one.
+    std::optional<SectionPages::Page> firstPage() const;
 
 private:
     struct Style {
         QString parent;
         QString listStyle;
-        QString fontName; // a style:font-face name, resolved on use
+        QString fontName;                  // a style:font-face name, resolved on use
+        QString masterPage;                // the page a paragraph of this style starts
+        std::optional<double> columnWidth; // points
+        QColor background;                 // of table cells
+        bool borderless = false;           // a table cell style that draws no line
         std::optional<double> sizePercent;
         QTextCharFormat text;
         QTextBlockFormat paragraph;
@@ -77,6 +96,9 @@ private:
     void readStyle(QXmlStreamReader& xml, Style& style);
     void readListStyle(QXmlStreamReader& xml, const QString& name);
     void readOutlineStyle(QXmlStreamReader& xml);
+    void readPageLayout(QXmlStreamReader& xml, const QString& name);
+    void readMasterPage(QXmlStreamReader& xml, const QString& name);
+    std::optional<SectionPages::Page> pageOfMaster(const QString& name) const;
     void applyTextOf(const Style& style, QTextCharFormat& format) const;
     const Style* find(QStringView family, const QString& name) const;
 
@@ -91,6 +113,14 @@ private:
         levels.fill({ListNumbering::NumberFormat::none, {}, 1, -1});
         return levels;
     }
+    std::map<QString, SectionPages::Page> pageLayouts_;
+    struct MasterPage {
+        QString pageLayout;
+        QString header; // one line, SectionPages::pageNumberMark for the page number
+        QString footer;
+    };
+    std::map<QString, MasterPage> masterPages_;
+    QString firstMaster_;
 };
 
 } // namespace kelvane::Odt

@@ -1,14 +1,19 @@
+#include "documents/Units.h"
 #include "documents/odt/OdtBodyReader.h"
 
 #include <QTextTable>
 
 #include <algorithm>
+#include <numeric>
 
 namespace kelvane::Odt {
 namespace {
 
 constexpr int maxTableColumns = 64;
 constexpr int maxTableRows = 1000;
+// Wider than this a table fills the text's width: the text of A4 in portrait with our
+// margins, the narrowest we lay out on everyday paper.
+constexpr double narrowestTextPoints = 467.28;
 
 } // namespace
 
@@ -17,6 +22,13 @@ void BodyReader::readTable(int depth) {
     auto outerLists = std::exchange(lists_, {});
     Table table;
     readTableRows(depth + 1, table);
+    if (table.table && !table.bordered) {
+        QTextTableFormat format = table.table->format(); // a layout table, without lines
+        format.setBorder(0);
+        table.table->setFormat(format);
+    }
+    if (table.table)
+        applyWidths(table);
     if (table.table) {
         cursor_ = table.table->lastCursorPosition();
         cursor_.movePosition(QTextCursor::NextBlock);
@@ -36,9 +48,44 @@ void BodyReader::readTableRows(int depth, Table& table) {
                  isElement(xml_, ns::table, u"table-rows") ||
                  isElement(xml_, ns::table, u"table-row-group"))
             readTableRows(depth + 1, table);
+        else if (isElement(xml_, ns::table, u"table-column"))
+            readColumn(table);
+        else if (isElement(xml_, ns::table, u"table-columns") ||
+                 isElement(xml_, ns::table, u"table-header-columns") ||
+                 isElement(xml_, ns::table, u"table-column-group"))
+            readTableRows(depth + 1, table);
         else
-            xml_.skipCurrentElement(); // columns, titles
+            xml_.skipCurrentElement(); // titles
     }
+}
+
+void BodyReader::readColumn(Table& table) {
+    const int free = maxTableColumns - static_cast<int>(table.columnWidths.size());
+    const int repeat = boundedCount(xml_, ns::table, "number-columns-repeated", free);
+    const double width = styles_.columnWidth(attribute(xml_, ns::table, "style-name")).value_or(0);
+    if (free > 0)
+        table.columnWidths.insert(table.columnWidths.end(), static_cast<std::size_t>(repeat),
+                                  width);
+    xml_.skipCurrentElement();
+}
+
+// Columns in proportion to their styles' widths, the table as wide as they add up to and
+// never wider than the text; left to the layout when a column has no width.
+void BodyReader::applyWidths(Table& table) const {
+    const std::vector<double>& widths = table.columnWidths;
+    const double total = std::accumulate(widths.begin(), widths.end(), 0.0);
+    const bool known = std::all_of(widths.begin(), widths.end(), [](double w) { return w > 0; });
+    if (!known || total <= 0 || static_cast<int>(widths.size()) != table.table->columns())
+        return;
+    QTextTableFormat format = table.table->format();
+    QList<QTextLength> constraints;
+    for (const double width : widths)
+        constraints.append(QTextLength(QTextLength::PercentageLength, width / total * 100));
+    format.setColumnWidthConstraints(constraints);
+    format.setWidth(total > narrowestTextPoints
+                        ? QTextLength(QTextLength::PercentageLength, 100)
+                        : QTextLength(QTextLength::FixedLength, Units::pixelsFromPoints(total)));
+    table.table->setFormat(format);
 }
 
 void BodyReader::readRow(int depth, Table& table) {
@@ -62,7 +109,17 @@ void BodyReader::readRow(int depth, Table& table) {
         cellAt(table, row, column + copies); // grow the grid once, not per copy
         cursor_ = cellAt(table, row, column).firstCursorPosition();
         blockUnused_ = true;
+        const QString cellStyle = attribute(xml_, ns::table, "style-name");
+        const QColor background = styles_.cellBackground(cellStyle);
+        table.bordered = table.bordered || !styles_.drawsNoLines(cellStyle);
         readBlocks(depth + 1);
+        if (background.isValid()) {
+            // After the content: the cell's format is that of its first paragraph's characters.
+            QTextTableCell target = table.table->cellAt(row, column);
+            QTextCharFormat format = target.format();
+            format.setBackground(background);
+            target.setFormat(format);
+        }
         const CellContents contents = copies > 0 ? contentsOf(table, row, column) : CellContents{};
         for (int copy = 1; copy <= copies; ++copy)
             paste(table, row, column + copy, contents);

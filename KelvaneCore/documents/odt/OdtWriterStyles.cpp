@@ -181,6 +181,35 @@ double pointSizeOf(const QFont& font) {
     return font.pointSizeF() > 0 ? font.pointSizeF() : fallbackPointSize;
 }
 
+// Space around a paragraph and between its lines, as far as the paragraph sets them.
+void addSpacing(const QTextBlockFormat& format, Properties& properties) {
+    if (format.hasProperty(QTextFormat::BlockTopMargin))
+        properties.emplace_back("fo:margin-top",
+                                lengthInPoints(Units::pointsFromPixels(format.topMargin())));
+    if (format.hasProperty(QTextFormat::BlockBottomMargin))
+        properties.emplace_back("fo:margin-bottom",
+                                lengthInPoints(Units::pointsFromPixels(format.bottomMargin())));
+    if (format.lineHeight() <= 0)
+        return;
+    const QString height = lengthInPoints(Units::pointsFromPixels(format.lineHeight()));
+    switch (format.lineHeightType()) {
+    case QTextBlockFormat::ProportionalHeight:
+        properties.emplace_back("fo:line-height", QString::number(format.lineHeight()) + u'%');
+        break;
+    case QTextBlockFormat::FixedHeight:
+        properties.emplace_back("fo:line-height", height);
+        break;
+    case QTextBlockFormat::MinimumHeight:
+        properties.emplace_back("style:line-height-at-least", height);
+        break;
+    case QTextBlockFormat::LineDistanceHeight:
+        properties.emplace_back("style:line-spacing", height);
+        break;
+    default:
+        break;
+    }
+}
+
 } // namespace
 
 QString lengthInPoints(double points) {
@@ -283,6 +312,7 @@ QString AutomaticStyles::paragraph(const QString& parent, const QTextBlockFormat
     if (format.textIndent() != 0)
         properties.emplace_back("fo:text-indent",
                                 lengthInPoints(Units::pointsFromPixels(format.textIndent())));
+    addSpacing(format, properties);
     if (format.pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore)
         properties.emplace_back("fo:break-before", "page");
     if (format.pageBreakPolicy() & QTextFormat::PageBreak_AlwaysAfter)

@@ -1,7 +1,9 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/DocumentTools.h"
 #include "documents/Units.h"
 #include "fixtures/DocxFixtures.h"
+#include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
 #include <QElapsedTimer>
@@ -31,7 +33,7 @@ const QByteArray styles = docx::stylesPart(R"(
   <w:sz w:val="22"/></w:rPr></w:rPrDefault></w:docDefaults>
 <w:style w:type="paragraph" w:default="1" w:styleId="Normal"><w:name w:val="Normal"/></w:style>
 <w:style w:type="paragraph" w:styleId="Heading1"><w:name w:val="heading 1"/><w:basedOn w:val="Normal"/>
-  <w:rPr><w:color w:val="2E74B5"/><w:sz w:val="32"/></w:rPr></w:style>
+  <w:pPr><w:spacing w:before="480" w:line="480" w:lineRule="exact"/></w:pPr><w:rPr><w:color w:val="2E74B5"/><w:sz w:val="32"/></w:rPr></w:style>
 <w:style w:type="paragraph" w:styleId="Berschrift2"><w:name w:val="Section Title"/>
   <w:basedOn w:val="Normal"/><w:pPr><w:outlineLvl w:val="1"/></w:pPr><w:rPr><w:i/></w:rPr></w:style>
 <w:style w:type="character" w:styleId="Emphasis"><w:name w:val="Emphasis"/>
@@ -56,7 +58,8 @@ QByteArray listItem(int numId, int level, const char* text) {
 const QByteArray formattedText = R"(
 <w:p><w:pPr><w:pStyle w:val="Heading1"/></w:pPr><w:r><w:t>Quarterly report</w:t></w:r></w:p>
 <w:p><w:pPr><w:pStyle w:val="Berschrift2"/></w:pPr><w:r><w:t>Sales</w:t></w:r></w:p>
-<w:p><w:pPr><w:jc w:val="center"/><w:ind w:left="720" w:firstLine="360"/></w:pPr>
+<w:p><w:pPr><w:jc w:val="center"/><w:ind w:left="720" w:firstLine="360"/>
+  <w:spacing w:after="120" w:line="360" w:lineRule="auto"/></w:pPr>
   <w:r><w:t xml:space="preserve">Plain </w:t></w:r>
   <w:r><w:rPr><w:b/></w:rPr><w:t>bold</w:t></w:r>
   <w:r><w:rPr><w:i/></w:rPr><w:t>italic</w:t></w:r>
@@ -81,9 +84,9 @@ const QByteArray lists = listItem(1, 0, "Apples") + listItem(1, 1, "Green") +
                          listItem(2, 1, "Sub") + listItem(2, 0, "Second");
 
 const QByteArray tableLinkAndImage = R"(
-<w:tbl><w:tblPr/><w:tblGrid><w:gridCol w:w="2000"/><w:gridCol w:w="2000"/></w:tblGrid>
+<w:tbl><w:tblPr/><w:tblGrid><w:gridCol w:w="1000"/><w:gridCol w:w="3000"/></w:tblGrid>
  <w:tr><w:tc><w:p><w:r><w:t>Name</w:t></w:r></w:p></w:tc>
-  <w:tc><w:p><w:r><w:rPr><w:b/></w:rPr><w:t>Value</w:t></w:r></w:p></w:tc></w:tr>
+  <w:tc><w:tcPr><w:shd w:val="clear" w:color="auto" w:fill="D9E2F3"/></w:tcPr><w:p><w:r><w:rPr><w:b/></w:rPr><w:t>Value</w:t></w:r></w:p></w:tc></w:tr>
  <w:tr><w:tc><w:p><w:r><w:t>Width</w:t></w:r></w:p></w:tc>
   <w:tc><w:p><w:r><w:t>42</w:t></w:r></w:p><w:p><w:r><w:t>cm</w:t></w:r></w:p></w:tc></w:tr></w:tbl>
 <w:p><w:r><w:t xml:space="preserve">See </w:t></w:r><w:hyperlink r:id="rIdLink"><w:r><w:t>the site</w:t></w:r></w:hyperlink>
@@ -153,7 +156,7 @@ void expectParagraphs(const QTextDocument& document) {
     const QTextBlock title = blockOf(document, "Quarterly report");
     EXPECT_EQ(title.blockFormat().headingLevel(), 1);
     EXPECT_EQ(formatOf(document, "Quarterly").fontPointSize(), 16);
-    EXPECT_EQ(formatOf(document, "Quarterly").fontWeight(), QFont::Bold);
+    EXPECT_LT(formatOf(document, "Quarterly").fontWeight(), QFont::DemiBold); // its style's look
     EXPECT_EQ(formatOf(document, "Quarterly").foreground().color(), QColor(0x2e, 0x74, 0xb5));
     EXPECT_EQ(blockOf(document, "Sales").blockFormat().headingLevel(), 2);
     EXPECT_TRUE(formatOf(document, "Sales").fontItalic());
@@ -162,6 +165,15 @@ void expectParagraphs(const QTextDocument& document) {
     EXPECT_EQ(centred.alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
     EXPECT_NEAR(centred.leftMargin(), 48, 0.01); // 720 twips = half an inch
     EXPECT_NEAR(centred.textIndent(), 24, 0.01);
+    // Spacing from the heading's style (24 pt before, lines exactly 24 pt) and the paragraph's
+    // own (6 pt after, lines one and a half).
+    const QTextBlockFormat heading = title.blockFormat();
+    EXPECT_NEAR(heading.topMargin(), 32, 0.01);
+    EXPECT_EQ(heading.lineHeightType(), QTextBlockFormat::FixedHeight);
+    EXPECT_NEAR(heading.lineHeight(), 32, 0.01);
+    EXPECT_NEAR(centred.bottomMargin(), 8, 0.01);
+    EXPECT_EQ(centred.lineHeightType(), QTextBlockFormat::ProportionalHeight);
+    EXPECT_NEAR(centred.lineHeight(), 150, 0.01);
 
     EXPECT_EQ(blockOf(document, "two spaces").text(),
               QStringLiteral("  two spaces\tafter tab\u2028next inserted7 control"));
@@ -262,6 +274,14 @@ TEST(DocxReader, ReadsTablesLinksAndImagesWithTheirOriginalBytes) {
     TempFolder temp;
     const auto document = DocumentFormats::readDocx(docx::write(temp, "rich.docx", richPackage()));
     expectTableLinkAndImage(*document);
+    // The grid's widths, a quarter and three quarters of 4000 twips, and the shaded cell.
+    const QTextTable* table = find(*document, "Width").currentTable();
+    const QTextTableFormat format = table->format();
+    ASSERT_EQ(format.columnWidthConstraints().size(), 2);
+    EXPECT_NEAR(format.columnWidthConstraints()[0].rawValue(), 25, 0.01);
+    EXPECT_NEAR(format.width().rawValue(), Units::pixelsFromPoints(200), 0.01);
+    EXPECT_EQ(table->cellAt(0, 1).format().background().color(), QColor(0xd9, 0xe2, 0xf3));
+    EXPECT_EQ(table->cellAt(0, 0).format().background().style(), Qt::NoBrush);
 }
 
 // A drawing in a choice of mc:AlternateContent, its VML fallback holding a bitmap of it: the
@@ -559,6 +579,36 @@ TEST(DocxReader, ResolvesStylesThroughCyclesAndMissingDefinitions) {
     EXPECT_EQ(blockOf(*document, "loop").blockFormat().headingLevel(), 0);
     EXPECT_EQ(blockOf(*document, "undefined").blockFormat().headingLevel(), 3);
     EXPECT_EQ(formatOf(*document, "undefined").fontWeight(), QFont::Bold);
+}
+
+// A portrait section and a landscape one, both with a footer numbering their pages.
+TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
+    const QByteArray footerReference = R"(<w:footerReference w:type="default" r:id="rIdFooter"/>)";
+    const QByteArray body =
+        R"(<w:p><w:pPr><w:sectPr>)" + footerReference +
+        R"(<w:pgSz w:w="12240" w:h="15840"/></w:sectPr></w:pPr><w:r><w:t>Upright</w:t></w:r></w:p>
+<w:p><w:r><w:t>Sideways</w:t></w:r></w:p><w:sectPr>)" +
+        footerReference + R"(<w:pgSz w:w="15840" w:h="12240" w:orient="landscape"/></w:sectPr>)";
+    const QByteArray footer = "<w:ftr" + docx::namespaces +
+                              R"(><w:p><w:r><w:t xml:space="preserve">Page </w:t></w:r>
+<w:r><w:fldChar w:fldCharType="begin"/></w:r><w:r><w:instrText> PAGE </w:instrText></w:r>
+<w:r><w:fldChar w:fldCharType="separate"/></w:r><w:r><w:t>9</w:t></w:r>
+<w:r><w:fldChar w:fldCharType="end"/></w:r></w:p></w:ftr>)";
+    TempFolder temp;
+    const auto document = DocumentFormats::readDocx(docx::write(
+        temp, "sections.docx",
+        docx::package(docx::documentPart(body),
+                      {{"word/_rels/document.xml.rels", docx::relationshipsPart(docx::relationship(
+                                                            "rIdFooter", "footer", "footer1.xml"))},
+                       {"word/footer1.xml", footer}})));
+    const fixtures::PdfProbe pdf(
+        writeBytes(temp, "sections.pdf", DocumentTools::pdf(*document, PageSize::a4)));
+    ASSERT_EQ(pdf.pageCount(), 2);
+    EXPECT_LT(pdf.pageSize(0).width(), pdf.pageSize(0).height());
+    EXPECT_GT(pdf.pageSize(1).width(), pdf.pageSize(1).height());
+    EXPECT_NEAR(pdf.pageSize(1).width(), 841.89, 0.5); // the chosen paper, turned
+    EXPECT_EQ(pdf.text(0).simplified(), "Upright Page 1");
+    EXPECT_EQ(pdf.text(1).simplified(), "Sideways Page 2");
 }
 
 } // namespace

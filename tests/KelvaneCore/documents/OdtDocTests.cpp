@@ -4,6 +4,7 @@
 #include "documents/ZipContainer.h"
 #include "documents/doc/DocReader.h"
 #include "fixtures/Bytes.h"
+#include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
 #include <QBuffer>
@@ -64,12 +65,24 @@ const QByteArray commonStyles =
     "fo:font-size=\"10pt\"/></style:style>"
     "<style:style style:name=\"Heading_20_2\" style:family=\"paragraph\">"
     "<style:text-properties fo:font-size=\"16pt\" fo:color=\"#800000\"/></style:style>"
-    "</office:styles></office:document-styles>";
+    "</office:styles><office:automatic-styles><style:page-layout style:name=\"pm1\">"
+    "<style:page-layout-properties fo:page-width=\"21cm\" fo:page-height=\"29.7cm\" "
+    "fo:margin=\"1in\"/></style:page-layout></office:automatic-styles><office:master-styles>"
+    "<style:master-page style:name=\"Standard\" style:page-layout-name=\"pm1\"><style:footer>"
+    "<text:p>Page <text:page-number>7</text:page-number></text:p></style:footer>"
+    "</style:master-page></office:master-styles></office:document-styles>";
 
 const QByteArray automaticStyles =
     "<office:font-face-decls/>"
+    "<style:style style:name=\"Narrow\" style:family=\"table-column\">"
+    "<style:table-column-properties style:column-width=\"1in\"/></style:style>"
+    "<style:style style:name=\"Wide\" style:family=\"table-column\">"
+    "<style:table-column-properties style:column-width=\"2in\"/></style:style>"
+    "<style:style style:name=\"Shaded\" style:family=\"table-cell\">"
+    "<style:table-cell-properties fo:background-color=\"#ddeeff\"/></style:style>"
     "<style:style style:name=\"P1\" style:family=\"paragraph\" style:parent-style-name=\"Body\">"
-    "<style:paragraph-properties fo:text-align=\"center\" fo:break-before=\"page\"/></style:style>"
+    "<style:paragraph-properties fo:text-align=\"center\" fo:break-before=\"page\" "
+    "fo:margin-top=\"0.5in\" fo:margin-bottom=\"6pt\" fo:line-height=\"150%\"/></style:style>"
     "<style:style style:name=\"T1\" style:family=\"text\"><style:text-properties "
     "fo:font-weight=\"bold\" fo:font-style=\"italic\" style:text-underline-style=\"solid\" "
     "style:text-line-through-style=\"solid\" fo:color=\"#112233\" fo:background-color=\"#ffff00\" "
@@ -92,10 +105,12 @@ const QByteArray body =
     "</text:list-item></text:list></text:list-item><text:list-item><text:p>one-b</text:p>"
     "</text:list-item></text:list></text:list-item><text:list-item><text:p>two</text:p>"
     "<text:p>two continued</text:p></text:list-item></text:list>"
-    "<table:table><table:table-column table:number-columns-repeated=\"3\"/>"
+    "<table:table><table:table-column table:style-name=\"Narrow\"/><table:table-column "
+    "table:style-name=\"Wide\" table:number-columns-repeated=\"2\"/>"
     "<table:table-header-rows><table:table-row><table:table-cell "
     "table:number-columns-spanned=\"2\"><text:p>wide</text:p></table:table-cell>"
-    "<table:covered-table-cell/><table:table-cell><text:p>H3</text:p></table:table-cell>"
+    "<table:covered-table-cell/><table:table-cell table:style-name=\"Shaded\"><text:p>H3</text:p>"
+    "</table:table-cell>"
     "</table:table-row></table:table-header-rows><table:table-row><table:table-cell "
     "table:number-columns-repeated=\"2\"><text:p>same</text:p></table:table-cell>"
     "<table:table-cell><text:p><text:span text:style-name=\"T1\">B</text:span></text:p>"
@@ -165,7 +180,7 @@ TEST(OdtReader, ParagraphAndCharacterStylesFollowInheritance) {
 
     const QTextBlock heading = blockWith(*document, "Chapter two");
     EXPECT_EQ(heading.blockFormat().headingLevel(), 2);
-    EXPECT_EQ(heading.charFormat().fontWeight(), QFont::Bold);
+    EXPECT_LT(heading.charFormat().fontWeight(), QFont::DemiBold); // its style is not bold
     EXPECT_EQ(formatOf(*document, "two").fontPointSize(), 16);
     EXPECT_EQ(formatOf(*document, "two").foreground().color(), QColor("#800000"));
 
@@ -176,6 +191,10 @@ TEST(OdtReader, ParagraphAndCharacterStylesFollowInheritance) {
     EXPECT_DOUBLE_EQ(styled.blockFormat().leftMargin(), 96);
     EXPECT_DOUBLE_EQ(styled.blockFormat().textIndent(), 48);
     EXPECT_EQ(styled.blockFormat().pageBreakPolicy(), QTextFormat::PageBreak_AlwaysBefore);
+    EXPECT_DOUBLE_EQ(styled.blockFormat().topMargin(), 48);
+    EXPECT_DOUBLE_EQ(styled.blockFormat().bottomMargin(), 8);
+    EXPECT_EQ(styled.blockFormat().lineHeightType(), QTextBlockFormat::ProportionalHeight);
+    EXPECT_DOUBLE_EQ(styled.blockFormat().lineHeight(), 150);
     EXPECT_EQ(formatOf(*document, "Plain").fontPointSize(), 10);
     EXPECT_NE(formatOf(*document, "Plain").fontWeight(), QFont::Bold);
 
@@ -211,6 +230,21 @@ TEST(OdtReader, NestedListsTakeTheirLevelStyleAndIndent) {
     EXPECT_EQ(blockWith(*document, "two continued").textList(), nullptr);
 }
 
+// The master page's footer numbers every page of the PDF.
+TEST(OdtReader, TheMasterPageGivesThePdfItsMarginsAndFooter) {
+    TempFolder temp;
+    const auto document = readHandWritten(temp);
+    const fixtures::PdfProbe pdf(
+        fixtures::writeBytes(temp, "hand.pdf", DocumentTools::pdf(*document, PageSize::letter)));
+    ASSERT_GE(pdf.pageCount(), 2);
+    for (int page = 0; page < pdf.pageCount(); ++page)
+        EXPECT_TRUE(pdf.text(page).simplified().endsWith(QStringLiteral("Page %1").arg(page + 1)))
+            << pdf.text(page).toStdString();
+    const auto words = pdf.words(0);
+    ASSERT_FALSE(words.empty());
+    EXPECT_NEAR(words.front().second.left(), 72, 1.0); // the layout's inch, not our default
+}
+
 TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
     TempFolder temp;
     const auto document = readHandWritten(temp);
@@ -221,6 +255,12 @@ TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
     EXPECT_EQ(cellText(table, 0, 0), "wide");
     EXPECT_EQ(cellText(table, 0, 1), "");
     EXPECT_EQ(cellText(table, 0, 2), "H3");
+    // Columns of one and two inches, and a shaded cell.
+    ASSERT_EQ(table->format().columnWidthConstraints().size(), 3);
+    EXPECT_NEAR(table->format().columnWidthConstraints()[0].rawValue(), 20, 0.01);
+    EXPECT_NEAR(table->format().width().rawValue(), 480, 0.01);
+    EXPECT_EQ(table->cellAt(0, 2).format().background().color(), QColor("#ddeeff"));
+    EXPECT_EQ(table->cellAt(1, 0).format().background().style(), Qt::NoBrush);
     EXPECT_EQ(cellText(table, 1, 0), "same");
     EXPECT_EQ(cellText(table, 1, 1), "same");
     EXPECT_EQ(cellText(table, 3, 0), "r");

@@ -241,6 +241,8 @@ TEST(OdtWriterBlocks, HeadingsAlignmentIndentsAndPageBreaksComeBack) {
     paragraph.setLeftMargin(48);
     paragraph.setTextIndent(-24);
     paragraph.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    paragraph.setTopMargin(16);
+    paragraph.setLineHeight(150, QTextBlockFormat::ProportionalHeight);
     cursor.insertBlock(paragraph);
     cursor.insertText("after the break");
     QTextBlockFormat right;
@@ -259,6 +261,9 @@ TEST(OdtWriterBlocks, HeadingsAlignmentIndentsAndPageBreaksComeBack) {
     EXPECT_NEAR(read.leftMargin(), 48, 0.01);
     EXPECT_NEAR(read.textIndent(), -24, 0.01);
     EXPECT_EQ(read.pageBreakPolicy(), QTextFormat::PageBreak_AlwaysBefore);
+    EXPECT_NEAR(read.topMargin(), 16, 0.01);
+    EXPECT_EQ(read.lineHeightType(), QTextBlockFormat::ProportionalHeight);
+    EXPECT_NEAR(read.lineHeight(), 150, 0.01);
     EXPECT_EQ(blockWith(*document, "right side").blockFormat().alignment(), Qt::AlignRight);
     EXPECT_EQ(blockWith(*document, "right side").blockFormat().pageBreakPolicy(),
               QTextFormat::PageBreak_Auto);
