@@ -235,7 +235,8 @@ void Styles::read(const QByteArray& bytes) {
             readStyle(xml, style);
         } else if (isElement(xml, ns::style, u"default-style") &&
                    attribute(xml, ns::style, "family") == u"paragraph") {
-            readStyle(xml, defaultParagraph_.emplace());
+            defaultParagraph_ = Style{};
+            readStyle(xml, *defaultParagraph_);
         } else if (isElement(xml, ns::text, u"list-style")) {
             readListStyle(xml, attribute(xml, ns::style, "name"));
         } else if (isElement(xml, ns::text, u"outline-style")) {
