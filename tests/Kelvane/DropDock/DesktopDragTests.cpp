@@ -113,12 +113,13 @@ struct WatchingDock {
     QQmlEngine engine;
     std::unique_ptr<DesktopDock> dock;
 
-    WatchingDock() {
+    explicit WatchingDock(bool keepOpen = false) {
         store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
         Symbols::fontFamily();
         engine.rootContext()->setContextProperty(QStringLiteral("store"), &model);
         engine.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance);
         dock = std::make_unique<DesktopDock>(engine, store, [] { return true; });
+        dock->setKeepOpen(keepOpen);
         dock->start();
     }
 };
@@ -279,18 +280,11 @@ TEST(DesktopDrag, InAWaylandSessionTheTabKeptOpenWidensOnADragAndADropOnItQueues
     const auto photo = temp.write("Beach.jpg", "jpeg");
     setenv("WAYLAND_DISPLAY", "wayland-kelvane-test", 1);
     const auto leaveWayland = qScopeGuard([] { unsetenv("WAYLAND_DISPLAY"); });
-    Store store;
-    store.setRunner([](auto&&...) { return std::vector<std::filesystem::path>{}; });
-    Appearance appearance;
-    WindowModel model{store};
-    QQmlEngine engine;
-    engine.rootContext()->setContextProperty(QStringLiteral("store"), &model);
-    engine.rootContext()->setContextProperty(QStringLiteral("appearance"), &appearance);
-    DesktopDock dock(engine, store, [] { return true; });
+    WatchingDock kept(true);
+    DesktopDock& dock = *kept.dock;
+    Store& store = kept.store;
     EXPECT_FALSE(dock.watching());
     EXPECT_FALSE(dock.unavailableReason().isEmpty());
-    dock.setKeepOpen(true);
-    dock.start();
     QQuickWindow* tab = dock.pinnedWindow();
     ASSERT_NE(tab, nullptr);
     ASSERT_TRUE(waitUntil([&] { return tab->isExposed(); }));
