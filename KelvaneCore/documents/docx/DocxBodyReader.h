@@ -38,6 +38,11 @@ bool isSkipped(const QXmlStreamReader& xml);
 // Content controls, their content and custom XML: elements that only wrap what they hold.
 bool isWrapper(const QXmlStreamReader& xml);
 
+// The link of a HYPERLINK field instruction: its quoted target, or "#name" for a place in
+// the document (\l).
+QString hyperlinkOf(const QString& instruction);
+void setLink(QTextCharFormat& format, const QString& href);
+
 // Footnotes and endnotes are numbered in the order the text refers to them, each kind on its
 // own; their text follows the body, each note led by its number.
 using NoteKind = DocumentNotes::Kind;
