@@ -62,7 +62,10 @@ private:
     void writeFrame(const QTextFrame& frame, int nesting);
     void writeChildFrame(const QTextFrame& frame, int nesting);
     void writeTable(const QTextTable& table, int nesting);
-    void writeCell(const QTextTable& table, int row, int column, int nesting);
+    void writeRow(const QTextTable& table, int row, const std::vector<double>& grid, int nesting);
+    // The cell at a row and column of the grid, whose columns are `grid` twips wide.
+    void writeCell(const QTextTable& table, std::pair<int, int> place,
+                   const std::vector<double>& grid, int nesting);
     void writeFlattened(const QTextFrame& frame);
     void writeBlock(const QTextBlock& block);
     void writeParagraphProperties(const QTextBlock& block);
