@@ -34,11 +34,10 @@ constexpr std::size_t maxSections = 200;
 constexpr int layoutDpi = 96;
 
 struct PageGeometry {
-    QSizeF page;     // points
-    QSizeF textArea; // device pixels
-    QPointF origin;  // device pixels, the text area's top-left corner
-    QString header;  // drawn in the top margin, SectionPages::pageNumberMark for the number
-    QString footer;  // in the bottom margin
+    QSizeF page;                // points
+    QSizeF textArea;            // device pixels
+    QPointF origin;             // device pixels, the text area's top-left corner
+    SectionPages::Page section; // its header and footer lines and where its numbering starts
     bool operator==(const PageGeometry&) const = default;
 };
 
@@ -55,7 +54,6 @@ PageGeometry geometryOf(QSizeF page, QMarginsF margins) {
     return {page,
             textArea,
             {Units::pixelsFromPoints(margins.left()), Units::pixelsFromPoints(margins.top())},
-            {},
             {}};
 }
 
@@ -93,8 +91,7 @@ PageGeometry geometryOf(const SectionPages::Page& section, PageSize paper) {
         size.height() - margins.top() - margins.bottom() < minTextPoints)
         margins = {marginPoints, marginPoints, marginPoints, marginPoints};
     PageGeometry geometry = geometryOf(size, margins);
-    geometry.header = section.header;
-    geometry.footer = section.footer;
+    geometry.section = section;
     return geometry;
 }
 
@@ -165,6 +162,8 @@ public:
     // The pages drawn from here on take this geometry.
     void turnTo(const PageGeometry& geometry) {
         geometry_ = geometry;
+        if (geometry_.section.firstNumber > 0)
+            number_ = geometry_.section.firstNumber - 1;
         writer_.setPageLayout(QPageLayout(QPageSize(geometry_.page, QPageSize::Point),
                                           QPageLayout::Portrait, QMarginsF()));
         const QSize rounded = writer_.pageLayout().fullRectPoints().size();
@@ -228,8 +227,9 @@ private:
         if (drawn_++ > 0)
             writer_.newPage();
         drawPage(painter_, document, geometry_, page);
-        drawMarginText(painter_, geometry_, geometry_.header, true, drawn_);
-        drawMarginText(painter_, geometry_, geometry_.footer, false, drawn_);
+        const SectionPages::Lines lines = SectionPages::linesOn(geometry_.section, page, ++number_);
+        drawMarginText(painter_, geometry_, lines.header, true, number_);
+        drawMarginText(painter_, geometry_, lines.footer, false, number_);
     }
 
     PageGeometry geometry_;
@@ -239,6 +239,7 @@ private:
     QPainter painter_;
     std::vector<std::pair<QSize, QSizeF>> sizes_; // as the writer rounds them, and exact
     int drawn_ = 0;
+    int number_ = 0; // the number of the last page drawn, as its section numbers it
 };
 
 // Where the section of a block begins among the document's top-level content: at the block,
@@ -267,7 +268,8 @@ std::vector<Section> sectionsOf(const QTextDocument& document, PageSize paper) {
         const int start = topLevelPosition(block);
         if (start <= sections.back().start)
             sections.back().geometry = geometry;
-        else if (geometry != sections.back().geometry && sections.size() < maxSections)
+        else if ((geometry != sections.back().geometry || page->first || page->firstNumber > 0) &&
+                 sections.size() < maxSections)
             sections.push_back({start, geometry});
     }
     return sections;

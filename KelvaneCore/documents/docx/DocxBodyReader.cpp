@@ -36,7 +36,8 @@ bool isSkipped(const QXmlStreamReader& xml) {
     return false;
 }
 
-void BodyReader::read() {
+void BodyReader::read(bool evenPagesApart) {
+    evenPagesApart_ = evenPagesApart;
     if (!nextChild(xml_) || !isW(xml_, u"document"))
         throw std::runtime_error("not a WordprocessingML document");
     while (nextChild(xml_)) {
@@ -176,14 +177,31 @@ QString BodyReader::partText(const QString& relationshipId) const {
     return part ? headerFooterText(*part) : QString();
 }
 
+// The header and footer of one type ("default", "first", "even"): the section's own, or
+// where it names none, the last section's.
+SectionPages::Lines BodyReader::linesOf(const Section& section, const QString& type) {
+    SectionPages::Lines& lines = lastLines_[type];
+    if (const auto id = section.headerIds.find(type); id != section.headerIds.end())
+        lines.header = partText(id->second);
+    if (const auto id = section.footerIds.find(type); id != section.footerIds.end())
+        lines.footer = partText(id->second);
+    return lines;
+}
+
 // The section from sectionStart_ to here takes its page, and the next block starts another.
 void BodyReader::endSection(const Section& section) {
     if (sectionStart_ < 0)
         return; // nothing since the last section's end
     if (section.page) {
         SectionPages::Page page = *section.page;
-        page.header = partText(section.headerId);
-        page.footer = partText(section.footerId);
+        const SectionPages::Lines lines = linesOf(section, QStringLiteral("default"));
+        page.header = lines.header;
+        page.footer = lines.footer;
+        if (section.titlePage)
+            page.first = linesOf(section, QStringLiteral("first"));
+        if (evenPagesApart_)
+            page.even = linesOf(section, QStringLiteral("even"));
+        page.firstNumber = section.firstNumber;
         QTextBlockFormat marked;
         SectionPages::mark(marked, page);
         QTextCursor(cursor_.document()->findBlock(sectionStart_)).mergeBlockFormat(marked);

@@ -95,8 +95,9 @@ public:
         blockUnused_ = document.isEmpty();
     }
 
-    // The body of word/document.xml.
-    void read();
+    // The body of word/document.xml; `evenPagesApart` where the settings give even pages
+    // headers and footers of their own.
+    void read(bool evenPagesApart);
     // The notes of a footnotes or endnotes part that the body referred to, in their order.
     void readNotes(NoteKind kind);
 
@@ -138,6 +139,7 @@ private:
     void startBlock(QTextBlockFormat block, const QTextCharFormat& chars);
     void endSection(const Section& section);
     QString partText(const QString& relationshipId) const;
+    SectionPages::Lines linesOf(const Section& section, const QString& type);
     void beforeContent();
     void write(const QString& text, const QTextCharFormat& format);
     void countBlocks(int count);
@@ -165,6 +167,9 @@ private:
     // end is started, which starts a new page unless the break was continuous.
     int sectionStart_ = 0;
     bool sectionOnNewPage_ = false;
+    bool evenPagesApart_ = false;
+    // The header and footer lines of the last section, by type, for sections that name none.
+    std::map<QString, SectionPages::Lines> lastLines_;
     int tableNesting_ = 0;
     int blocks_ = 0;
 };

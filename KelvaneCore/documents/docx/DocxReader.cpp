@@ -54,7 +54,9 @@ std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
 
     auto document = std::make_unique<QTextDocument>();
     Docx::Notes notes;
-    Docx::BodyReader(*content, relationships, zip, styles, numbering, *document, notes).read();
+    const auto settings = relatedPart(zip, relationships, u"settings", "word/settings.xml");
+    Docx::BodyReader(*content, relationships, zip, styles, numbering, *document, notes)
+        .read(settings && Docx::evenAndOddHeaders(*settings));
     for (const auto& [kind, type, fallback] :
          {std::tuple{Docx::NoteKind::footnote, u"footnotes", "word/footnotes.xml"},
           std::tuple{Docx::NoteKind::endnote, u"endnotes", "word/endnotes.xml"}}) {

@@ -277,5 +277,44 @@ TEST(DocumentFixtures, SectionsLayOutOnPagesOfTheirOwnOrientation) {
     }
 }
 
+// The lines pdftotext finds on one page of a PDF, top to bottom.
+QStringList pageLines(const fs::path& pdf, int page) {
+    QProcess pdftotext;
+    pdftotext.start(QStringLiteral("pdftotext"),
+                    {QStringLiteral("-f"), QString::number(page), QStringLiteral("-l"),
+                     QString::number(page), QString::fromStdString(pdf.string()),
+                     QStringLiteral("-")});
+    EXPECT_TRUE(pdftotext.waitForFinished(60000)) << pdf;
+    QStringList lines =
+        QString::fromUtf8(pdftotext.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
+    for (QString& line : lines)
+        line = line.trimmed();
+    lines.removeAll(QString());
+    return lines;
+}
+
+// The first page of each section and even pages have headers and footers of their own; page
+// numbers restart in the second section, which keeps the first section's even header.
+TEST(DocumentFixtures, HeadersAndFootersFollowFirstAndEvenPages) {
+    TempFolder temp;
+    const std::vector<std::pair<QString, QString>> expected = {
+        {"Cover header", "Cover footer"},
+        {"Even header page 2", "Beta page of the harbour survey."},
+        {"Odd header page 3", "Survey footer"},
+        {"Even header page 4", "Delta page of the harbour survey."},
+        {"Appendix opening header", "Cover footer"},
+        {"Even header page 2", "Zeta page of the harbour survey."}};
+    fs::copy_file(folder / "headers.docx", temp / "headers.docx");
+    const fs::path pdf = DocumentTools::convert(temp / "headers.docx", Recipe::docToPDF, {});
+    ASSERT_EQ(PdfProbe(pdf).pageCount(), 6);
+    for (int page = 1; page <= 6; ++page) {
+        const QStringList lines = pageLines(pdf, page);
+        ASSERT_GE(lines.size(), 2) << "page " << page;
+        const auto& [header, last] = expected[static_cast<std::size_t>(page - 1)];
+        EXPECT_EQ(lines.first(), header) << "page " << page;
+        EXPECT_EQ(lines.last(), last) << "page " << page;
+    }
+}
+
 } // namespace
 } // namespace kelvane
