@@ -1,6 +1,7 @@
 #pragma once
 
 #include "documents/DocumentNotes.h"
+#include "documents/SectionPages.h"
 #include "documents/Units.h"
 #include "documents/docx/DocxPackage.h"
 #include "options/ConversionOptions.h"
@@ -13,6 +14,7 @@
 #include <QXmlStreamWriter>
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -56,9 +58,15 @@ public:
     std::vector<Docx::Relationship> relationships;
     std::vector<Media> media;
     std::vector<Docx::ListDefinition> lists;
+    std::vector<std::pair<QString, QByteArray>> marginParts; // "header1" and its part
+    bool evenPagesApart = false; // a section gives even pages lines of their own
 
 private:
     void startPart();
+    void writeSections();
+    void writeSectionProperties(const std::optional<SectionPages::Page>& page);
+    void writeMarginReferences(const SectionPages::Page& page);
+    QString marginPartId(const QString& line, bool header);
     void writeFrame(const QTextFrame& frame, int nesting);
     void writeChildFrame(const QTextFrame& frame, int nesting);
     void writeTable(const QTextTable& table, int nesting);
@@ -93,6 +101,9 @@ private:
     std::map<QString, QString> imageIds_; // resource name to relationship id
     std::map<QString, QString> linkIds_;  // URL to relationship id
     int drawings_ = 0;
+    std::map<std::pair<bool, QString>, QString> marginIds_; // header or footer, line: its id
+    // The section the paragraph being written ends, if it ends one.
+    const std::optional<SectionPages::Page>* sectionEnding_ = nullptr;
 };
 
 } // namespace kelvane::Docx

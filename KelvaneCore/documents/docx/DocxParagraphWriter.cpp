@@ -118,6 +118,10 @@ void BodyWriter::writeParagraphProperties(const QTextBlock& block) {
     }
     if (const auto alignment = alignmentOf(format.alignment()))
         writeEmpty(*xml_, "jc", {{"val", *alignment}});
+    if (sectionEnding_ != nullptr) {
+        writeSectionProperties(*sectionEnding_);
+        sectionEnding_ = nullptr;
+    }
     xml_->writeEndElement();
 }
 

@@ -1,12 +1,9 @@
 #include "documents/DocumentFormats.h"
-#include "documents/Units.h"
 #include "documents/ZipContainer.h"
 #include "documents/docx/DocxBodyWriter.h"
 #include "documents/docx/Ooxml.h"
 
 #include <QTextDocument>
-
-#include <cmath>
 
 namespace kelvane::Docx {
 
@@ -21,24 +18,10 @@ QByteArray BodyWriter::write() {
     startPart();
     xml_->writeStartElement(ns::w, QStringLiteral("document"));
     xml_->writeStartElement(ns::w, QStringLiteral("body"));
-    writeFrame(*document_.rootFrame(), 0);
-    xml_->writeStartElement(ns::w, QStringLiteral("sectPr"));
-    const auto twips = [](double points) {
-        return QString::number(std::lround(Units::twipsFromPoints(points)));
-    };
-    writeEmpty(*xml_, "pgSz",
-               {{"w", twips(paper_.widthInPoints())}, {"h", twips(paper_.heightInPoints())}});
-    const QString inch = QString::number(marginTwips);
-    writeEmpty(*xml_, "pgMar",
-               {{"top", inch},
-                {"right", inch},
-                {"bottom", inch},
-                {"left", inch},
-                {"header", QStringLiteral("720")},
-                {"footer", QStringLiteral("720")},
-                {"gutter", QStringLiteral("0")}});
-    xml_->writeEndElement();
+    writeSections();
     xml_->writeEndDocument();
+    if (evenPagesApart)
+        addRelationship(Ooxml::relationship::settings, QStringLiteral("settings.xml"), false);
     return output_;
 }
 
@@ -51,7 +34,6 @@ void BodyWriter::startPart() {
     xml_->writeNamespace(ns::pic, QStringLiteral("pic"));
 }
 
-// Notes whose text the document holds; a mark without one stays a plain superscript number.
 QString BodyWriter::addRelationship(const QString& type, const QString& target, bool external) {
     const QString id = QStringLiteral("rId%1").arg(relationships.size() + 1);
     relationships.push_back({id, type, target, external});
@@ -75,13 +57,17 @@ QByteArray writeDocx(const QTextDocument& document, PageSize paper) {
         if (QByteArray part = body.writeNotes(kind); !part.isEmpty())
             notes.emplace_back(name, std::move(part));
     }
-    QStringList noteParts;
+    QStringList parts; // beside the document, styles and numbering
     for (const auto& [name, part] : notes)
-        noteParts << name;
+        parts << name;
+    for (const auto& [name, part] : body.marginParts)
+        parts << name;
+    if (body.evenPagesApart)
+        parts << QStringLiteral("settings");
     // Notes refer to pictures and links by the ids of the body, so they share its relationships.
     const QByteArray relationships = Docx::relationshipsPart(body.relationships);
     ZipBuilder zip;
-    zip.add("[Content_Types].xml", Docx::contentTypesPart(noteParts));
+    zip.add("[Content_Types].xml", Docx::contentTypesPart(parts));
     zip.add("_rels/.rels", Docx::packageRelationshipsPart());
     zip.add("word/document.xml", content);
     zip.add("word/_rels/document.xml.rels", relationships);
@@ -89,6 +75,10 @@ QByteArray writeDocx(const QTextDocument& document, PageSize paper) {
         zip.add("word/" + name.toStdString() + ".xml", part);
         zip.add("word/_rels/" + name.toStdString() + ".xml.rels", relationships);
     }
+    for (const auto& [name, part] : body.marginParts)
+        zip.add("word/" + name.toStdString() + ".xml", part);
+    if (body.evenPagesApart)
+        zip.add("word/settings.xml", Docx::settingsPart());
     zip.add("word/styles.xml", Docx::stylesPart(document.defaultFont()));
     zip.add("word/numbering.xml", Docx::numberingPart(body.lists));
     for (const Media& image : body.media)

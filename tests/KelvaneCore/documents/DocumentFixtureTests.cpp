@@ -259,21 +259,23 @@ TEST(DocumentFixtures, TablesKeepTheirLinesAndMergedCells) {
     }
 }
 
-// A landscape section between portrait ones: each starts a page of its own orientation.
+// A landscape section between portrait ones: each starts a page of its own orientation, in
+// the sources and in our DOCX of them.
 TEST(DocumentFixtures, SectionsLayOutOnPagesOfTheirOwnOrientation) {
     TempFolder temp;
-    for (const char* name : {"layout.docx", "layout.odt"}) {
-        const fs::path copy = temp / name;
-        fs::copy_file(folder / name, copy);
-        const PdfProbe pdf(DocumentTools::convert(copy, Recipe::docToPDF, {}));
-        ASSERT_EQ(pdf.pageCount(), 3) << name;
+    for (const char* name : {"layout.docx", "layout.odt"})
+        fs::copy_file(folder / name, temp / name);
+    const fs::path ours = DocumentTools::convert(temp / "layout.odt", Recipe::docToDOCX, {});
+    for (const fs::path& file : {temp / "layout.docx", temp / "layout.odt", ours}) {
+        const PdfProbe pdf(DocumentTools::convert(file, Recipe::docToPDF, {}));
+        ASSERT_EQ(pdf.pageCount(), 3) << file;
         for (int page = 0; page < 3; ++page) {
             const QSizeF size = pdf.pageSize(page);
-            EXPECT_EQ(size.width() > size.height(), page == 1) << name << " page " << page;
-            EXPECT_NEAR(std::max(size.width(), size.height()), 792, 0.5) << name; // Letter
+            EXPECT_EQ(size.width() > size.height(), page == 1) << file << " page " << page;
+            EXPECT_NEAR(std::max(size.width(), size.height()), 792, 0.5) << file; // Letter
         }
-        EXPECT_TRUE(pdf.text(1).startsWith("Landscape page")) << name;
-        EXPECT_TRUE(pdf.text(2).startsWith("Portrait again")) << name;
+        EXPECT_TRUE(pdf.text(1).startsWith("Landscape page")) << file;
+        EXPECT_TRUE(pdf.text(2).startsWith("Portrait again")) << file;
     }
 }
 
@@ -294,7 +296,8 @@ QStringList pageLines(const fs::path& pdf, int page) {
 }
 
 // The first page of each section and even pages have headers and footers of their own; page
-// numbers restart in the second section, which keeps the first section's even header.
+// numbers restart in the second section, which keeps the first section's even header. Our DOCX
+// of the document keeps them all.
 TEST(DocumentFixtures, HeadersAndFootersFollowFirstAndEvenPages) {
     TempFolder temp;
     const std::vector<std::pair<QString, QString>> expected = {
@@ -305,14 +308,17 @@ TEST(DocumentFixtures, HeadersAndFootersFollowFirstAndEvenPages) {
         {"Appendix opening header", "Cover footer"},
         {"Even header page 2", "Zeta page of the harbour survey."}};
     fs::copy_file(folder / "headers.docx", temp / "headers.docx");
-    const fs::path pdf = DocumentTools::convert(temp / "headers.docx", Recipe::docToPDF, {});
-    ASSERT_EQ(PdfProbe(pdf).pageCount(), 6);
-    for (int page = 1; page <= 6; ++page) {
-        const QStringList lines = pageLines(pdf, page);
-        ASSERT_GE(lines.size(), 2) << "page " << page;
-        const auto& [header, last] = expected[static_cast<std::size_t>(page - 1)];
-        EXPECT_EQ(lines.first(), header) << "page " << page;
-        EXPECT_EQ(lines.last(), last) << "page " << page;
+    const fs::path ours = DocumentTools::convert(temp / "headers.docx", Recipe::docToDOCX, {});
+    for (const fs::path& file : {temp / "headers.docx", ours}) {
+        const fs::path pdf = DocumentTools::convert(file, Recipe::docToPDF, {});
+        ASSERT_EQ(PdfProbe(pdf).pageCount(), 6) << file;
+        for (int page = 1; page <= 6; ++page) {
+            const QStringList lines = pageLines(pdf, page);
+            ASSERT_GE(lines.size(), 2) << file << " page " << page;
+            const auto& [header, last] = expected[static_cast<std::size_t>(page - 1)];
+            EXPECT_EQ(lines.first(), header) << file << " page " << page;
+            EXPECT_EQ(lines.last(), last) << file << " page " << page;
+        }
     }
 }
 
