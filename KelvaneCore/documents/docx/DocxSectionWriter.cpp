@@ -112,14 +112,10 @@ void BodyWriter::writeSectionProperties(const std::optional<SectionPages::Page>&
     QSizeF size(paper_.widthInPoints(), paper_.heightInPoints());
     if (landscape)
         size.transpose();
-    if (landscape)
-        writeEmpty(*xml_, "pgSz",
-                   {{"w", twipsOfPoints(size.width())},
-                    {"h", twipsOfPoints(size.height())},
-                    {"orient", QStringLiteral("landscape")}});
-    else
-        writeEmpty(*xml_, "pgSz",
-                   {{"w", twipsOfPoints(size.width())}, {"h", twipsOfPoints(size.height())}});
+    writeEmpty(*xml_, "pgSz",
+               {{"w", twipsOfPoints(size.width())},
+                {"h", twipsOfPoints(size.height())},
+                {"orient", landscape ? QStringLiteral("landscape") : QStringLiteral("portrait")}});
     const QMarginsF margins = page ? page->margins : QMarginsF(72, 72, 72, 72);
     writeEmpty(*xml_, "pgMar",
                {{"top", twipsOfPoints(margins.top())},
