@@ -167,14 +167,18 @@ void BodyReader::startBlock(QTextBlockFormat block, const QTextCharFormat& chars
         sectionStart_ = cursor_.block().position();
 }
 
-// The text of the header or footer part a relationship names.
-QString BodyReader::partText(const QString& relationshipId) const {
+// The text of the header or footer part a relationship names, read once however many
+// sections name it.
+QString BodyReader::partText(const QString& relationshipId) {
     const auto relationship = relationships_.find(relationshipId);
     if (relationshipId.isEmpty() || relationship == relationships_.end() ||
         relationship->second.target.empty())
         return {};
+    const auto known = partTexts_.find(relationshipId);
+    if (known != partTexts_.end())
+        return known->second;
     const auto part = zip_.part(relationship->second.target);
-    return part ? headerFooterText(*part) : QString();
+    return partTexts_[relationshipId] = part ? headerFooterText(*part) : QString();
 }
 
 // The header and footer of one type ("default", "first", "even"): the section's own, or

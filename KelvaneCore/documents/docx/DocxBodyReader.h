@@ -138,7 +138,7 @@ private:
 
     void startBlock(QTextBlockFormat block, const QTextCharFormat& chars);
     void endSection(const Section& section);
-    QString partText(const QString& relationshipId) const;
+    QString partText(const QString& relationshipId);
     SectionPages::Lines linesOf(const Section& section, const QString& type);
     void beforeContent();
     void write(const QString& text, const QTextCharFormat& format);
@@ -170,6 +170,7 @@ private:
     bool evenPagesApart_ = false;
     // The header and footer lines of the last section, by type, for sections that name none.
     std::map<QString, SectionPages::Lines> lastLines_;
+    std::map<QString, QString> partTexts_; // header and footer texts by relationship id
     int tableNesting_ = 0;
     int blocks_ = 0;
 };
