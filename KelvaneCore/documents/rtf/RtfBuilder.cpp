@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace kelvane::Rtf {
 namespace {
@@ -43,10 +44,22 @@ void Builder::breakPage() {
         return; // a table row cannot start a page in this model
     if (table_)
         leaveTable();
+    breakCancellable_ = !(needBlock_ ? pendingBreak_ : breakBefore_);
     if (needBlock_)
         pendingBreak_ = true;
     else
         breakBefore_ = true;
+}
+
+void Builder::cancelPageBreak() {
+    if (!std::exchange(breakCancellable_, false))
+        return;
+    pendingBreak_ = false;
+    breakBefore_ = false;
+}
+
+int Builder::takeSectionStart() {
+    return std::exchange(sectionStart_, -1);
 }
 
 void Builder::endCell(const ParagraphEnd& end) {
@@ -88,13 +101,16 @@ void Builder::enter(bool inTable) {
         leaveTable();
     if (table_)
         moveToPendingCell();
-    if (!needBlock_)
-        return;
-    cursor_.insertBlock(QTextBlockFormat(), QTextCharFormat());
-    needBlock_ = false;
-    blockTouched_ = false;
-    breakBefore_ = pendingBreak_;
-    pendingBreak_ = false;
+    breakCancellable_ = false;
+    if (needBlock_) {
+        cursor_.insertBlock(QTextBlockFormat(), QTextCharFormat());
+        needBlock_ = false;
+        blockTouched_ = false;
+        breakBefore_ = pendingBreak_;
+        pendingBreak_ = false;
+    }
+    if (sectionStart_ < 0)
+        sectionStart_ = cursor_.block().position();
 }
 
 void Builder::startTable() {

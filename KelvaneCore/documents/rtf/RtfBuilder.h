@@ -50,6 +50,11 @@ public:
     void insertImage(const QByteArray& bytes, QSizeF points, bool inTable);
     void endParagraph(const ParagraphEnd& end, bool inTable);
     void breakPage();
+    // Takes back the page break just asked for, while nothing has followed it.
+    void cancelPageBreak();
+    // The position of the first block since the last call, or -1 when none was entered.
+    int takeSectionStart();
+    QTextDocument& document() { return *cursor_.document(); }
     void endCell(const ParagraphEnd& end);
     void endRow();
     void defineRow();
@@ -76,6 +81,8 @@ private:
     bool blockTouched_ = false; // the current block holds content
     bool breakBefore_ = false;  // the current block starts a page
     bool pendingBreak_ = false; // the next block starts a page
+    bool breakCancellable_ = false;
+    int sectionStart_ = -1;
     // Qt deletes a list once its last block leaves it (another list can take it over).
     std::map<std::pair<int, int>, QPointer<QTextList>> lists_;
 

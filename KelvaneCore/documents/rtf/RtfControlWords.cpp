@@ -46,7 +46,7 @@ void Reader::controlWord(const Token& token) {
     if (ignorable_) {
         ignorable_ = false;
         flushText();
-        if (!enterDestination(info.keyword))
+        if (!enterDestination(info))
             skipDepth_ = 1; // an optional destination this reader does not know
         return;
     }
@@ -66,7 +66,7 @@ void Reader::controlWord(const Token& token) {
         break;
     }
     flushText();
-    if (enterDestination(info.keyword))
+    if (enterDestination(info))
         return;
     switch (state().destination) {
     case Destination::Body:
@@ -88,6 +88,8 @@ void Reader::controlWord(const Token& token) {
     case Destination::Picture:
     case Destination::Graphic:
         return pictureWord(info, token);
+    case Destination::Margin:
+        return marginWord(info);
     case Destination::Footnote:
         if (info.keyword == Keyword::Paragraph && notes_.back().text.size() < maxNoteText)
             notes_.back().text += u' ';
@@ -97,7 +99,8 @@ void Reader::controlWord(const Token& token) {
     }
 }
 
-bool Reader::enterDestination(Keyword keyword) {
+bool Reader::enterDestination(KeywordInfo info) {
+    const Keyword keyword = info.keyword;
     State& current = state();
     switch (keyword) {
     case Keyword::FontTable:
@@ -128,10 +131,24 @@ bool Reader::enterDestination(Keyword keyword) {
     case Keyword::FieldInstruction:
         current.destination = Destination::FieldInstruction;
         return true;
-    case Keyword::FieldResult:
-        current.destination = Destination::Body;
-        if (current.field >= 0 && !fields_[static_cast<std::size_t>(current.field)].href.isEmpty())
+    case Keyword::FieldResult: {
+        // A result shows where its field stands: in the text, a note or a header.
+        if (current.destination != Destination::Margin &&
+            current.destination != Destination::Footnote)
+            current.destination = Destination::Body;
+        const Field* field =
+            current.field >= 0 ? &fields_[static_cast<std::size_t>(current.field)] : nullptr;
+        if (field && field->pageNumber)
+            skipDepth_ = 1; // the page's own number stands in for it
+        else if (field && !field->href.isEmpty())
             current.link = current.field;
+        return true;
+    }
+    case Keyword::Header:
+        if (current.destination != Destination::Body)
+            skipDepth_ = 1;
+        else
+            startMargin(info.value == 1);
         return true;
     case Keyword::LevelText:
         if (current.destination != Destination::ListTable)
@@ -166,7 +183,7 @@ bool Reader::enterDestination(Keyword keyword) {
 }
 
 void Reader::bodyWord(KeywordInfo info, const Token& token) {
-    if (!characterWord(info, token) && !paragraphWord(info, token))
+    if (!characterWord(info, token) && !paragraphWord(info, token) && !sectionWord(info, token))
         documentWord(info, token);
 }
 
@@ -291,7 +308,6 @@ bool Reader::paragraphWord(KeywordInfo info, const Token& token) {
         endParagraph();
         break;
     case Keyword::Page:
-    case Keyword::Section:
         if (inBody) {
             if (builder_.paragraphStarted())
                 endParagraph();

@@ -259,7 +259,7 @@ TEST(DocumentFixtures, TablesKeepTheirLinesAndMergedCells) {
 // A landscape section between portrait ones: each starts a page of its own orientation.
 TEST(DocumentFixtures, SectionsLayOutOnPagesOfTheirOwnOrientation) {
     TempFolder temp;
-    for (const char* name : {"layout.docx", "layout.odt"}) {
+    for (const char* name : {"layout.docx", "layout.odt", "layout.rtf"}) {
         const fs::path copy = temp / name;
         fs::copy_file(folder / name, copy);
         const PdfProbe pdf(DocumentTools::convert(copy, Recipe::docToPDF, {}));
