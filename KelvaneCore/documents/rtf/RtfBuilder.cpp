@@ -11,13 +11,6 @@
 #include <utility>
 
 namespace kelvane::Rtf {
-namespace {
-
-constexpr int maxColumns = 64;
-constexpr int maxCells = 100000;
-
-} // namespace
-
 Builder::Builder(QTextDocument& document)
     : cursor_(&document) {}
 
@@ -62,33 +55,6 @@ int Builder::takeSectionStart() {
     return std::exchange(sectionStart_, -1);
 }
 
-void Builder::endCell(const ParagraphEnd& end) {
-    if (table_ && needBlock_ && !cellEnded_ && !rowEnded_) {
-        // "text\par\cell" is how many writers end a cell; the empty paragraph is not meant.
-        cellEnded_ = true;
-        needBlock_ = false;
-        return;
-    }
-    enter(true);
-    applyParagraph(end);
-    cellEnded_ = true;
-}
-
-void Builder::endRow() {
-    if (!table_)
-        return;
-    rowEnded_ = true;
-    cellEnded_ = false;
-}
-
-void Builder::defineRow() {
-    rowCells_ = 0;
-}
-
-void Builder::addCellBoundary() {
-    rowCells_ = std::min(rowCells_ + 1, maxColumns);
-}
-
 void Builder::finish(const ParagraphEnd& end) {
     if (blockTouched_ && !needBlock_)
         applyParagraph(end);
@@ -111,64 +77,6 @@ void Builder::enter(bool inTable) {
     }
     if (sectionStart_ < 0)
         sectionStart_ = cursor_.block().position();
-}
-
-void Builder::startTable() {
-    QTextTableFormat format;
-    format.setBorder(1);
-    format.setCellPadding(4);
-    format.setCellSpacing(0);
-    format.setBorderCollapse(true);
-    table_ = cursor_.insertTable(1, std::max(rowCells_, 1), format);
-    lists_.clear();
-    row_ = 0;
-    column_ = 0;
-    cellEnded_ = false;
-    rowEnded_ = false;
-    moveToCell(0, 0);
-}
-
-void Builder::leaveTable() {
-    cursor_ = table_->lastCursorPosition();
-    cursor_.movePosition(QTextCursor::NextBlock);
-    table_ = nullptr;
-    lists_.clear();
-    needBlock_ = false;
-    blockTouched_ = false;
-    breakBefore_ = pendingBreak_;
-    pendingBreak_ = false;
-}
-
-void Builder::moveToPendingCell() {
-    if (rowEnded_) {
-        if (rowCells_ > table_->columns())
-            table_->appendColumns(rowCells_ - table_->columns());
-        if ((table_->rows() + 1) * table_->columns() > maxCells)
-            throw std::runtime_error("the RTF table has too many cells");
-        table_->appendRows(1);
-        moveToCell(row_ + 1, 0);
-    } else if (cellEnded_) {
-        if (column_ + 1 >= table_->columns() && table_->columns() < maxColumns) {
-            if ((table_->rows()) * (table_->columns() + 1) > maxCells)
-                throw std::runtime_error("the RTF table has too many cells");
-            table_->appendColumns(1);
-        }
-        // Cells past the last column a table may have share the last one.
-        moveToCell(row_, std::min(column_ + 1, table_->columns() - 1));
-    }
-}
-
-void Builder::moveToCell(int row, int column) {
-    const QTextTableCell cell = table_->cellAt(row, column);
-    const bool revisited = column == column_ && row == row_ && cellEnded_;
-    cursor_ = revisited ? cell.lastCursorPosition() : cell.firstCursorPosition();
-    row_ = row;
-    column_ = column;
-    cellEnded_ = false;
-    rowEnded_ = false;
-    needBlock_ = revisited;
-    blockTouched_ = false;
-    breakBefore_ = false;
 }
 
 void Builder::applyParagraph(const ParagraphEnd& end) {

@@ -328,7 +328,14 @@ bool Reader::paragraphWord(KeywordInfo info, const Token& token) {
         builder_.defineRow();
         break;
     case Keyword::CellRight:
-        builder_.addCellBoundary();
+        builder_.addCellBoundary(token.parameter);
+        break;
+    case Keyword::CellMerge:
+        builder_.mergeCell(static_cast<CellMerge>(info.value));
+        break;
+    case Keyword::CellBorder:
+    case Keyword::NoBorder:
+        builder_.borderSide(info.keyword == Keyword::CellBorder);
         break;
     default:
         return false;

@@ -88,6 +88,9 @@ enum class Keyword {
     Row,
     RowDefaults,
     CellRight,
+    CellMerge,  // value: a CellMerge
+    CellBorder, // a side of a cell or row gets a border
+    NoBorder,   // \brdrnone: the side just named has none
     // pictures
     PictureType,
     PictureGoalWidth,

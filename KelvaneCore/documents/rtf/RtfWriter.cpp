@@ -280,9 +280,10 @@ void Writer::writeTable(const QTextTable& table) {
         for (int column = 0; column < static_cast<int>(rights.size()); ++column) {
             const int right = rights[static_cast<std::size_t>(column)];
             out_ += mergeOf(table.cellAt(row, column), row, column);
-            out_ += "\\clbrdrt\\brdrs\\brdrw10\\clbrdrl\\brdrs\\brdrw10"
-                    "\\clbrdrb\\brdrs\\brdrw10\\clbrdrr\\brdrs\\brdrw10\\cellx" +
-                    QByteArray::number(right);
+            if (table.format().border() > 0)
+                out_ += "\\clbrdrt\\brdrs\\brdrw10\\clbrdrl\\brdrs\\brdrw10"
+                        "\\clbrdrb\\brdrs\\brdrw10\\clbrdrr\\brdrs\\brdrw10";
+            out_ += "\\cellx" + QByteArray::number(right);
         }
         out_ += '\n';
         for (int column = 0; column < table.columns(); ++column) {

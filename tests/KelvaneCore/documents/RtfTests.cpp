@@ -492,7 +492,14 @@ TEST(RtfWriter, EdgeDocumentsReadBack) {
     EXPECT_EQ(rtf.count("\\clvmrg"), 1);
     EXPECT_TRUE(rtf.contains("{\\s2\\sbasedon0\\snext0\\outlinelevel1 heading 2;}"));
     EXPECT_TRUE(rtf.contains("\\s2\\outlinelevel1"));
-    EXPECT_EQ(cellText(*firstTable(*DocumentFormats::readRtf(rtf)), 0, 0), "wide");
+    const auto mergedBack = DocumentFormats::readRtf(rtf);
+    QTextTable* gridBack = firstTable(*mergedBack);
+    ASSERT_TRUE(gridBack);
+    EXPECT_EQ(cellText(*gridBack, 0, 0), "wide");
+    EXPECT_EQ(gridBack->cellAt(0, 0).columnSpan(), 2);
+    EXPECT_EQ(gridBack->cellAt(2, 2).row(), 1);
+    EXPECT_EQ(gridBack->cellAt(1, 2).rowSpan(), 2);
+    EXPECT_EQ(DocumentFormats::writeRtf(*mergedBack), rtf);
 }
 
 QString pandoc(const fs::path& folder, const QStringList& arguments) {
