@@ -62,6 +62,10 @@ private:
         int rows = 0;
         std::vector<double> columnWidths; // points, or 0 where a column's style gives none
         bool bordered = false;            // some cell draws lines
+        struct Merge {
+            int row, column, rows, columns;
+        };
+        std::vector<Merge> merges; // cells spanning several, merged once all rows are in
     };
 
     void readBlocks(int depth);
@@ -75,6 +79,7 @@ private:
     void readRow(int depth, Table& table);
     void readColumn(Table& table);
     void applyWidths(Table& table) const;
+    void applyMerges(Table& table);
     void repeatRow(Table& table, int row, int copies);
     int spendRepeats(int cells);
     void readFrame(int depth, const QTextCharFormat& format);
