@@ -47,7 +47,7 @@ private:
     };
     struct Note {
         QString citation;
-        QString text;
+        QTextDocumentFragment text;
         DocumentNotes::Note note;
     };
     struct ListLevel {
@@ -84,8 +84,8 @@ private:
     int spendRepeats(int cells);
     void readFrame(int depth, const QTextCharFormat& format);
     bool readImage(QSizeF size);
-    void readNote(const QTextCharFormat& format);
-    QString readNoteBody();
+    void readNote(int depth, const QTextCharFormat& format);
+    QTextDocumentFragment readNoteBody(int depth);
     void appendNotes();
 
     void startBlock(QTextBlockFormat block, const QTextCharFormat& chars,
