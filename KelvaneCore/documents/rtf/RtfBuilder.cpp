@@ -20,6 +20,14 @@ void Builder::insertText(const QString& text, const QTextCharFormat& format, boo
     blockTouched_ = true;
 }
 
+void Builder::replaceText(int start, int length, const QString& text,
+                          const QTextCharFormat& format) {
+    QTextCursor placed(cursor_.document());
+    placed.setPosition(start);
+    placed.setPosition(start + length, QTextCursor::KeepAnchor);
+    placed.insertText(text, format);
+}
+
 void Builder::insertImage(const QByteArray& bytes, QSizeF points, bool inTable) {
     enter(inTable);
     if (DocumentImages::insert(cursor_, bytes, points))

@@ -51,6 +51,9 @@ public:
     explicit Builder(QTextDocument& document);
 
     void insertText(const QString& text, const QTextCharFormat& format, bool inTable);
+    // Text already placed, from `start` on, is replaced.
+    void replaceText(int start, int length, const QString& text, const QTextCharFormat& format);
+    int position() const { return cursor_.position(); }
     void insertImage(const QByteArray& bytes, QSizeF points, bool inTable);
     void endParagraph(const ParagraphEnd& end, bool inTable);
     void breakPage();

@@ -2,6 +2,7 @@
 #include "documents/rtf/RtfReading.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kelvane::Rtf {
 namespace {
@@ -170,6 +171,7 @@ bool Reader::enterDestination(KeywordInfo info) {
             return true;
         }
         notes_.emplace_back();
+        notes_.back().mark = std::exchange(lastMark_, {});
         current.destination = Destination::Footnote;
         return true;
     case Keyword::PassThrough:
@@ -254,12 +256,15 @@ bool Reader::characterWord(KeywordInfo info, const Token& token) {
         chars.hidden = on;
         break;
     case Keyword::FootnoteMark: { // the number of the note that follows
-        // Whether the note is an endnote shows only inside it: marks and notes alike are
-        // counted as footnotes here.
-        const int number = static_cast<int>(notes_.size()) + 1;
-        const QTextCharFormat mark = DocumentNotes::markFormat(charFormat(), {{}, number});
-        if (state().destination == Destination::Body && !chars.hidden)
-            builder_.insertText(QString::number(number), mark, state().paragraph.inTable);
+        // Whether the note is an endnote shows only inside it: the number is set again once
+        // the note is read.
+        const QString number = QString::number(notes_.size() + 1);
+        const QTextCharFormat mark = DocumentNotes::markFormat(charFormat(), {});
+        if (state().destination == Destination::Body && !chars.hidden) {
+            builder_.insertText(number, mark, state().paragraph.inTable);
+            lastMark_ = {builder_.position() - static_cast<int>(number.size()),
+                         static_cast<int>(number.size()), charFormat()};
+        }
         break;
     }
     default:

@@ -217,6 +217,9 @@ void Reader::endDestination(const State& ended) {
         if (state().destination == Destination::Body)
             finishGraphic();
         break;
+    case Destination::Footnote:
+        finishNote();
+        break;
     case Destination::LevelText:
         if (!definingList_.empty())
             definingList_.back().pattern = patternOf(levelText_);
@@ -325,7 +328,7 @@ void Reader::finishWithNotes() {
                 continue;
             if (endnotes && std::exchange(first, false))
                 builder_.breakPage();
-            const DocumentNotes::Note note{{}, static_cast<int>(index) + 1};
+            const DocumentNotes::Note note = notes_[index].note;
             builder_.insertText(QString::number(note.number), DocumentNotes::markFormat({}, note),
                                 false);
             builder_.insertText(u' ' + notes_[index].text.simplified(), QTextCharFormat(), false);
@@ -335,6 +338,17 @@ void Reader::finishWithNotes() {
         }
     }
     builder_.finish({});
+}
+
+// Footnotes and endnotes are numbered each on their own, their marks with them.
+void Reader::finishNote() {
+    Note& note = notes_.back();
+    const auto kind = note.endnote ? DocumentNotes::Kind::endnote : DocumentNotes::Kind::footnote;
+    note.note = {kind, ++noteCounts_[note.endnote ? 1 : 0]};
+    if (note.mark.position >= 0)
+        builder_.replaceText(note.mark.position, note.mark.length,
+                             QString::number(note.note.number),
+                             DocumentNotes::markFormat(note.mark.format, note.note));
 }
 
 void Reader::deliverToBody(QString text) {

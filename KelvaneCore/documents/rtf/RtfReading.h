@@ -1,5 +1,6 @@
 #pragma once
 
+#include "documents/DocumentNotes.h"
 #include "documents/ListNumbering.h"
 #include "documents/SectionPages.h"
 #include "documents/rtf/RtfBuilder.h"
@@ -210,11 +211,22 @@ private:
     QString listText_;
 
     std::vector<Field> fields_;
+    // Where the text refers to a note: its number, written before the note says its kind.
+    struct NoteMark {
+        int position = -1;
+        int length = 0;
+        QTextCharFormat format;
+    };
     struct Note {
         QString text;
         bool endnote = false; // \ftnalt
+        NoteMark mark;
+        DocumentNotes::Note note;
     };
+    void finishNote();
     std::vector<Note> notes_; // in the order the text refers to them
+    NoteMark lastMark_;
+    int noteCounts_[2] = {0, 0}; // footnotes and endnotes, each numbered on their own
     Picture picture_;
     bool skipAttachmentMark_ = false;
 

@@ -69,6 +69,8 @@ private:
     void writePaper();
     void writeSection(const QTextBlock& block);
     void writeMarginText(const char* destination, const QString& line);
+    void collectNotes();
+    bool writeNote(QByteArray& out, const DocumentNotes::Note& note);
     void writeFrame(const QTextFrame& frame);
     void writeBlock(const QTextBlock& block, const char* ending, bool inTable);
     void writeParagraphProperties(const QTextBlock& block);
@@ -84,11 +86,14 @@ private:
     Rtf::StyleTables tables_;
     std::vector<const QTextList*> lists_;
     std::map<const QTextList*, int> listNumbers_;
+    // The paragraphs of each note, by kind and number; written where the text refers to it.
+    std::map<std::pair<DocumentNotes::Kind, int>, std::vector<QTextBlock>> notes_;
     QByteArray out_;
 };
 
 QByteArray Writer::write() {
     collectLists();
+    collectNotes();
     out_ = "{\\rtf1\\ansi\\ansicpg1252\\deff0\\uc1\n";
     out_ += tables_.fontTable();
     out_ += tables_.colorTable();
@@ -158,6 +163,34 @@ void Writer::writeListLevel(const QTextList& list, int level) {
             QByteArray::number(listIndentTwips * (level + 2)) + "}\n";
 }
 
+void Writer::collectNotes() {
+    for (QTextBlock block = document_.begin(); block.isValid(); block = block.next()) {
+        if (const auto note = DocumentNotes::bodyOf(block.blockFormat()))
+            notes_[{note->kind, note->number}].push_back(block);
+    }
+}
+
+// A note whose paragraphs the document holds, as a numbered mark with its text inside;
+// \\ftnalt makes it an endnote. The paragraphs' own leading number becomes the mark.
+bool Writer::writeNote(QByteArray& out, const DocumentNotes::Note& note) {
+    const auto found = notes_.find({note.kind, note.number});
+    if (found == notes_.end())
+        return false;
+    out += "{\\super\\chftn}{\\footnote";
+    if (note.kind == DocumentNotes::Kind::endnote)
+        out += "\\ftnalt";
+    const auto ownNumber = [](QByteArray& into, const DocumentNotes::Note&) {
+        into += "{\\super\\chftn}";
+        return true;
+    };
+    for (std::size_t i = 0; i < found->second.size(); ++i) {
+        out += i == 0 ? "\\pard\\plain " : "\\par\\pard\\plain ";
+        Rtf::appendRuns(out, found->second[i], tables_, ownNumber);
+    }
+    out += "}";
+    return true;
+}
+
 void Writer::writePaper() {
     out_ += "\\paperw" + number(Units::twipsFromPoints(paper_.widthInPoints())) + "\\paperh" +
             number(Units::twipsFromPoints(paper_.heightInPoints())) + "\\margl" +
@@ -215,7 +248,7 @@ void Writer::writeFrame(const QTextFrame& frame) {
             } else {
                 writeFrame(*child);
             }
-        } else {
+        } else if (!DocumentNotes::bodyOf(it.currentBlock().blockFormat())) {
             writeSection(it.currentBlock());
             writeBlock(it.currentBlock(), "\\par\n", false);
         }
@@ -241,7 +274,9 @@ void Writer::writeBlock(const QTextBlock& block, const char* ending, bool inTabl
             Rtf::appendText(out_, list->itemText(block));
         out_ += "\\tab}";
     }
-    Rtf::appendRuns(out_, block, tables_);
+    Rtf::appendRuns(out_, block, tables_, [this](QByteArray& out, const DocumentNotes::Note& note) {
+        return writeNote(out, note);
+    });
     out_ += ending;
 }
 

@@ -1,3 +1,4 @@
+#include "documents/DocumentNotes.h"
 #include "documents/DocumentTools.h"
 #include "fixtures/Bytes.h"
 #include "fixtures/PdfProbe.h"
@@ -160,10 +161,26 @@ TEST(DocumentFixtures, NotesEquationsSymbolsAndFieldsKeepTheirText) {
     EXPECT_EQ(closing.charFormat().fontFamilies().toStringList(), QStringList{"Calibri"});
 }
 
-// Our DOCX and ODT keep notes as notes, each where the text refers to it.
-TEST(DocumentFixtures, NotesStayNotesInOurDocxAndOdt) {
+// Our DOCX, ODT and RTF keep notes as notes of their kind, each where the text refers to it.
+TEST(DocumentFixtures, NotesStayNotesInOurDocxOdtAndRtf) {
     TempFolder temp;
     for (const char* name : {"notes.docx", "notes.odt", "notes.rtf"}) {
+        // pandoc reads no RTF here: our reader reads it back.
+        const fs::path rtfCopy = temp / (std::string("rtf-") + name);
+        fs::copy_file(folder / name, rtfCopy);
+        const auto rtf = DocumentTools::read(DocumentTools::convert(rtfCopy, Recipe::docToRTF, {}));
+        const auto noteAfter = [&](const char* text) {
+            QTextCursor at = rtf->find(text);
+            at.setPosition(at.selectionEnd() + 1);
+            return DocumentNotes::markOf(at.charFormat());
+        };
+        using DocumentNotes::Kind;
+        EXPECT_EQ(noteAfter("dawn"), (DocumentNotes::Note{Kind::footnote, 1})) << name;
+        EXPECT_EQ(noteAfter("noon"), (DocumentNotes::Note{Kind::endnote, 1})) << name;
+        EXPECT_EQ(DocumentNotes::bodyOf(rtf->find("logbook pages").block().blockFormat()),
+                  (DocumentNotes::Note{Kind::endnote, 1}))
+            << name;
+
         for (const auto& [recipe, tag] :
              {std::pair{Recipe::docToDOCX, "docx-"}, std::pair{Recipe::docToODT, "odt-"}}) {
             const fs::path copy = temp / (std::string(tag) + name);

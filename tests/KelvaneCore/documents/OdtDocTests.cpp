@@ -1,6 +1,6 @@
 #include "documents/DocumentFormats.h"
-#include "documents/DocumentNotes.h"
 #include "documents/DocumentImages.h"
+#include "documents/DocumentNotes.h"
 #include "documents/DocumentTools.h"
 #include "documents/ZipContainer.h"
 #include "documents/doc/DocReader.h"

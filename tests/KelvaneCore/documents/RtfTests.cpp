@@ -127,12 +127,12 @@ TEST(RtfReader, ParagraphAlignmentIndentsAndBreaks) {
 
 // Each section keeps its page, its break and its header and footer, read and written back.
 TEST(RtfReader, SectionsKeepTheirPagesBreaksAndMarginLines) {
-    const auto document = read(
-        "\\paperw12240\\paperh15840\\margl1440\\margr1440\\margt720\\margb720\\sectd"
-        "{\\header\\pard\\qc Log {\\field{\\*\\fldinst PAGE}{\\fldrslt 1}}\\tab end\\par}"
-        "{\\footer\\pard\\chpgn\\par}\\pard Opening\\par"
-        "\\sect\\sectd\\sbknone\\pard Runs on\\par"
-        "\\sect\\sectd\\sbkpage\\lndscpsxn\\pgwsxn12240\\pghsxn15840\\pard Wide\\par");
+    const auto document =
+        read("\\paperw12240\\paperh15840\\margl1440\\margr1440\\margt720\\margb720\\sectd"
+             "{\\header\\pard\\qc Log {\\field{\\*\\fldinst PAGE}{\\fldrslt 1}}\\tab end\\par}"
+             "{\\footer\\pard\\chpgn\\par}\\pard Opening\\par"
+             "\\sect\\sectd\\sbknone\\pard Runs on\\par"
+             "\\sect\\sectd\\sbkpage\\lndscpsxn\\pgwsxn12240\\pghsxn15840\\pard Wide\\par");
     EXPECT_EQ(document->toPlainText(), "Opening\nRuns on\nWide");
     const auto pageOf = [](const QTextDocument& read, const char* text) {
         return SectionPages::pageOf(blockWith(read, text).blockFormat());
