@@ -85,6 +85,7 @@ private:
     void fitBoundary(int right, int row);
     int columnOf(int cell);
     void moveToCell(int row, int cell);
+    bool mergeCells(int row, int column, int rows, int columns); // false past the budget
     void applyParagraph(const ParagraphEnd& end);
     void joinList(const ListItem& item, const ParagraphEnd& end);
     std::optional<ListItem> takeTypedMarker(int level);
@@ -114,6 +115,7 @@ private:
     bool gridKnown_ = false;
     std::vector<int> grid_;
     std::vector<int> cellColumns_;
+    long long mergeCost_ = 0;
     int row_ = 0;
     int cell_ = 0;   // of the row, as RTF counts them
     int column_ = 0; // where that cell starts

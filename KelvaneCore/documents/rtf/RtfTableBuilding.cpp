@@ -12,6 +12,9 @@ namespace {
 constexpr int maxColumns = 64;
 constexpr int maxCells = 100000;
 constexpr int edgeTolerance = 20; // twips: edges this close are one edge
+// Each merge rebuilds the table's grid: merges stop once they have cost this many cells, and
+// the cells a file asks to merge beyond that stay apart.
+constexpr long long mergeBudget = 4'000'000;
 // A cell drawn with lines on this many sides is part of a grid; a rule under a heading row
 // is not.
 constexpr int gridSides = 2;
@@ -139,15 +142,15 @@ void Builder::layOutRow(int row) {
         const CellMerge merge = rowDefinition_[i].merge;
         if (merge == CellMerge::across && !cellColumns_.empty()) {
             const int first = cellColumns_.back();
-            table_->mergeCells(row, first, 1, end - first + 1);
+            mergeCells(row, first, 1, end - first + 1);
             cellColumns_.push_back(first);
         } else {
-            table_->mergeCells(row, start, 1, end - start + 1);
+            mergeCells(row, start, 1, end - start + 1);
             const QTextTableCell above =
                 row > 0 ? table_->cellAt(row - 1, start) : QTextTableCell();
             if (merge == CellMerge::down && above.isValid() && above.column() == start &&
                 above.columnSpan() == end - start + 1)
-                table_->mergeCells(above.row(), start, row - above.row() + 1, end - start + 1);
+                mergeCells(above.row(), start, row - above.row() + 1, end - start + 1);
             cellColumns_.push_back(start);
         }
         start = end + 1;
@@ -173,11 +176,22 @@ void Builder::fitBoundary(int right, int row) {
     }
     table_->insertColumns(index + 1, 1);
     grid_.insert(edge, right);
-    for (int above = 0; above < row; ++above) {
+    for (int above = 0; above < row && gridKnown_; ++above) {
         const QTextTableCell cell = table_->cellAt(above, index);
         if (cell.column() + cell.columnSpan() - 1 == index)
-            table_->mergeCells(cell.row(), cell.column(), cell.rowSpan(), cell.columnSpan() + 1);
+            gridKnown_ =
+                mergeCells(cell.row(), cell.column(), cell.rowSpan(), cell.columnSpan() + 1);
     }
+}
+
+bool Builder::mergeCells(int row, int column, int rows, int columns) {
+    if (rows * columns <= 1)
+        return true;
+    mergeCost_ += static_cast<long long>(table_->rows()) * table_->columns();
+    if (mergeCost_ > mergeBudget)
+        return false;
+    table_->mergeCells(row, column, rows, columns);
+    return true;
 }
 
 void Builder::moveToPendingCell() {
