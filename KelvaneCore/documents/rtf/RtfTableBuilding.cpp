@@ -12,6 +12,7 @@ namespace {
 constexpr int maxColumns = 64;
 constexpr int maxCells = 100000;
 constexpr int edgeTolerance = 20; // twips: edges this close are one edge
+constexpr int maxEdgeTwips = 1'000'000;
 // Each merge rebuilds the table's grid: merges stop once they have cost this many cells, and
 // the cells a file asks to merge beyond that stay apart.
 constexpr long long mergeBudget = 4'000'000;
@@ -61,7 +62,8 @@ void Builder::defineRow() {
 
 void Builder::addCellBoundary(int right) {
     if (rowDefinition_.size() < maxColumns)
-        rowDefinition_.push_back({right, nextMerge_, borderSides_ >= gridSides});
+        rowDefinition_.push_back(
+            {std::clamp(right, 0, maxEdgeTwips), nextMerge_, borderSides_ >= gridSides});
     nextMerge_ = CellMerge::none;
     borderSides_ = 0;
 }

@@ -586,6 +586,14 @@ TEST(RtfReader, HostileInputFailsOrDegradesQuickly) {
                   ->toPlainText(),
               QString::fromUtf16(u"éqrstuvwxyz"));
     EXPECT_NO_THROW(DocumentFormats::readRtf("{\\rtf1 \\'zz\\'4\\u\\fs-5 \\fs99999999999 x\\"));
+    // Pages, edges and merges out of every range, a header left open.
+    const QString odd = DocumentFormats::readRtf(
+                            "{\\rtf1 \\pgwsxn-99999999999\\sect\\sbknone\\sect\\trowd\\clvmrg"
+                            "\\cellx-99999999999\\clmrg\\cellx-5\\cellx99999999999\\pard\\intbl "
+                            "a\\cell b\\cell\\row{\\header{\\field{\\*\\fldinst PAGE}{\\fldrslt x")
+                            ->toPlainText();
+    EXPECT_TRUE(odd.contains(u'a') && odd.contains(u'b') && !odd.contains(u'x'))
+        << odd.toStdString();
 }
 
 } // namespace
