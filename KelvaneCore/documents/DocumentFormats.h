@@ -53,9 +53,9 @@ std::unique_ptr<QTextDocument> readPlainText(const std::filesystem::path& file);
 // The characters of a plain text file, line ends made "\n".
 QString readPlainTextString(const std::filesystem::path& file);
 
-// DOCX and ODT carry the paper they are printed on, with one-inch margins.
+// DOCX, RTF and ODT carry the paper they are printed on, with one-inch margins.
 QByteArray writeDocx(const QTextDocument& document, PageSize paper = PageSize::letter);
-QByteArray writeRtf(const QTextDocument& document);
+QByteArray writeRtf(const QTextDocument& document, PageSize paper = PageSize::letter);
 QByteArray writeOdt(const QTextDocument& document, PageSize paper = PageSize::letter);
 QByteArray writeHtml(const QTextDocument& document);
 QByteArray writePlainText(const QTextDocument& document);

@@ -84,7 +84,7 @@ QByteArray outputBytes(QTextDocument& document, Recipe recipe, const ConversionO
     case Recipe::docToODT:
         return DocumentFormats::writeOdt(document, options.pdfPageSize);
     default:
-        return DocumentFormats::writeRtf(document);
+        return DocumentFormats::writeRtf(document, options.pdfPageSize);
     }
 }
 

@@ -215,7 +215,7 @@ void BodyReader::readInlineElement(int depth, const QTextCharFormat& format) {
         hasContent_ = false; // white space after a line break is dropped like at a start
         xml_.skipCurrentElement();
     } else if (isElement(xml_, ns::text, u"note")) {
-        readNote(format);
+        readNote(depth, format);
     } else if (isElement(xml_, ns::draw, u"frame")) {
         readFrame(depth, format);
     } else if (isElement(xml_, ns::text, u"p") || isElement(xml_, ns::text, u"h")) {
@@ -330,76 +330,6 @@ bool BodyReader::readImage(QSizeF size) {
         return false;
     hasContent_ = true;
     return true;
-}
-
-void BodyReader::readNote(const QTextCharFormat& format) {
-    const QString noteClass = attribute(xml_, ns::text, "note-class");
-    Note note;
-    while (xml_.readNextStartElement()) {
-        if (isElement(xml_, ns::text, u"note-citation"))
-            note.citation =
-                xml_.readElementText(QXmlStreamReader::IncludeChildElements).simplified();
-        else if (isElement(xml_, ns::text, u"note-body"))
-            note.text = readNoteBody();
-        else
-            xml_.skipCurrentElement();
-    }
-    // Notes are marked in figures, each class counted on its own: a letter or roman numeral
-    // would run into the word before it.
-    const int number = ++noteCounts_[noteClass];
-    if (note.citation.isEmpty() || !note.citation.front().isDigit())
-        note.citation = QString::number(number);
-    note.note = {noteClass == u"endnote" ? DocumentNotes::Kind::endnote
-                                         : DocumentNotes::Kind::footnote,
-                 number};
-    put(note.citation, DocumentNotes::markFormat(format, note.note));
-    notes_.push_back(std::move(note));
-}
-
-// Notes come out as plain text at the end of the document, one paragraph each.
-QString BodyReader::readNoteBody() {
-    QString text;
-    for (int open = 1; open > 0 && !xml_.atEnd();) {
-        switch (xml_.readNext()) {
-        case QXmlStreamReader::StartElement:
-            if (isSkipped(xml_))
-                xml_.skipCurrentElement();
-            else
-                ++open;
-            break;
-        case QXmlStreamReader::EndElement:
-            --open;
-            text += u' ';
-            break;
-        case QXmlStreamReader::Characters:
-            text += xml_.text();
-            break;
-        default:
-            break;
-        }
-    }
-    return text.simplified();
-}
-
-// Footnotes first, then endnotes from a new page.
-void BodyReader::appendNotes() {
-    cursor_.movePosition(QTextCursor::End);
-    lists_.clear();
-    std::stable_partition(notes_.begin(), notes_.end(), [](const Note& note) {
-        return note.note.kind == DocumentNotes::Kind::footnote;
-    });
-    bool endnotesStarted = false;
-    for (const Note& note : notes_) {
-        QTextBlockFormat block;
-        DocumentNotes::setBody(block, note.note);
-        if (note.note.kind == DocumentNotes::Kind::endnote && !endnotesStarted) {
-            block.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
-            endnotesStarted = true;
-        }
-        startBlock(block, {}, {});
-        put(note.citation, DocumentNotes::markFormat({}, note.note));
-        put(u' ' + note.text, {});
-    }
 }
 
 } // namespace kelvane::Odt

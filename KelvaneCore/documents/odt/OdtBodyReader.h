@@ -47,7 +47,7 @@ private:
     };
     struct Note {
         QString citation;
-        QString text;
+        QTextDocumentFragment text;
         DocumentNotes::Note note;
     };
     struct ListLevel {
@@ -62,6 +62,10 @@ private:
         int rows = 0;
         std::vector<double> columnWidths; // points, or 0 where a column's style gives none
         bool bordered = false;            // some cell draws lines
+        struct Merge {
+            int row, column, rows, columns;
+        };
+        std::vector<Merge> merges; // cells spanning several, merged once all rows are in
     };
 
     void readBlocks(int depth);
@@ -75,12 +79,13 @@ private:
     void readRow(int depth, Table& table);
     void readColumn(Table& table);
     void applyWidths(Table& table) const;
+    void applyMerges(Table& table);
     void repeatRow(Table& table, int row, int copies);
     int spendRepeats(int cells);
     void readFrame(int depth, const QTextCharFormat& format);
     bool readImage(QSizeF size);
-    void readNote(const QTextCharFormat& format);
-    QString readNoteBody();
+    void readNote(int depth, const QTextCharFormat& format);
+    QTextDocumentFragment readNoteBody(int depth);
     void appendNotes();
 
     void startBlock(QTextBlockFormat block, const QTextCharFormat& chars,

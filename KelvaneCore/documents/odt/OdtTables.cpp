@@ -27,9 +27,9 @@ void BodyReader::readTable(int depth) {
         format.setBorder(0);
         table.table->setFormat(format);
     }
-    if (table.table)
-        applyWidths(table);
     if (table.table) {
+        applyMerges(table);
+        applyWidths(table);
         cursor_ = table.table->lastCursorPosition();
         cursor_.movePosition(QTextCursor::NextBlock);
         blockUnused_ = true;
@@ -57,6 +57,15 @@ void BodyReader::readTableRows(int depth, Table& table) {
         else
             xml_.skipCurrentElement(); // titles
     }
+}
+
+// Covered cells hold nothing as a rule; whatever they hold joins the merged cell. A span
+// past the table's last row or column ends there.
+void BodyReader::applyMerges(Table& table) {
+    QTextTable& grid = *table.table;
+    for (const Table::Merge& merge : table.merges)
+        grid.mergeCells(merge.row, merge.column, std::min(merge.rows, grid.rows() - merge.row),
+                        std::min(merge.columns, grid.columns() - merge.column));
 }
 
 void BodyReader::readColumn(Table& table) {
@@ -109,6 +118,16 @@ void BodyReader::readRow(int depth, Table& table) {
         cellAt(table, row, column + copies); // grow the grid once, not per copy
         cursor_ = cellAt(table, row, column).firstCursorPosition();
         blockUnused_ = true;
+        const int columnsSpanned =
+            isElement(xml_, ns::table, u"table-cell")
+                ? boundedCount(xml_, ns::table, "number-columns-spanned", maxTableColumns - column)
+                : 1;
+        const int rowsSpanned =
+            isElement(xml_, ns::table, u"table-cell")
+                ? boundedCount(xml_, ns::table, "number-rows-spanned", maxTableRows - row)
+                : 1;
+        if ((columnsSpanned > 1 || rowsSpanned > 1) && copies == 0)
+            table.merges.push_back({row, column, rowsSpanned, columnsSpanned});
         const QString cellStyle = attribute(xml_, ns::table, "style-name");
         const QColor background = styles_.cellBackground(cellStyle);
         table.bordered = table.bordered || !styles_.drawsNoLines(cellStyle);

@@ -8,15 +8,9 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace kelvane::Rtf {
-namespace {
-
-constexpr int maxColumns = 64;
-constexpr int maxCells = 100000;
-
-} // namespace
-
 Builder::Builder(QTextDocument& document)
     : cursor_(&document) {}
 
@@ -24,6 +18,14 @@ void Builder::insertText(const QString& text, const QTextCharFormat& format, boo
     enter(inTable);
     cursor_.insertText(text, format);
     blockTouched_ = true;
+}
+
+void Builder::replaceText(int start, int length, const QString& text,
+                          const QTextCharFormat& format) {
+    QTextCursor placed(cursor_.document());
+    placed.setPosition(start);
+    placed.setPosition(start + length, QTextCursor::KeepAnchor);
+    placed.insertText(text, format);
 }
 
 void Builder::insertImage(const QByteArray& bytes, QSizeF points, bool inTable) {
@@ -43,37 +45,22 @@ void Builder::breakPage() {
         return; // a table row cannot start a page in this model
     if (table_)
         leaveTable();
+    breakCancellable_ = !(needBlock_ ? pendingBreak_ : breakBefore_);
     if (needBlock_)
         pendingBreak_ = true;
     else
         breakBefore_ = true;
 }
 
-void Builder::endCell(const ParagraphEnd& end) {
-    if (table_ && needBlock_ && !cellEnded_ && !rowEnded_) {
-        // "text\par\cell" is how many writers end a cell; the empty paragraph is not meant.
-        cellEnded_ = true;
-        needBlock_ = false;
+void Builder::cancelPageBreak() {
+    if (!std::exchange(breakCancellable_, false))
         return;
-    }
-    enter(true);
-    applyParagraph(end);
-    cellEnded_ = true;
+    pendingBreak_ = false;
+    breakBefore_ = false;
 }
 
-void Builder::endRow() {
-    if (!table_)
-        return;
-    rowEnded_ = true;
-    cellEnded_ = false;
-}
-
-void Builder::defineRow() {
-    rowCells_ = 0;
-}
-
-void Builder::addCellBoundary() {
-    rowCells_ = std::min(rowCells_ + 1, maxColumns);
+int Builder::takeSectionStart() {
+    return std::exchange(sectionStart_, -1);
 }
 
 void Builder::finish(const ParagraphEnd& end) {
@@ -88,71 +75,16 @@ void Builder::enter(bool inTable) {
         leaveTable();
     if (table_)
         moveToPendingCell();
-    if (!needBlock_)
-        return;
-    cursor_.insertBlock(QTextBlockFormat(), QTextCharFormat());
-    needBlock_ = false;
-    blockTouched_ = false;
-    breakBefore_ = pendingBreak_;
-    pendingBreak_ = false;
-}
-
-void Builder::startTable() {
-    QTextTableFormat format;
-    format.setBorder(1);
-    format.setCellPadding(4);
-    format.setCellSpacing(0);
-    format.setBorderCollapse(true);
-    table_ = cursor_.insertTable(1, std::max(rowCells_, 1), format);
-    lists_.clear();
-    row_ = 0;
-    column_ = 0;
-    cellEnded_ = false;
-    rowEnded_ = false;
-    moveToCell(0, 0);
-}
-
-void Builder::leaveTable() {
-    cursor_ = table_->lastCursorPosition();
-    cursor_.movePosition(QTextCursor::NextBlock);
-    table_ = nullptr;
-    lists_.clear();
-    needBlock_ = false;
-    blockTouched_ = false;
-    breakBefore_ = pendingBreak_;
-    pendingBreak_ = false;
-}
-
-void Builder::moveToPendingCell() {
-    if (rowEnded_) {
-        if (rowCells_ > table_->columns())
-            table_->appendColumns(rowCells_ - table_->columns());
-        if ((table_->rows() + 1) * table_->columns() > maxCells)
-            throw std::runtime_error("the RTF table has too many cells");
-        table_->appendRows(1);
-        moveToCell(row_ + 1, 0);
-    } else if (cellEnded_) {
-        if (column_ + 1 >= table_->columns() && table_->columns() < maxColumns) {
-            if ((table_->rows()) * (table_->columns() + 1) > maxCells)
-                throw std::runtime_error("the RTF table has too many cells");
-            table_->appendColumns(1);
-        }
-        // Cells past the last column a table may have share the last one.
-        moveToCell(row_, std::min(column_ + 1, table_->columns() - 1));
+    breakCancellable_ = false;
+    if (needBlock_) {
+        cursor_.insertBlock(QTextBlockFormat(), QTextCharFormat());
+        needBlock_ = false;
+        blockTouched_ = false;
+        breakBefore_ = pendingBreak_;
+        pendingBreak_ = false;
     }
-}
-
-void Builder::moveToCell(int row, int column) {
-    const QTextTableCell cell = table_->cellAt(row, column);
-    const bool revisited = column == column_ && row == row_ && cellEnded_;
-    cursor_ = revisited ? cell.lastCursorPosition() : cell.firstCursorPosition();
-    row_ = row;
-    column_ = column;
-    cellEnded_ = false;
-    rowEnded_ = false;
-    needBlock_ = revisited;
-    blockTouched_ = false;
-    breakBefore_ = false;
+    if (sectionStart_ < 0)
+        sectionStart_ = cursor_.block().position();
 }
 
 void Builder::applyParagraph(const ParagraphEnd& end) {

@@ -24,6 +24,10 @@ struct ListItem {
     QTextListFormat::Style style = QTextListFormat::ListDisc;
 };
 
+// How a table cell joins its neighbours: \clmgf and \clvmgf start a merged cell, \clmrg and
+// \clvmrg continue the one to the left or above.
+enum class CellMerge { none, first, across, firstDown, down };
+
 // How a paragraph ends up once its closing \par, \cell or the end of the text is reached:
 // RTF states paragraph properties anywhere inside the paragraph, so they are applied last.
 struct ParagraphEnd {
@@ -47,13 +51,24 @@ public:
     explicit Builder(QTextDocument& document);
 
     void insertText(const QString& text, const QTextCharFormat& format, bool inTable);
+    // Text already placed, from `start` on, is replaced.
+    void replaceText(int start, int length, const QString& text, const QTextCharFormat& format);
+    int position() const { return cursor_.position(); }
     void insertImage(const QByteArray& bytes, QSizeF points, bool inTable);
     void endParagraph(const ParagraphEnd& end, bool inTable);
     void breakPage();
+    // Takes back the page break just asked for, while nothing has followed it.
+    void cancelPageBreak();
+    // The position of the first block since the last call, or -1 when none was entered.
+    int takeSectionStart();
+    QTextDocument& document() { return *cursor_.document(); }
     void endCell(const ParagraphEnd& end);
     void endRow();
     void defineRow();
-    void addCellBoundary();
+    void addCellBoundary(int right);
+    void mergeCell(CellMerge merge);
+    // A side of the next cell gets a border, or the side just named none after all.
+    void borderSide(bool drawn);
     void finish(const ParagraphEnd& end);
 
     // The current paragraph holds text or an image.
@@ -66,7 +81,11 @@ private:
     void startTable();
     void leaveTable();
     void moveToPendingCell();
-    void moveToCell(int row, int column);
+    void layOutRow(int row);
+    void fitBoundary(int right, int row);
+    int columnOf(int cell);
+    void moveToCell(int row, int cell);
+    bool mergeCells(int row, int column, int rows, int columns); // false past the budget
     void applyParagraph(const ParagraphEnd& end);
     void joinList(const ListItem& item, const ParagraphEnd& end);
     std::optional<ListItem> takeTypedMarker(int level);
@@ -76,13 +95,30 @@ private:
     bool blockTouched_ = false; // the current block holds content
     bool breakBefore_ = false;  // the current block starts a page
     bool pendingBreak_ = false; // the next block starts a page
+    bool breakCancellable_ = false;
+    int sectionStart_ = -1;
     // Qt deletes a list once its last block leaves it (another list can take it over).
     std::map<std::pair<int, int>, QPointer<QTextList>> lists_;
 
     QTextTable* table_ = nullptr;
-    int rowCells_ = 0; // cells the last \trowd defined
+    struct CellDefinition {
+        int right = 0; // twips
+        CellMerge merge = CellMerge::none;
+        bool bordered = false;
+    };
+    bool rowBordered() const;
+    std::vector<CellDefinition> rowDefinition_; // the cells the last \trowd defined
+    CellMerge nextMerge_ = CellMerge::none;     // of the cell whose \cellx comes next
+    int borderSides_ = 0;                       // sides of that cell with a border
+    // While the rows' cells line up on common edges: the right edge of each column, and the
+    // first column of each cell of the current row. Otherwise cells fill columns in turn.
+    bool gridKnown_ = false;
+    std::vector<int> grid_;
+    std::vector<int> cellColumns_;
+    long long mergeCost_ = 0;
     int row_ = 0;
-    int column_ = 0;
+    int cell_ = 0;   // of the row, as RTF counts them
+    int column_ = 0; // where that cell starts
     bool cellEnded_ = false;
     bool rowEnded_ = false;
 };

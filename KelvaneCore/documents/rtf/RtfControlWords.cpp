@@ -2,13 +2,13 @@
 #include "documents/rtf/RtfReading.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kelvane::Rtf {
 namespace {
 
 constexpr std::size_t maxFonts = 4096;
 constexpr std::size_t maxFields = 100000;
-constexpr std::size_t maxLists = 4096;
 constexpr std::size_t maxListLevels = 9;
 constexpr int maxIndentTwips = 31680; // 22 inches, wider than any page
 constexpr int maxUnicodeSkip = 16;
@@ -18,27 +18,6 @@ int boundedTwips(int twips) {
     return std::clamp(twips, -maxIndentTwips, maxIndentTwips);
 }
 
-// \levelnfc: the number formats of list levels.
-ListNumbering::NumberFormat numberFormatOf(int levelFormat) {
-    using ListNumbering::NumberFormat;
-    switch (levelFormat) {
-    case upperRomanNumbers:
-        return NumberFormat::upperRoman;
-    case lowerRomanNumbers:
-        return NumberFormat::lowerRoman;
-    case upperLetters:
-        return NumberFormat::upperLetter;
-    case lowerLetters:
-        return NumberFormat::lowerLetter;
-    case bullets:
-        return NumberFormat::bullet;
-    case 255:
-        return NumberFormat::none;
-    default:
-        return NumberFormat::decimal;
-    }
-}
-
 } // namespace
 
 void Reader::controlWord(const Token& token) {
@@ -46,7 +25,7 @@ void Reader::controlWord(const Token& token) {
     if (ignorable_) {
         ignorable_ = false;
         flushText();
-        if (!enterDestination(info.keyword))
+        if (!enterDestination(info))
             skipDepth_ = 1; // an optional destination this reader does not know
         return;
     }
@@ -66,7 +45,7 @@ void Reader::controlWord(const Token& token) {
         break;
     }
     flushText();
-    if (enterDestination(info.keyword))
+    if (enterDestination(info))
         return;
     switch (state().destination) {
     case Destination::Body:
@@ -88,6 +67,8 @@ void Reader::controlWord(const Token& token) {
     case Destination::Picture:
     case Destination::Graphic:
         return pictureWord(info, token);
+    case Destination::Margin:
+        return marginWord(info);
     case Destination::Footnote:
         if (info.keyword == Keyword::Paragraph && notes_.back().text.size() < maxNoteText)
             notes_.back().text += u' ';
@@ -97,7 +78,8 @@ void Reader::controlWord(const Token& token) {
     }
 }
 
-bool Reader::enterDestination(Keyword keyword) {
+bool Reader::enterDestination(KeywordInfo info) {
+    const Keyword keyword = info.keyword;
     State& current = state();
     switch (keyword) {
     case Keyword::FontTable:
@@ -128,10 +110,24 @@ bool Reader::enterDestination(Keyword keyword) {
     case Keyword::FieldInstruction:
         current.destination = Destination::FieldInstruction;
         return true;
-    case Keyword::FieldResult:
-        current.destination = Destination::Body;
-        if (current.field >= 0 && !fields_[static_cast<std::size_t>(current.field)].href.isEmpty())
+    case Keyword::FieldResult: {
+        // A result shows where its field stands: in the text, a note or a header.
+        if (current.destination != Destination::Margin &&
+            current.destination != Destination::Footnote)
+            current.destination = Destination::Body;
+        const Field* field =
+            current.field >= 0 ? &fields_[static_cast<std::size_t>(current.field)] : nullptr;
+        if (field && field->pageNumber)
+            skipDepth_ = 1; // the page's own number stands in for it
+        else if (field && !field->href.isEmpty())
             current.link = current.field;
+        return true;
+    }
+    case Keyword::Header:
+        if (current.destination != Destination::Body)
+            skipDepth_ = 1;
+        else
+            startMargin(info.value == 1);
         return true;
     case Keyword::LevelText:
         if (current.destination != Destination::ListTable)
@@ -153,6 +149,7 @@ bool Reader::enterDestination(Keyword keyword) {
             return true;
         }
         notes_.emplace_back();
+        notes_.back().mark = std::exchange(lastMark_, {});
         current.destination = Destination::Footnote;
         return true;
     case Keyword::PassThrough:
@@ -166,7 +163,7 @@ bool Reader::enterDestination(Keyword keyword) {
 }
 
 void Reader::bodyWord(KeywordInfo info, const Token& token) {
-    if (!characterWord(info, token) && !paragraphWord(info, token))
+    if (!characterWord(info, token) && !paragraphWord(info, token) && !sectionWord(info, token))
         documentWord(info, token);
 }
 
@@ -237,12 +234,15 @@ bool Reader::characterWord(KeywordInfo info, const Token& token) {
         chars.hidden = on;
         break;
     case Keyword::FootnoteMark: { // the number of the note that follows
-        // Whether the note is an endnote shows only inside it: marks and notes alike are
-        // counted as footnotes here.
-        const int number = static_cast<int>(notes_.size()) + 1;
-        const QTextCharFormat mark = DocumentNotes::markFormat(charFormat(), {{}, number});
-        if (state().destination == Destination::Body && !chars.hidden)
-            builder_.insertText(QString::number(number), mark, state().paragraph.inTable);
+        // Whether the note is an endnote shows only inside it: the number is set again once
+        // the note is read.
+        const QString number = QString::number(notes_.size() + 1);
+        const QTextCharFormat mark = DocumentNotes::markFormat(charFormat(), {});
+        if (state().destination == Destination::Body && !chars.hidden) {
+            builder_.insertText(number, mark, state().paragraph.inTable);
+            lastMark_ = {builder_.position() - static_cast<int>(number.size()),
+                         static_cast<int>(number.size()), charFormat()};
+        }
         break;
     }
     default:
@@ -291,7 +291,6 @@ bool Reader::paragraphWord(KeywordInfo info, const Token& token) {
         endParagraph();
         break;
     case Keyword::Page:
-    case Keyword::Section:
         if (inBody) {
             if (builder_.paragraphStarted())
                 endParagraph();
@@ -312,7 +311,14 @@ bool Reader::paragraphWord(KeywordInfo info, const Token& token) {
         builder_.defineRow();
         break;
     case Keyword::CellRight:
-        builder_.addCellBoundary();
+        builder_.addCellBoundary(token.parameter);
+        break;
+    case Keyword::CellMerge:
+        builder_.mergeCell(static_cast<CellMerge>(info.value));
+        break;
+    case Keyword::CellBorder:
+    case Keyword::NoBorder:
+        builder_.borderSide(info.keyword == Keyword::CellBorder);
         break;
     default:
         return false;
@@ -346,38 +352,6 @@ void Reader::colorTableWord(KeywordInfo info, const Token& token) {
     else
         return;
     colorGiven_ = true;
-}
-
-void Reader::listTableWord(KeywordInfo info, const Token& token) {
-    if (info.keyword == Keyword::List) {
-        definingList_.clear();
-    } else if (info.keyword == Keyword::ListLevel && definingList_.size() < maxListLevels) {
-        definingList_.emplace_back();
-    } else if (info.keyword == Keyword::LevelNumberFormat && !definingList_.empty()) {
-        definingList_.back().format = numberFormatOf(token.parameter);
-    } else if (info.keyword == Keyword::LevelStart && !definingList_.empty()) {
-        definingList_.back().start = std::clamp(token.parameter, 0, 32767);
-    } else if (info.keyword == Keyword::ListId && lists_.size() < maxLists) {
-        ListNumbering::Levels& levels = lists_[token.parameter];
-        std::copy_n(definingList_.begin(), std::min(definingList_.size(), levels.size()),
-                    levels.begin());
-    }
-}
-
-void Reader::listOverrideWord(KeywordInfo info, const Token& token) {
-    if (info.keyword == Keyword::ListOverride)
-        overriddenList_ = 0;
-    else if (info.keyword == Keyword::ListId)
-        overriddenList_ = token.parameter;
-    else if (info.keyword == Keyword::ListNumber && listOverrides_.size() < maxLists)
-        listOverrides_[token.parameter] = overriddenList_;
-}
-
-void Reader::numberingWord(KeywordInfo info, const Token& token) {
-    if (info.keyword == Keyword::NumberingLevel)
-        numbering_.level = token.hasParameter ? std::clamp(token.parameter, 1, 9) : info.value;
-    else if (info.keyword == Keyword::NumberingFormat)
-        numbering_.format = info.value;
 }
 
 void Reader::pictureWord(KeywordInfo info, const Token& token) {

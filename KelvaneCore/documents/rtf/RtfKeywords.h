@@ -23,7 +23,8 @@ enum class Keyword {
     Numbering,
     Graphic,
     PassThrough, // a group whose contents are ordinary text, e.g. \shppict
-    Skipped,     // a group with nothing to show, e.g. \info or \header
+    Skipped,     // a group with nothing to show, e.g. \info or \headerl
+    Header,      // \header: the section's header line; value 1 for \footer
     // document
     CodePage,
     MacCharset,
@@ -49,6 +50,12 @@ enum class Keyword {
     Footnote,     // a note: its text goes to the end of the document
     FootnoteMark, // \chftn, the note's automatic number
     Endnote,      // \ftnalt: the note is an endnote
+    PageNumber,   // \chpgn, the number of the page a header is drawn on
+    // page and sections; the value says which measure (a PageMeasure)
+    DocumentPage,
+    SectionPage,
+    SectionDefaults,
+    SectionBreak, // value 1 when the section starts a page
     // tables of fonts, colours and lists
     FontCharset,
     FontCodePage,
@@ -81,6 +88,9 @@ enum class Keyword {
     Row,
     RowDefaults,
     CellRight,
+    CellMerge,  // value: a CellMerge
+    CellBorder, // a side of a cell or row gets a border
+    NoBorder,   // \brdrnone: the side just named has none
     // pictures
     PictureType,
     PictureGoalWidth,
@@ -109,6 +119,17 @@ constexpr int lowerRomanNumbers = 2;
 constexpr int upperLetters = 3;
 constexpr int lowerLetters = 4;
 constexpr int bullets = 23;
+
+// Values of DocumentPage and SectionPage.
+enum PageMeasure {
+    pageWidth,
+    pageHeight,
+    leftMargin,
+    rightMargin,
+    topMargin,
+    bottomMargin,
+    landscape
+};
 
 KeywordInfo keywordOf(QByteArrayView word);
 

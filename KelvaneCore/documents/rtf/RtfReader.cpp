@@ -89,6 +89,7 @@ void Reader::read() {
     // A file cut short closes its open groups, so a half-read picture or table still ends.
     while (!ended_ && !stack_.empty())
         endGroup();
+    markSections();
 }
 
 void Reader::take(Token token) {
@@ -178,8 +179,10 @@ bool Reader::endGroup() {
     ignorable_ = false;
     if (stack_.size() <= 1) {
         // The outermost group closed: the document ends here, whatever follows.
-        if (!stack_.empty())
+        if (!stack_.empty()) {
+            endSection();
             finishWithNotes();
+        }
         stack_.clear();
         ended_ = true;
         return false;
@@ -197,9 +200,14 @@ void Reader::endDestination(const State& ended) {
         commitFontName();
         break;
     case Destination::FieldInstruction:
-        if (ended.field >= 0)
-            fields_[static_cast<std::size_t>(ended.field)].href =
-                hyperlinkTarget(fields_[static_cast<std::size_t>(ended.field)].instruction);
+        if (ended.field >= 0) {
+            Field& field = fields_[static_cast<std::size_t>(ended.field)];
+            field.href = hyperlinkTarget(field.instruction);
+            field.pageNumber = state().destination == Destination::Margin &&
+                               field.instruction.trimmed().startsWith(u"PAGE", Qt::CaseInsensitive);
+            if (field.pageNumber)
+                appendToMargin(QString(SectionPages::pageNumberMark));
+        }
         break;
     case Destination::Picture:
         if (state().destination == Destination::Body)
@@ -208,6 +216,9 @@ void Reader::endDestination(const State& ended) {
     case Destination::Graphic:
         if (state().destination == Destination::Body)
             finishGraphic();
+        break;
+    case Destination::Footnote:
+        finishNote();
         break;
     case Destination::LevelText:
         if (!definingList_.empty())
@@ -281,6 +292,13 @@ void Reader::deliver(QString text) {
         if (!state().chars.hidden)
             appendBounded(notes_.back().text, text);
         return;
+    case Destination::Margin:
+        for (QChar& c : text) // a line of its own: tabs and line breaks are spaces there
+            if (c.unicode() < 0x20 || c == QChar(0x2028))
+                c = u' ';
+        if (!state().chars.hidden)
+            appendToMargin(text);
+        return;
     case Destination::FieldInstruction:
         if (state().field >= 0)
             appendBounded(fields_[static_cast<std::size_t>(state().field)].instruction, text);
@@ -294,32 +312,6 @@ void Reader::deliver(QString text) {
     default:
         return;
     }
-}
-
-// Notes follow the text, each a paragraph led by its number: footnotes, then endnotes from a
-// new page.
-void Reader::finishWithNotes() {
-    if (notes_.empty())
-        return builder_.finish(paragraphEnd());
-    if (builder_.paragraphStarted())
-        builder_.endParagraph(paragraphEnd(), false);
-    for (const bool endnotes : {false, true}) {
-        bool first = true;
-        for (std::size_t index = 0; index < notes_.size(); ++index) {
-            if (notes_[index].endnote != endnotes)
-                continue;
-            if (endnotes && std::exchange(first, false))
-                builder_.breakPage();
-            const DocumentNotes::Note note{{}, static_cast<int>(index) + 1};
-            builder_.insertText(QString::number(note.number), DocumentNotes::markFormat({}, note),
-                                false);
-            builder_.insertText(u' ' + notes_[index].text.simplified(), QTextCharFormat(), false);
-            ParagraphEnd end;
-            DocumentNotes::setBody(end.format, note);
-            builder_.endParagraph(end, false);
-        }
-    }
-    builder_.finish({});
 }
 
 void Reader::deliverToBody(QString text) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "documents/DocumentNotes.h"
 #include "documents/ListNumbering.h"
+#include "documents/SectionPages.h"
 #include "documents/rtf/RtfBuilder.h"
 #include "documents/rtf/RtfCodePages.h"
 #include "documents/rtf/RtfKeywords.h"
@@ -32,6 +34,7 @@ enum class Destination {
     Numbering,
     Graphic,
     Footnote,
+    Margin, // a header or footer
 };
 
 struct CharacterState {
@@ -77,6 +80,18 @@ struct Font {
 struct Field {
     QString instruction;
     QString href;
+    bool pageNumber = false; // a PAGE field in a header or footer
+};
+
+// A section's page as RTF measures it, in twips.
+struct PageSetup {
+    int width = 12240; // Letter, where the document names no paper
+    int height = 15840;
+    int left = 1800;
+    int right = 1800;
+    int top = 1440;
+    int bottom = 1440;
+    bool landscape = false;
 };
 
 struct Picture {
@@ -131,7 +146,7 @@ private:
 
     // RtfControlWords.cpp: what each control word does in each destination
     void controlWord(const Token& token);
-    bool enterDestination(Keyword keyword);
+    bool enterDestination(KeywordInfo info);
     void documentWord(KeywordInfo info, const Token& token);
     void bodyWord(KeywordInfo info, const Token& token);
     bool characterWord(KeywordInfo info, const Token& token);
@@ -142,6 +157,14 @@ private:
     void listOverrideWord(KeywordInfo info, const Token& token);
     void numberingWord(KeywordInfo info, const Token& token);
     void pictureWord(KeywordInfo info, const Token& token);
+
+    // RtfSections.cpp: pages, section breaks, headers and footers
+    bool sectionWord(KeywordInfo info, const Token& token);
+    void marginWord(KeywordInfo info);
+    void startMargin(bool footer);
+    void appendToMargin(const QString& text);
+    void endSection();
+    void markSections();
 
     // RtfParagraphs.cpp: what a paragraph turns into when it ends
     void endParagraph();
@@ -188,13 +211,32 @@ private:
     QString listText_;
 
     std::vector<Field> fields_;
+    // Where the text refers to a note: its number, written before the note says its kind.
+    struct NoteMark {
+        int position = -1;
+        int length = 0;
+        QTextCharFormat format;
+    };
     struct Note {
         QString text;
         bool endnote = false; // \ftnalt
+        NoteMark mark;
+        DocumentNotes::Note note;
     };
+    void finishNote();
     std::vector<Note> notes_; // in the order the text refers to them
+    NoteMark lastMark_;
+    int noteCounts_[2] = {0, 0}; // footnotes and endnotes, each numbered on their own
     Picture picture_;
     bool skipAttachmentMark_ = false;
+
+    PageSetup documentPage_;
+    PageSetup sectionPage_;
+    bool pageGiven_ = false; // the document or a section says something of its pages
+    QString header_;
+    QString footer_;
+    bool inFooter_ = false; // the margin text being read is the footer
+    std::vector<std::pair<int, SectionPages::Page>> sections_; // by their first position
 };
 
 } // namespace kelvane::Rtf

@@ -159,7 +159,8 @@ void appendText(QByteArray& out, QStringView text) {
     }
 }
 
-void appendRuns(QByteArray& out, const QTextBlock& block, const StyleTables& tables) {
+void appendRuns(QByteArray& out, const QTextBlock& block, const StyleTables& tables,
+                const NoteWriter& notes) {
     const int headingLevel = std::clamp(block.blockFormat().headingLevel(), 0, 6);
     QString link;
     for (auto it = block.begin(); !it.atEnd(); ++it) {
@@ -173,6 +174,8 @@ void appendRuns(QByteArray& out, const QTextBlock& block, const StyleTables& tab
                 openLink(out, href);
             link = href;
         }
+        if (const auto note = DocumentNotes::markOf(format); note && notes && notes(out, *note))
+            continue;
         if (format.isImageFormat()) {
             // Identical images side by side share one fragment, one character each.
             for (int i = 0; i < fragment.length(); ++i)

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "documents/DocumentNotes.h"
+
 #include <QByteArray>
 #include <QColor>
 #include <QHash>
 #include <QStringList>
 #include <QStringView>
 
+#include <functional>
 #include <vector>
 
 class QBrush;
@@ -42,8 +45,12 @@ private:
 // Text with RTF's three special characters escaped and everything outside ASCII as \uN?.
 void appendText(QByteArray& out, QStringView text);
 
+// Writes the note a mark refers to, where the mark stands; false to keep the mark as text.
+using NoteWriter = std::function<bool(QByteArray& out, const DocumentNotes::Note& note)>;
+
 // A block's characters: one group per fragment, images as \pict, hyperlinks as fields.
 // Headings without their own size and weight get those of their level.
-void appendRuns(QByteArray& out, const QTextBlock& block, const StyleTables& tables);
+void appendRuns(QByteArray& out, const QTextBlock& block, const StyleTables& tables,
+                const NoteWriter& notes = {});
 
 } // namespace kelvane::Rtf

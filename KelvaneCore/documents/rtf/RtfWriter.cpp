@@ -1,4 +1,5 @@
 #include "documents/DocumentFormats.h"
+#include "documents/SectionPages.h"
 #include "documents/Units.h"
 #include "documents/rtf/RtfRuns.h"
 
@@ -18,6 +19,8 @@ namespace {
 constexpr int listLevels = 9;
 constexpr int listIndentTwips = 360;
 constexpr int textWidthTwips = 9360; // 6.5 inches, a Letter or A4 page inside its margins
+constexpr int marginTwips = 1440;    // an inch on each side
+constexpr double marginPoints = 72;
 
 QByteArray number(double value) {
     return QByteArray::number(std::lround(value));
@@ -51,8 +54,9 @@ bool isBullet(const QTextList& list) {
 
 class Writer {
 public:
-    explicit Writer(const QTextDocument& document)
+    Writer(const QTextDocument& document, PageSize paper)
         : document_(document)
+        , paper_(paper)
         , tables_(document) {}
 
     QByteArray write();
@@ -62,6 +66,11 @@ private:
     void writeStyleSheet();
     void writeListTables();
     void writeListLevel(const QTextList& list, int level);
+    void writePaper();
+    void writeSection(const QTextBlock& block);
+    void writeMarginText(const char* destination, const QString& line);
+    void collectNotes();
+    bool writeNote(QByteArray& out, const DocumentNotes::Note& note);
     void writeFrame(const QTextFrame& frame);
     void writeBlock(const QTextBlock& block, const char* ending, bool inTable);
     void writeParagraphProperties(const QTextBlock& block);
@@ -72,19 +81,25 @@ private:
     int listNumber(const QTextList* list) const;
 
     const QTextDocument& document_;
+    PageSize paper_;
+    bool bodyStarted_ = false; // a paragraph is written: a new section ends another
     Rtf::StyleTables tables_;
     std::vector<const QTextList*> lists_;
     std::map<const QTextList*, int> listNumbers_;
+    // The paragraphs of each note, by kind and number; written where the text refers to it.
+    std::map<std::pair<DocumentNotes::Kind, int>, std::vector<QTextBlock>> notes_;
     QByteArray out_;
 };
 
 QByteArray Writer::write() {
     collectLists();
+    collectNotes();
     out_ = "{\\rtf1\\ansi\\ansicpg1252\\deff0\\uc1\n";
     out_ += tables_.fontTable();
     out_ += tables_.colorTable();
     writeStyleSheet();
     writeListTables();
+    writePaper();
     writeFrame(*document_.rootFrame());
     out_ += "}\n";
     return out_;
@@ -148,21 +163,103 @@ void Writer::writeListLevel(const QTextList& list, int level) {
             QByteArray::number(listIndentTwips * (level + 2)) + "}\n";
 }
 
+void Writer::collectNotes() {
+    for (QTextBlock block = document_.begin(); block.isValid(); block = block.next()) {
+        if (const auto note = DocumentNotes::bodyOf(block.blockFormat()))
+            notes_[{note->kind, note->number}].push_back(block);
+    }
+}
+
+// A note whose paragraphs the document holds, as a numbered mark with its text inside;
+// \\ftnalt makes it an endnote. The paragraphs' own leading number becomes the mark.
+bool Writer::writeNote(QByteArray& out, const DocumentNotes::Note& note) {
+    const auto found = notes_.find({note.kind, note.number});
+    if (found == notes_.end())
+        return false;
+    out += "{\\super\\chftn}{\\footnote";
+    if (note.kind == DocumentNotes::Kind::endnote)
+        out += "\\ftnalt";
+    const auto ownNumber = [](QByteArray& into, const DocumentNotes::Note&) {
+        into += "{\\super\\chftn}";
+        return true;
+    };
+    for (std::size_t i = 0; i < found->second.size(); ++i) {
+        out += i == 0 ? "\\pard\\plain " : "\\par\\pard\\plain ";
+        Rtf::appendRuns(out, found->second[i], tables_, ownNumber);
+    }
+    out += "}";
+    return true;
+}
+
+void Writer::writePaper() {
+    out_ += "\\paperw" + number(Units::twipsFromPoints(paper_.widthInPoints())) + "\\paperh" +
+            number(Units::twipsFromPoints(paper_.heightInPoints())) + "\\margl" +
+            QByteArray::number(marginTwips) + "\\margr" + QByteArray::number(marginTwips) +
+            "\\margt" + QByteArray::number(marginTwips) + "\\margb" +
+            QByteArray::number(marginTwips) + '\n';
+}
+
+// A block that starts a section ends the one before it and states its own page.
+void Writer::writeSection(const QTextBlock& block) {
+    auto page = SectionPages::pageOf(block.blockFormat());
+    if (!page && !bodyStarted_) // the first section is on the chosen paper
+        page = SectionPages::Page{{paper_.widthInPoints(), paper_.heightInPoints()},
+                                  {marginPoints, marginPoints, marginPoints, marginPoints},
+                                  {},
+                                  {}};
+    if (!page)
+        return;
+    if (bodyStarted_)
+        out_ += "\\sect";
+    out_ += "\\sectd\\sbkpage";
+    if (page->size.width() > page->size.height())
+        out_ += "\\lndscpsxn";
+    const auto twipsOf = [](double points) {
+        return number(Units::twipsFromPoints(points));
+    };
+    out_ += "\\pgwsxn" + twipsOf(page->size.width()) + "\\pghsxn" + twipsOf(page->size.height()) +
+            "\\marglsxn" + twipsOf(page->margins.left()) + "\\margrsxn" +
+            twipsOf(page->margins.right()) + "\\margtsxn" + twipsOf(page->margins.top()) +
+            "\\margbsxn" + twipsOf(page->margins.bottom()) + '\n';
+    writeMarginText("header", page->header);
+    writeMarginText("footer", page->footer);
+}
+
+// A header or footer of one centred line, the page's number where the line shows it.
+void Writer::writeMarginText(const char* destination, const QString& line) {
+    if (line.isEmpty())
+        return;
+    out_ += QByteArray("{\\") + destination + "\\pard\\plain\\qc ";
+    const QStringList parts = line.split(SectionPages::pageNumberMark);
+    for (qsizetype i = 0; i < parts.size(); ++i) {
+        if (i > 0)
+            out_ += "{\\field{\\*\\fldinst PAGE}{\\fldrslt \\chpgn}}";
+        Rtf::appendText(out_, parts[i]);
+    }
+    out_ += "\\par}\n";
+}
+
 void Writer::writeFrame(const QTextFrame& frame) {
     for (auto it = frame.begin(); !it.atEnd(); ++it) {
         if (const QTextFrame* child = it.currentFrame()) {
-            if (const auto* table = qobject_cast<const QTextTable*>(child))
+            if (const auto* table = qobject_cast<const QTextTable*>(child)) {
+                writeSection(document_.findBlock(table->firstPosition()));
                 writeTable(*table);
-            else
+            } else {
                 writeFrame(*child);
-        } else {
+            }
+        } else if (!DocumentNotes::bodyOf(it.currentBlock().blockFormat())) {
+            writeSection(it.currentBlock());
             writeBlock(it.currentBlock(), "\\par\n", false);
         }
     }
 }
 
 void Writer::writeBlock(const QTextBlock& block, const char* ending, bool inTable) {
-    if (!inTable && block.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore)
+    bodyStarted_ = true;
+    const QTextBlockFormat format = block.blockFormat();
+    if (!inTable && format.pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore &&
+        !SectionPages::pageOf(format))
         out_ += "\\page\n";
     out_ += "\\pard";
     if (inTable)
@@ -177,7 +274,9 @@ void Writer::writeBlock(const QTextBlock& block, const char* ending, bool inTabl
             Rtf::appendText(out_, list->itemText(block));
         out_ += "\\tab}";
     }
-    Rtf::appendRuns(out_, block, tables_);
+    Rtf::appendRuns(out_, block, tables_, [this](QByteArray& out, const DocumentNotes::Note& note) {
+        return writeNote(out, note);
+    });
     out_ += ending;
 }
 
@@ -216,9 +315,10 @@ void Writer::writeTable(const QTextTable& table) {
         for (int column = 0; column < static_cast<int>(rights.size()); ++column) {
             const int right = rights[static_cast<std::size_t>(column)];
             out_ += mergeOf(table.cellAt(row, column), row, column);
-            out_ += "\\clbrdrt\\brdrs\\brdrw10\\clbrdrl\\brdrs\\brdrw10"
-                    "\\clbrdrb\\brdrs\\brdrw10\\clbrdrr\\brdrs\\brdrw10\\cellx" +
-                    QByteArray::number(right);
+            if (table.format().border() > 0)
+                out_ += "\\clbrdrt\\brdrs\\brdrw10\\clbrdrl\\brdrs\\brdrw10"
+                        "\\clbrdrb\\brdrs\\brdrw10\\clbrdrr\\brdrs\\brdrw10";
+            out_ += "\\cellx" + QByteArray::number(right);
         }
         out_ += '\n';
         for (int column = 0; column < table.columns(); ++column) {
@@ -275,8 +375,8 @@ void Writer::writeCell(const QTextTableCell& cell) {
 
 } // namespace
 
-QByteArray writeRtf(const QTextDocument& document) {
-    return Writer(document).write();
+QByteArray writeRtf(const QTextDocument& document, PageSize paper) {
+    return Writer(document, paper).write();
 }
 
 } // namespace kelvane::DocumentFormats

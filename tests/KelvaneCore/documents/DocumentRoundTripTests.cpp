@@ -29,7 +29,10 @@ const Writer writers[] = {
      [](const QTextDocument& document) {
          return DocumentFormats::writeDocx(document);
      }},
-    {"rtf", "rtf", DocumentFormats::writeRtf},
+    {"rtf", "rtf",
+     [](const QTextDocument& document) {
+         return DocumentFormats::writeRtf(document);
+     }},
     {"odt", "odt",
      [](const QTextDocument& document) {
          return DocumentFormats::writeOdt(document);

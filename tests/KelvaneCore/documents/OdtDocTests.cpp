@@ -1,5 +1,6 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/DocumentNotes.h"
 #include "documents/DocumentTools.h"
 #include "documents/ZipContainer.h"
 #include "documents/doc/DocReader.h"
@@ -120,7 +121,9 @@ const QByteArray body =
     "<text:p>Picture <draw:frame svg:width=\"2in\" svg:height=\"1in\"><draw:image "
     "xlink:href=\"Pictures/x.png\"/><svg:title>frame title</svg:title></draw:frame> and note"
     "<text:note text:note-class=\"footnote\"><text:note-citation>1</text:note-citation>"
-    "<text:note-body><text:p>Footnote body</text:p></text:note-body></text:note></text:p>"
+    "<text:note-body><text:p>Footnote body <text:span text:style-name=\"T1\">boldnote</text:span>"
+    "</text:p><text:list text:style-name=\"L1\"><text:list-item><text:p>note item</text:p>"
+    "</text:list-item></text:list></text:note-body></text:note> after</text:p>"
     "<text:p><draw:frame><draw:image xlink:href=\"../../outside.png\"/></draw:frame>escape"
     "</text:p>";
 
@@ -253,7 +256,7 @@ TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
     EXPECT_EQ(table->rows(), 4);
     EXPECT_EQ(table->columns(), 3);
     EXPECT_EQ(cellText(table, 0, 0), "wide");
-    EXPECT_EQ(cellText(table, 0, 1), "");
+    EXPECT_EQ(table->cellAt(0, 1), table->cellAt(0, 0)); // merged across
     EXPECT_EQ(cellText(table, 0, 2), "H3");
     // Columns of one and two inches, and a shaded cell.
     ASSERT_EQ(table->format().columnWidthConstraints().size(), 3);
@@ -279,9 +282,18 @@ TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
     EXPECT_NEAR(image.sizeInPoints.height(), 72, 0.01);
     EXPECT_TRUE(document->find("frame title").isNull());
     EXPECT_FALSE(document->find("escape").isNull());
-    const QTextBlock last = document->lastBlock();
-    EXPECT_TRUE(last.text().contains("Footnote body"));
     EXPECT_EQ(formatOf(*document, "note1").verticalAlignment(), QTextCharFormat::AlignSuperScript);
+    EXPECT_FALSE(document->find("and note1 after").isNull());
+    // The note keeps its paragraphs, runs and list, all of them the note's.
+    const QTextBlock noteStart = document->find("Footnote body").block();
+    EXPECT_TRUE(noteStart.text().startsWith("1 Footnote body"));
+    EXPECT_EQ(formatOf(*document, "boldnote").fontWeight(), QFont::Bold);
+    const QTextBlock item = document->lastBlock();
+    EXPECT_EQ(item.text(), "note item");
+    EXPECT_TRUE(item.textList());
+    for (const QTextBlock& block : {noteStart, item})
+        EXPECT_EQ(DocumentNotes::bodyOf(block.blockFormat()),
+                  (DocumentNotes::Note{DocumentNotes::Kind::footnote, 1}));
 }
 
 TEST(OdtReader, ReadsBackWhatOurOdtConversionWrites) {

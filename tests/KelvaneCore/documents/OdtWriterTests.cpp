@@ -165,6 +165,18 @@ TEST(OdtWriterRoundTrip, OurReaderGetsTheStyledDocumentBack) {
     EXPECT_EQ(table->columns(), 2);
     EXPECT_EQ(table->cellAt(0, 1).firstCursorPosition().block().text(), "cellB1");
     EXPECT_FALSE(blockWith(*document, "cellA1").textList());
+    // Merged cells come back merged, across and down.
+    QTextDocument merged;
+    QTextTable* grid = QTextCursor(&merged).insertTable(2, 3);
+    grid->cellAt(0, 0).firstCursorPosition().insertText("wide");
+    grid->mergeCells(0, 0, 1, 2);
+    grid->mergeCells(0, 2, 2, 1);
+    const auto mergedBack = writeAndRead(merged);
+    const QTextTable* gridBack = mergedBack->find("wide").currentTable();
+    ASSERT_TRUE(gridBack);
+    EXPECT_EQ(gridBack->columns(), 3);
+    EXPECT_EQ(gridBack->cellAt(0, 0).columnSpan(), 2);
+    EXPECT_EQ(gridBack->cellAt(1, 2).row(), 0);
 
     const auto images = imagesOf(*document);
     ASSERT_EQ(images.size(), 1u);

@@ -1,5 +1,6 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/SectionPages.h"
 #include "fixtures/Bytes.h"
 #include "fixtures/TempFolder.h"
 
@@ -122,6 +123,43 @@ TEST(RtfReader, ParagraphAlignmentIndentsAndBreaks) {
                 QTextFormat::PageBreak_AlwaysBefore);
     EXPECT_FALSE(blockWith(*document, "one").blockFormat().pageBreakPolicy() &
                  QTextFormat::PageBreak_AlwaysBefore);
+}
+
+// Each section keeps its page, its break and its header and footer, read and written back.
+TEST(RtfReader, SectionsKeepTheirPagesBreaksAndMarginLines) {
+    const auto document =
+        read("\\paperw12240\\paperh15840\\margl1440\\margr1440\\margt720\\margb720\\sectd"
+             "{\\header\\pard\\qc Log {\\field{\\*\\fldinst PAGE}{\\fldrslt 1}}\\tab end\\par}"
+             "{\\footer\\pard\\chpgn\\par}\\pard Opening\\par"
+             "\\sect\\sectd\\sbknone\\pard Runs on\\par"
+             "\\sect\\sectd\\sbkpage\\lndscpsxn\\pgwsxn12240\\pghsxn15840\\pard Wide\\par");
+    EXPECT_EQ(document->toPlainText(), "Opening\nRuns on\nWide");
+    const auto pageOf = [](const QTextDocument& read, const char* text) {
+        return SectionPages::pageOf(blockWith(read, text).blockFormat());
+    };
+    const auto opening = pageOf(*document, "Opening");
+    const auto wide = pageOf(*document, "Wide");
+    ASSERT_TRUE(opening && wide && pageOf(*document, "Runs on"));
+    EXPECT_EQ(opening->size, QSizeF(612, 792));
+    EXPECT_EQ(opening->margins, QMarginsF(72, 36, 72, 36));
+    const QString mark(SectionPages::pageNumberMark);
+    EXPECT_EQ(opening->header, "Log " + mark + " end");
+    EXPECT_EQ(opening->footer, mark);
+    EXPECT_EQ(wide->size, QSizeF(792, 612)); // the portrait size turned by the orientation
+    EXPECT_EQ(wide->header, opening->header);
+    EXPECT_FALSE(blockWith(*document, "Runs on").blockFormat().pageBreakPolicy());
+    EXPECT_TRUE(blockWith(*document, "Wide").blockFormat().pageBreakPolicy());
+
+    const auto back = DocumentFormats::readRtf(DocumentFormats::writeRtf(*document));
+    for (const char* text : {"Opening", "Runs on", "Wide"})
+        EXPECT_EQ(pageOf(*back, text), pageOf(*document, text)) << text;
+    // A document without sections is written on the chosen paper.
+    const auto a4 = pageOf(
+        *DocumentFormats::readRtf(DocumentFormats::writeRtf(QTextDocument("Plain"), PageSize::a4)),
+        "Plain");
+    ASSERT_TRUE(a4);
+    EXPECT_NEAR(a4->size.width(), PageSize(PageSize::a4).widthInPoints(), 0.05);
+    EXPECT_NEAR(a4->size.height(), PageSize(PageSize::a4).heightInPoints(), 0.05);
 }
 
 TEST(RtfReader, DecodesUnicodeEscapesAndCodePages) {
@@ -454,7 +492,14 @@ TEST(RtfWriter, EdgeDocumentsReadBack) {
     EXPECT_EQ(rtf.count("\\clvmrg"), 1);
     EXPECT_TRUE(rtf.contains("{\\s2\\sbasedon0\\snext0\\outlinelevel1 heading 2;}"));
     EXPECT_TRUE(rtf.contains("\\s2\\outlinelevel1"));
-    EXPECT_EQ(cellText(*firstTable(*DocumentFormats::readRtf(rtf)), 0, 0), "wide");
+    const auto mergedBack = DocumentFormats::readRtf(rtf);
+    QTextTable* gridBack = firstTable(*mergedBack);
+    ASSERT_TRUE(gridBack);
+    EXPECT_EQ(cellText(*gridBack, 0, 0), "wide");
+    EXPECT_EQ(gridBack->cellAt(0, 0).columnSpan(), 2);
+    EXPECT_EQ(gridBack->cellAt(2, 2).row(), 1);
+    EXPECT_EQ(gridBack->cellAt(1, 2).rowSpan(), 2);
+    EXPECT_EQ(DocumentFormats::writeRtf(*mergedBack), rtf);
 }
 
 QString pandoc(const fs::path& folder, const QStringList& arguments) {
@@ -541,6 +586,14 @@ TEST(RtfReader, HostileInputFailsOrDegradesQuickly) {
                   ->toPlainText(),
               QString::fromUtf16(u"éqrstuvwxyz"));
     EXPECT_NO_THROW(DocumentFormats::readRtf("{\\rtf1 \\'zz\\'4\\u\\fs-5 \\fs99999999999 x\\"));
+    // Pages, edges and merges out of every range, a header left open.
+    const QString odd = DocumentFormats::readRtf(
+                            "{\\rtf1 \\pgwsxn-99999999999\\sect\\sbknone\\sect\\trowd\\clvmrg"
+                            "\\cellx-99999999999\\clmrg\\cellx-5\\cellx99999999999\\pard\\intbl "
+                            "a\\cell b\\cell\\row{\\header{\\field{\\*\\fldinst PAGE}{\\fldrslt x")
+                            ->toPlainText();
+    EXPECT_TRUE(odd.contains(u'a') && odd.contains(u'b') && !odd.contains(u'x'))
+        << odd.toStdString();
 }
 
 } // namespace

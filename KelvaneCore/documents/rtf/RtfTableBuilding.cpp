@@ -1,0 +1,247 @@
+#include "documents/rtf/RtfBuilder.h"
+
+#include <QTextTable>
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace kelvane::Rtf {
+namespace {
+
+constexpr int maxColumns = 64;
+constexpr int maxCells = 100000;
+constexpr int edgeTolerance = 20; // twips: edges this close are one edge
+constexpr int maxEdgeTwips = 1'000'000;
+// Each merge rebuilds the table's grid: merges stop once they have cost this many cells, and
+// the cells a file asks to merge beyond that stay apart.
+constexpr long long mergeBudget = 4'000'000;
+// A cell drawn with lines on this many sides is part of a grid; a rule under a heading row
+// is not.
+constexpr int gridSides = 2;
+
+void checkSize(int rows, int columns) {
+    if (rows * columns > maxCells)
+        throw std::runtime_error("the RTF table has too many cells");
+}
+
+} // namespace
+
+void Builder::endCell(const ParagraphEnd& end) {
+    if (table_ && needBlock_ && !cellEnded_ && !rowEnded_) {
+        // "text\par\cell" is how many writers end a cell; the empty paragraph is not meant.
+        cellEnded_ = true;
+        needBlock_ = false;
+        return;
+    }
+    if (table_ && (cellEnded_ || rowEnded_)) {
+        moveToPendingCell();
+        if (needBlock_) { // an empty cell that another one covers leaves no paragraph there
+            cellEnded_ = true;
+            needBlock_ = false;
+            return;
+        }
+    }
+    enter(true);
+    applyParagraph(end);
+    cellEnded_ = true;
+}
+
+void Builder::endRow() {
+    if (!table_)
+        return;
+    rowEnded_ = true;
+    cellEnded_ = false;
+}
+
+void Builder::defineRow() {
+    rowDefinition_.clear();
+    nextMerge_ = CellMerge::none;
+    borderSides_ = 0;
+}
+
+void Builder::addCellBoundary(int right) {
+    if (rowDefinition_.size() < maxColumns)
+        rowDefinition_.push_back(
+            {std::clamp(right, 0, maxEdgeTwips), nextMerge_, borderSides_ >= gridSides});
+    nextMerge_ = CellMerge::none;
+    borderSides_ = 0;
+}
+
+// Sides of the row (\\trbrdr) count for its first cell: a table draws its lines or none.
+void Builder::borderSide(bool drawn) {
+    borderSides_ = std::max(borderSides_ + (drawn ? 1 : -1), 0);
+}
+
+// A row drawn otherwise than the rows before it starts a table of its own.
+bool Builder::rowBordered() const {
+    return std::any_of(rowDefinition_.begin(), rowDefinition_.end(),
+                       [](const CellDefinition& cell) { return cell.bordered; });
+}
+
+void Builder::mergeCell(CellMerge merge) {
+    nextMerge_ = merge;
+}
+
+void Builder::startTable() {
+    QTextTableFormat format;
+    format.setBorder(rowBordered() ? 1 : 0);
+    format.setCellPadding(4);
+    format.setCellSpacing(0);
+    format.setBorderCollapse(true);
+    gridKnown_ = !rowDefinition_.empty();
+    grid_.clear();
+    table_ = cursor_.insertTable(
+        1, gridKnown_ ? 1 : std::max(static_cast<int>(rowDefinition_.size()), 1), format);
+    if (gridKnown_)
+        grid_.push_back(rowDefinition_.front().right);
+    lists_.clear();
+    row_ = 0;
+    cell_ = 0;
+    column_ = 0;
+    cellEnded_ = false;
+    rowEnded_ = false;
+    layOutRow(0);
+    moveToCell(0, 0);
+}
+
+void Builder::leaveTable() {
+    cursor_ = table_->lastCursorPosition();
+    cursor_.movePosition(QTextCursor::NextBlock);
+    table_ = nullptr;
+    lists_.clear();
+    needBlock_ = false;
+    blockTouched_ = false;
+    breakBefore_ = pendingBreak_;
+    pendingBreak_ = false;
+}
+
+// Fits the row's cell edges into the table's columns and merges the grid cells each cell
+// spans, across and, for \clvmrg, down into the cell above.
+void Builder::layOutRow(int row) {
+    cellColumns_.clear();
+    for (const CellDefinition& cell : rowDefinition_) {
+        if (gridKnown_)
+            fitBoundary(cell.right, row);
+    }
+    std::vector<int> ends; // the last column of each cell
+    for (const CellDefinition& cell : rowDefinition_) {
+        const auto edge = std::lower_bound(grid_.begin(), grid_.end(), cell.right - edgeTolerance);
+        ends.push_back(static_cast<int>(edge - grid_.begin()));
+        if (edge == grid_.end() || (ends.size() > 1 && ends.back() <= ends[ends.size() - 2]))
+            gridKnown_ = false; // edges out of order or one on top of the other
+    }
+    if (!gridKnown_) {
+        if (static_cast<int>(rowDefinition_.size()) > table_->columns()) {
+            checkSize(table_->rows(), static_cast<int>(rowDefinition_.size()));
+            table_->appendColumns(static_cast<int>(rowDefinition_.size()) - table_->columns());
+        }
+        return;
+    }
+    int start = 0;
+    for (std::size_t i = 0; i < rowDefinition_.size(); ++i) {
+        const int end = ends[i];
+        const CellMerge merge = rowDefinition_[i].merge;
+        if (merge == CellMerge::across && !cellColumns_.empty()) {
+            const int first = cellColumns_.back();
+            mergeCells(row, first, 1, end - first + 1);
+            cellColumns_.push_back(first);
+        } else {
+            mergeCells(row, start, 1, end - start + 1);
+            const QTextTableCell above =
+                row > 0 ? table_->cellAt(row - 1, start) : QTextTableCell();
+            if (merge == CellMerge::down && above.isValid() && above.column() == start &&
+                above.columnSpan() == end - start + 1)
+                mergeCells(above.row(), start, row - above.row() + 1, end - start + 1);
+            cellColumns_.push_back(start);
+        }
+        start = end + 1;
+    }
+}
+
+// Makes `right` the edge of a column, splitting the column it falls into: the cells of the
+// rows above then span both halves.
+void Builder::fitBoundary(int right, int row) {
+    const auto edge = std::lower_bound(grid_.begin(), grid_.end(), right - edgeTolerance);
+    const int index = static_cast<int>(edge - grid_.begin());
+    if (edge != grid_.end() && std::abs(*edge - right) <= edgeTolerance)
+        return;
+    if (table_->columns() >= maxColumns) {
+        gridKnown_ = false;
+        return;
+    }
+    checkSize(table_->rows(), table_->columns() + 1);
+    if (edge == grid_.end()) {
+        table_->appendColumns(1);
+        grid_.push_back(right);
+        return;
+    }
+    table_->insertColumns(index + 1, 1);
+    grid_.insert(edge, right);
+    for (int above = 0; above < row && gridKnown_; ++above) {
+        const QTextTableCell cell = table_->cellAt(above, index);
+        if (cell.column() + cell.columnSpan() - 1 == index)
+            gridKnown_ =
+                mergeCells(cell.row(), cell.column(), cell.rowSpan(), cell.columnSpan() + 1);
+    }
+}
+
+bool Builder::mergeCells(int row, int column, int rows, int columns) {
+    if (rows * columns <= 1)
+        return true;
+    mergeCost_ += static_cast<long long>(table_->rows()) * table_->columns();
+    if (mergeCost_ > mergeBudget)
+        return false;
+    table_->mergeCells(row, column, rows, columns);
+    return true;
+}
+
+void Builder::moveToPendingCell() {
+    if (rowEnded_ && rowBordered() != (table_->format().border() > 0)) {
+        leaveTable();
+        startTable();
+    } else if (rowEnded_) {
+        checkSize(table_->rows() + 1, table_->columns());
+        table_->appendRows(1);
+        layOutRow(row_ + 1);
+        moveToCell(row_ + 1, 0);
+    } else if (cellEnded_) {
+        moveToCell(row_, cell_ + 1);
+    }
+}
+
+// The column a row's cell starts in. Cells past those the row defines take the next column,
+// and past the last column a table may have they share the last one.
+int Builder::columnOf(int cell) {
+    if (gridKnown_ && cell < static_cast<int>(cellColumns_.size()))
+        return cellColumns_[static_cast<std::size_t>(cell)];
+    gridKnown_ = false;
+    if (cell == 0)
+        return 0;
+    const QTextTableCell current = table_->cellAt(row_, column_);
+    const int next = current.column() + current.columnSpan();
+    if (next >= table_->columns() && table_->columns() < maxColumns) {
+        checkSize(table_->rows(), table_->columns() + 1);
+        table_->appendColumns(1);
+    }
+    return std::min(next, table_->columns() - 1);
+}
+
+void Builder::moveToCell(int row, int cell) {
+    const int column = columnOf(cell);
+    const QTextTableCell target = table_->cellAt(row, column);
+    // A cell that began above or to the left, or the one just ended, takes more paragraphs.
+    const bool covered = target.row() != row || target.column() != column ||
+                         (cellEnded_ && target == table_->cellAt(row_, column_));
+    cursor_ = covered ? target.lastCursorPosition() : target.firstCursorPosition();
+    row_ = row;
+    cell_ = cell;
+    column_ = column;
+    cellEnded_ = false;
+    rowEnded_ = false;
+    needBlock_ = covered;
+    blockTouched_ = false;
+    breakBefore_ = false;
+}
+
+} // namespace kelvane::Rtf
