@@ -361,7 +361,7 @@ void BodyReader::readText(const QTextCharFormat& format) {
     write(runText(preserve ? text : text.trimmed()), format);
 }
 
-// The first choice; where that holds a picture no reader here can draw (an enhanced
+// The first choice; where that holds a picture no reader here can draw (a damaged
 // metafile), the fallback, where word processors keep a bitmap of it.
 void BodyReader::readAlternateContent(int depth, QTextCharFormat& format) {
     checkDepth(depth);
@@ -407,7 +407,8 @@ void BodyReader::insertImage(const PictureReference& picture) {
         *unshown_ = picture.description; // the alternative may show it
         return;
     }
-    // A drawing no reader here can show (a metafile, a chart) leaves its alternative text.
+    // A drawing no reader here can show (a chart, a damaged metafile) leaves its alternative
+    // text.
     if (!picture.description.trimmed().isEmpty())
         write(u'[' + picture.description.simplified() + u']', paragraphChars_);
 }

@@ -47,7 +47,8 @@ public:
     explicit Builder(QTextDocument& document);
 
     void insertText(const QString& text, const QTextCharFormat& format, bool inTable);
-    void insertImage(const QByteArray& bytes, QSizeF points, bool inTable);
+    // False, inserting nothing, when the bytes are no picture that can be shown.
+    bool insertImage(const QByteArray& bytes, QSizeF points, bool inTable);
     void endParagraph(const ParagraphEnd& end, bool inTable);
     void breakPage();
     void endCell(const ParagraphEnd& end);

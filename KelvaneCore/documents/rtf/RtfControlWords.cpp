@@ -88,6 +88,10 @@ void Reader::controlWord(const Token& token) {
     case Destination::Picture:
     case Destination::Graphic:
         return pictureWord(info, token);
+    case Destination::PictureProperties:
+    case Destination::PropertyName:
+    case Destination::PropertyValue:
+        return;
     case Destination::Footnote:
         if (info.keyword == Keyword::Paragraph && notes_.back().text.size() < maxNoteText)
             notes_.back().text += u' ';
@@ -155,6 +159,11 @@ bool Reader::enterDestination(Keyword keyword) {
         notes_.emplace_back();
         current.destination = Destination::Footnote;
         return true;
+    case Keyword::PictureProperties:
+    case Keyword::ShapeProperty:
+    case Keyword::PropertyName:
+    case Keyword::PropertyValue:
+        return enterPictureProperty(keyword);
     case Keyword::PassThrough:
         return true;
     case Keyword::Skipped:
@@ -163,6 +172,21 @@ bool Reader::enterDestination(Keyword keyword) {
     default:
         return false;
     }
+}
+
+// A picture's properties are read for its description; those of other shapes have no text
+// to show.
+bool Reader::enterPictureProperty(Keyword keyword) {
+    State& current = state();
+    if (keyword == Keyword::PictureProperties && current.destination == Destination::Picture)
+        current.destination = Destination::PictureProperties;
+    else if (current.destination != Destination::PictureProperties)
+        skipDepth_ = 1;
+    else if (keyword == Keyword::PropertyName)
+        current.destination = Destination::PropertyName;
+    else if (keyword == Keyword::PropertyValue)
+        current.destination = Destination::PropertyValue;
+    return true;
 }
 
 void Reader::bodyWord(KeywordInfo info, const Token& token) {

@@ -209,6 +209,9 @@ void Reader::endDestination(const State& ended) {
         if (state().destination == Destination::Body)
             finishGraphic();
         break;
+    case Destination::PropertyValue:
+        finishPictureProperty();
+        break;
     case Destination::LevelText:
         if (!definingList_.empty())
             definingList_.back().pattern = patternOf(levelText_);
@@ -291,6 +294,10 @@ void Reader::deliver(QString text) {
         return appendBounded(levelText_, text);
     case Destination::Graphic:
         return appendBounded(picture_.fileName, text);
+    case Destination::PropertyName:
+        return appendBounded(picture_.propertyName, text);
+    case Destination::PropertyValue:
+        return appendBounded(picture_.propertyValue, text);
     default:
         return;
     }

@@ -32,6 +32,9 @@ enum class Destination {
     Numbering,
     Graphic,
     Footnote,
+    PictureProperties,
+    PropertyName,
+    PropertyValue,
 };
 
 struct CharacterState {
@@ -88,6 +91,9 @@ struct Picture {
     int scaleX = 100; // percent
     int scaleY = 100;
     QString fileName; // of an RTFD attachment
+    QString propertyName;
+    QString propertyValue;
+    QString description; // the alternative text, shown when the picture cannot be
 };
 
 // Old-style paragraph numbering, \pn.
@@ -132,6 +138,7 @@ private:
     // RtfControlWords.cpp: what each control word does in each destination
     void controlWord(const Token& token);
     bool enterDestination(Keyword keyword);
+    bool enterPictureProperty(Keyword keyword);
     void documentWord(KeywordInfo info, const Token& token);
     void bodyWord(KeywordInfo info, const Token& token);
     bool characterWord(KeywordInfo info, const Token& token);
@@ -152,6 +159,7 @@ private:
 
     // RtfPictures.cpp
     void finishPicture();
+    void finishPictureProperty();
     void finishGraphic();
 
     Tokenizer tokens_;

@@ -285,7 +285,7 @@ TEST(DocxReader, ReadsTablesLinksAndImagesWithTheirOriginalBytes) {
 }
 
 // A drawing in a choice of mc:AlternateContent, its VML fallback holding a bitmap of it: the
-// fallback is read only when no reader here draws the choice (an enhanced metafile).
+// fallback is read only when no reader here draws the choice (a metafile cut short).
 TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
     TempFolder temp;
     QByteArray choice = docx::drawing("rIdChoice", 635000, 635000);
