@@ -295,14 +295,24 @@ void BodyReader::readFrame(int depth, const QTextCharFormat& format) {
     if (width && height && *width > 0 && *height > 0)
         size = QSizeF(std::min(*width, maxImagePoints), std::min(*height, maxImagePoints));
     bool shown = false; // a frame may offer the same picture in several formats
+    bool offered = false;
+    QString description;
     while (xml_.readNextStartElement()) {
-        if (isElement(xml_, ns::draw, u"image") && !shown)
+        const bool image = isElement(xml_, ns::draw, u"image");
+        offered = offered || image;
+        if (image && !shown)
             shown = readImage(size);
         else if (isElement(xml_, ns::draw, u"text-box"))
             readInline(depth + 1, format);
+        else if (isElement(xml_, ns::svg, u"desc") ||
+                 (isElement(xml_, ns::svg, u"title") && description.isEmpty()))
+            description = xml_.readElementText(QXmlStreamReader::SkipChildElements).simplified();
         else
             xml_.skipCurrentElement();
     }
+    // A picture that cannot be shown leaves its alternative text.
+    if (offered && !shown && !description.isEmpty())
+        put(u'[' + description + u']', format);
 }
 
 bool BodyReader::readImage(QSizeF size) {

@@ -121,7 +121,8 @@ const QByteArray body =
     "xlink:href=\"Pictures/x.png\"/><svg:title>frame title</svg:title></draw:frame> and note"
     "<text:note text:note-class=\"footnote\"><text:note-citation>1</text:note-citation>"
     "<text:note-body><text:p>Footnote body</text:p></text:note-body></text:note></text:p>"
-    "<text:p><draw:frame><draw:image xlink:href=\"../../outside.png\"/></draw:frame>escape"
+    "<text:p><draw:frame><draw:image xlink:href=\"../../outside.png\"/><svg:desc>harbour "
+    "chart</svg:desc></draw:frame>escape"
     "</text:p>";
 
 std::unique_ptr<QTextDocument> readHandWritten(const TempFolder& temp) {
@@ -272,13 +273,13 @@ TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
     TempFolder temp;
     const auto document = readHandWritten(temp);
     const auto found = images(*document);
-    ASSERT_EQ(found.size(), 1u); // the frame pointing outside the package shows nothing
+    ASSERT_EQ(found.size(), 1u); // the frame pointing outside the package shows its description
     const auto image = DocumentImages::encoded(*document, found.front());
     EXPECT_EQ(image.bytes, pngBytes(8, 4, Qt::blue));
     EXPECT_NEAR(image.sizeInPoints.width(), 144, 0.01);
     EXPECT_NEAR(image.sizeInPoints.height(), 72, 0.01);
     EXPECT_TRUE(document->find("frame title").isNull());
-    EXPECT_FALSE(document->find("escape").isNull());
+    EXPECT_FALSE(document->find("[harbour chart]escape").isNull());
     const QTextBlock last = document->lastBlock();
     EXPECT_TRUE(last.text().contains("Footnote body"));
     EXPECT_EQ(formatOf(*document, "note1").verticalAlignment(), QTextCharFormat::AlignSuperScript);
