@@ -403,14 +403,21 @@ void BodyReader::insertImage(const PictureReference& picture) {
             return;
         }
     }
-    if (bytes && unshown_ != nullptr) {
-        *unshown_ = picture.description; // the alternative may show it
+    // A chart keeps the words it shows besides its numbers; any other drawing no reader here
+    // can show (a damaged metafile) leaves its alternative text.
+    QString shown = picture.description.simplified();
+    const auto chart = relationships_.find(picture.chartRelationshipId);
+    const auto chartPart = bytes || chart == relationships_.end() || chart->second.target.empty()
+                               ? std::nullopt
+                               : zip_.part(chart->second.target);
+    if (const QString words = chartPart ? chartText(*chartPart) : QString(); !words.isEmpty())
+        shown = words;
+    if ((bytes || chartPart) && unshown_ != nullptr) {
+        *unshown_ = shown; // the alternative may show it
         return;
     }
-    // A drawing no reader here can show (a chart, a damaged metafile) leaves its alternative
-    // text.
-    if (!picture.description.trimmed().isEmpty())
-        write(u'[' + picture.description.simplified() + u']', paragraphChars_);
+    if (!shown.isEmpty())
+        write(u'[' + shown + u']', paragraphChars_);
 }
 
 void BodyReader::startBlock(QTextBlockFormat block, const QTextCharFormat& chars) {

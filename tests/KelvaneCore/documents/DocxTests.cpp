@@ -320,6 +320,36 @@ TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
     }
 }
 
+// A chart without a picture of it keeps its title and the names of its series; axis titles
+// and numbers are left out.
+TEST(DocxReader, ChartsKeepTheirTitleAndSeriesNames) {
+    TempFolder temp;
+    const QByteArray chart =
+        R"(<c:chartSpace xmlns:c="http://schemas.openxmlformats.org/drawingml/2006/chart" )"
+        R"(xmlns:a="http://schemas.openxmlformats.org/drawingml/2006/main"><c:chart><c:title>)"
+        R"(<c:tx><c:rich><a:p><a:r><a:t>Rainfall by </a:t></a:r><a:r><a:t>month</a:t></a:r>)"
+        R"(</a:p></c:rich></c:tx></c:title><c:plotArea><c:barChart><c:ser><c:tx><c:strRef>)"
+        R"(<c:strCache><c:pt idx="0"><c:v>Harbour</c:v></c:pt></c:strCache></c:strRef></c:tx>)"
+        R"(<c:val><c:numRef><c:numCache><c:pt idx="0"><c:v>42</c:v></c:pt></c:numCache>)"
+        R"(</c:numRef></c:val></c:ser><c:ser><c:tx><c:v>Hills</c:v></c:tx></c:ser></c:barChart>)"
+        R"(<c:valAx><c:title><c:tx><c:rich><a:p><a:r><a:t>millimetres</a:t></a:r></a:p></c:rich>)"
+        R"(</c:tx></c:title></c:valAx></c:plotArea></c:chart></c:chartSpace>)";
+    const QByteArray body =
+        "<w:p><w:r><w:t xml:space=\"preserve\">See </w:t></w:r><w:r><w:drawing><wp:inline>"
+        "<wp:extent cx=\"635000\" cy=\"635000\"/><wp:docPr id=\"1\" name=\"Chart\"/><a:graphic>"
+        "<a:graphicData uri=\"http://schemas.openxmlformats.org/drawingml/2006/chart\"><c:chart "
+        "xmlns:c=\"http://schemas.openxmlformats.org/drawingml/2006/chart\" r:id=\"rIdChart\"/>"
+        "</a:graphicData></a:graphic></wp:inline></w:drawing></w:r></w:p>";
+    const auto document = DocumentFormats::readDocx(docx::write(
+        temp, "chart.docx",
+        docx::package(
+            docx::documentPart(body),
+            {{"word/charts/chart1.xml", chart},
+             {"word/_rels/document.xml.rels", docx::relationshipsPart(docx::relationship(
+                                                  "rIdChart", "chart", "charts/chart1.xml"))}})));
+    EXPECT_EQ(document->toPlainText(), "See [Rainfall by month: Harbour, Hills]");
+}
+
 const QByteArray mergedTable = R"(
 <w:tbl><w:tblGrid><w:gridCol/><w:gridCol/><w:gridCol/></w:tblGrid>
  <w:tr><w:tc><w:tcPr><w:gridSpan w:val="2"/></w:tcPr><w:p><w:r><w:t>wide</w:t></w:r></w:p></w:tc>
