@@ -1,7 +1,9 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
+#include "documents/Metafiles.h"
 #include "documents/Units.h"
+#include "documents/ZipContainer.h"
 #include "fixtures/DocxFixtures.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
@@ -285,7 +287,8 @@ TEST(DocxReader, ReadsTablesLinksAndImagesWithTheirOriginalBytes) {
 }
 
 // A drawing in a choice of mc:AlternateContent, its VML fallback holding a bitmap of it: the
-// fallback is read only when no reader here draws the choice (a metafile cut short).
+// fallback is read only when no reader here draws the choice (a metafile cut short, not a
+// whole one).
 TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
     TempFolder temp;
     QByteArray choice = docx::drawing("rIdChoice", 635000, 635000);
@@ -296,9 +299,16 @@ TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
                             "</mc:AlternateContent></w:r><w:r><w:t>after</w:t></w:r></w:p>";
     const QByteArray enhancedMetafile =
         QByteArray::fromHex("01000000") + QByteArray(36, '\0') + " EMF" + QByteArray(48, '\0');
-    // The fallback is 24 pixels wide where it should show, 8 where the choice (24) shows.
-    for (const auto& [name, chosen, fallbackWidth] :
-         {std::tuple{"metafile.docx", enhancedMetafile, 24}, std::tuple{"png.docx", picture, 8}}) {
+    const auto drawing =
+        ZipContainer::open(fs::path(KELVANE_TEST_FILES) / "documents" / "pictures.docx")
+            .part("word/media/image4.wmf");
+    ASSERT_TRUE(drawing);
+    const int drawnWidth = Metafiles::drawEnhancedMetafile(*drawing).width();
+    // The fallback is 24 pixels wide where it should show, 8 where the choice shows.
+    for (const auto& [name, chosen, fallbackWidth, shownWidth] :
+         {std::tuple{"damaged.docx", enhancedMetafile, 24, 24},
+          std::tuple{"png.docx", picture, 8, 24},
+          std::tuple{"metafile.docx", *drawing, 8, drawnWidth}}) {
         const auto document = DocumentFormats::readDocx(docx::write(
             temp, name,
             docx::package(
@@ -316,7 +326,7 @@ TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
         ASSERT_FALSE(image.isNull()) << name;
         const QVariant bytes = document->resource(QTextDocument::ImageResource,
                                                   QUrl(image.charFormat().toImageFormat().name()));
-        EXPECT_EQ(QImage::fromData(bytes.toByteArray()).width(), 24) << name;
+        EXPECT_EQ(QImage::fromData(bytes.toByteArray()).width(), shownWidth) << name;
     }
 }
 
