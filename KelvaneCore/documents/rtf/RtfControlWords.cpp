@@ -89,6 +89,7 @@ void Reader::controlWord(const Token& token) {
     case Destination::Graphic:
         return pictureWord(info, token);
     case Destination::PictureProperties:
+    case Destination::ShapeProperty:
     case Destination::PropertyName:
     case Destination::PropertyValue:
         return;
@@ -174,18 +175,30 @@ bool Reader::enterDestination(Keyword keyword) {
     }
 }
 
-// A picture's properties are read for its description; those of other shapes have no text
-// to show.
+// A picture's properties are read for its description. Of a shape's properties only its
+// picture (pib, where floating pictures keep theirs) is read; the others have no text to show.
 bool Reader::enterPictureProperty(Keyword keyword) {
     State& current = state();
-    if (keyword == Keyword::PictureProperties && current.destination == Destination::Picture)
+    const Destination outer = current.destination;
+    const bool inProperty =
+        outer == Destination::PictureProperties || outer == Destination::ShapeProperty;
+    if (keyword == Keyword::PictureProperties && outer == Destination::Picture) {
         current.destination = Destination::PictureProperties;
-    else if (current.destination != Destination::PictureProperties)
-        skipDepth_ = 1;
-    else if (keyword == Keyword::PropertyName)
+    } else if (keyword == Keyword::ShapeProperty && outer == Destination::Body) {
+        current.destination = Destination::ShapeProperty;
+    } else if (keyword == Keyword::ShapeProperty && outer == Destination::PictureProperties) {
+        // one of the picture's properties
+    } else if (keyword == Keyword::PropertyName && inProperty) {
         current.destination = Destination::PropertyName;
-    else if (keyword == Keyword::PropertyValue)
+        picture_.propertyName.clear();
+    } else if (keyword == Keyword::PropertyValue && outer == Destination::PictureProperties) {
         current.destination = Destination::PropertyValue;
+    } else if (keyword == Keyword::PropertyValue && outer == Destination::ShapeProperty &&
+               picture_.propertyName.trimmed() == u"pib") {
+        current.destination = Destination::Body; // holds the \pict
+    } else {
+        skipDepth_ = 1;
+    }
     return true;
 }
 

@@ -33,6 +33,7 @@ enum class Destination {
     Graphic,
     Footnote,
     PictureProperties,
+    ShapeProperty,
     PropertyName,
     PropertyValue,
 };

@@ -159,8 +159,8 @@ TEST(RtfReader, HyperlinkFieldBecomesAnAnchor) {
 }
 
 // Pictures in every kind RTF names: PNG and JPEG kept as they are, a Windows metafile filed as
-// an OS/2 one drawn, a bitmap without its file header decoded; what cannot be drawn leaves its
-// description, or a mark where it has none.
+// an OS/2 one drawn, a bitmap without its file header decoded, a floating picture read from its
+// shape; what cannot be drawn leaves its description, or a mark where it has none.
 TEST(RtfReader, PicturesOfEveryKindShowOrLeaveTheirDescription) {
     const QByteArray png = pngBytes(40, 20, Qt::red);
     QImage photo(8, 8, QImage::Format_RGB32);
@@ -183,11 +183,14 @@ TEST(RtfReader, PicturesOfEveryKindShowOrLeaveTheirDescription) {
              QByteArray::number(jpeg.size()) + " " + jpeg +
              "}C{\\pict\\emfblip 0102}D{\\pict{\\*\\picprop" +
              "{\\sp{\\sn wzDescription}{\\sv harbour plan}}}\\macpict 0102}E{\\pict\\pmmetafile8 " +
-             metafile->toHex() + "}F{\\pict\\dibitmap0 " + bitmap.mid(14).toHex() + "}\\par");
+             metafile->toHex() + "}F{\\pict\\dibitmap0 " + bitmap.mid(14).toHex() +
+             "}G{\\shp{\\*\\shpinst{\\sp{\\sn shapeType}{\\sv 75}}{\\sp{\\sn pib}{\\sv "
+             "{\\pict\\pngblip " +
+             png.toHex() + "}}}}{\\shprslt{\\pict\\wmetafile8 0102}}}\\par");
     EXPECT_EQ(document->toPlainText(),
-              QString::fromUtf16(u"A\uFFFCB\uFFFCC[Picture]D[harbour plan]E\uFFFCF\uFFFC"));
+              QString::fromUtf16(u"A\uFFFCB\uFFFCC[Picture]D[harbour plan]E\uFFFCF\uFFFCG\uFFFC"));
     const auto images = imagesOf(*document);
-    ASSERT_EQ(images.size(), 4u);
+    ASSERT_EQ(images.size(), 5u);
     const QImage decoded = QImage::fromData(DocumentImages::encoded(*document, images[3]).bytes);
     EXPECT_EQ(decoded.size(), QSize(8, 8));
     EXPECT_EQ(decoded.pixelColor(4, 4), QColor(Qt::blue));
