@@ -1,6 +1,7 @@
 #include "documents/Metafiles.h"
 
 #include <QPainter>
+#include <QRegularExpression>
 #include <QtEndian>
 
 #include <algorithm>
@@ -27,11 +28,12 @@ namespace {
 
 constexpr double pixelsPerInch = 150;
 constexpr double hundredthsOfMillimetrePerInch = 2540;
-constexpr qsizetype maxBytes = 32 * 1024 * 1024;
+constexpr qsizetype maxBytes = 16 * 1024 * 1024;
 constexpr quint32 headerRecord = 1;
 constexpr quint32 endRecord = 14;
 constexpr quint32 signature = 0x464d4520; // " EMF"
 constexpr qsizetype headerSize = 88;
+constexpr double maxFontSize = 100000; // in the drawing's own units
 
 quint32 wordAt(const QByteArray& bytes, qsizetype offset) {
     return qFromLittleEndian<quint32>(bytes.constData() + offset);
@@ -41,8 +43,22 @@ qint32 signedAt(const QByteArray& bytes, qsizetype offset) {
     return qFromLittleEndian<qint32>(bytes.constData() + offset);
 }
 
+// Text given as glyph numbers of a font rather than as characters. The converter maps them
+// back through fontconfig and then shuts fontconfig down under Qt's feet, which aborts the
+// process; without the document's fonts the numbers say nothing anyway.
+bool isGlyphText(const QByteArray& bytes, qsizetype offset, quint32 type, quint32 size) {
+    constexpr quint32 textA = 83; // EMR_EXTTEXTOUTA
+    constexpr quint32 textW = 84; // EMR_EXTTEXTOUTW
+    constexpr qsizetype optionsAt = 52;
+    constexpr quint32 glyphIndex = 0x10;
+    if (type != textA && type != textW)
+        return false;
+    return size < optionsAt + 4 || (wordAt(bytes, offset + optionsAt) & glyphIndex) != 0;
+}
+
 // The records up to the end record, or up to the first one that overruns the file, closed by
-// an end record and with the header's counts made true: the converter trusts them.
+// an end record and with the header's counts made true: the converter trusts them. Glyph
+// text is left out.
 std::optional<QByteArray> wholeRecords(const QByteArray& bytes) {
     QByteArray kept;
     quint32 records = 0;
@@ -55,8 +71,10 @@ std::optional<QByteArray> wholeRecords(const QByteArray& bytes) {
         if ((offset == 0) != (type == headerRecord))
             return std::nullopt; // a header elsewhere, or none first
         ended = type == endRecord;
-        kept.append(bytes.constData() + offset, static_cast<qsizetype>(size));
-        ++records;
+        if (!isGlyphText(bytes, offset, type, size)) {
+            kept.append(bytes.constData() + offset, static_cast<qsizetype>(size));
+            ++records;
+        }
         offset += static_cast<qsizetype>(size);
     }
     if (records == 0)
@@ -115,6 +133,35 @@ QByteArray svgOf(QByteArray records) {
     return QByteArray(svg, static_cast<qsizetype>(length));
 }
 
+// librsvg sets text through Pango, whose fixed-point sizes overflow on the huge fonts a lying
+// metafile asks for, and librsvg then aborts: no text is set larger than the whole picture.
+QByteArray withFontsBounded(const QByteArray& svg) {
+    static const QRegularExpression side(
+        QStringLiteral(R"re(<svg\b[^>]*?\bwidth="([^"]*)"[^>]*?\bheight="([^"]*)")re"));
+    static const QRegularExpression fontSize(QStringLiteral(R"re(font-size="([^"]*)")re"));
+    const QString text = QString::fromUtf8(svg);
+    const auto sides = side.match(text);
+    const double picture =
+        sides.hasMatch() ? std::max(sides.captured(1).toDouble(), sides.captured(2).toDouble()) : 0;
+    const double limit = std::clamp(picture, 1.0, maxFontSize);
+    QString bounded;
+    qsizetype copied = 0;
+    for (auto match = fontSize.globalMatch(text); match.hasNext();) {
+        const auto found = match.next();
+        bool ok = false;
+        const double size = found.captured(1).toDouble(&ok);
+        if (ok && std::isfinite(size) && size >= 0 && size <= limit)
+            continue;
+        bounded += QStringView(text).sliced(copied, found.capturedStart(1) - copied);
+        bounded += QString::number(ok && std::isfinite(size) && size > limit ? limit : 0.0);
+        copied = found.capturedEnd(1);
+    }
+    if (copied == 0)
+        return svg;
+    bounded += QStringView(text).sliced(copied);
+    return bounded.toUtf8();
+}
+
 struct GObjectDeleter {
     void operator()(gpointer object) const { g_object_unref(object); }
 };
@@ -163,7 +210,7 @@ QImage drawEnhancedMetafile(const QByteArray& bytes, int maxSide) {
     if (!records || size.isEmpty())
         return {};
     const QByteArray svg = svgOf(*records);
-    const QImage drawing = svg.isEmpty() ? QImage() : painted(svg, size);
+    const QImage drawing = svg.isEmpty() ? QImage() : painted(withFontsBounded(svg), size);
     if (drawing.isNull())
         return {};
     QImage onWhite(size, QImage::Format_RGB32);
