@@ -79,6 +79,7 @@ private:
     int spendRepeats(int cells);
     void readFrame(int depth, const QTextCharFormat& format);
     bool readImage(QSizeF size);
+    QString readChartText();
     void readNote(const QTextCharFormat& format);
     QString readNoteBody();
     void appendNotes();

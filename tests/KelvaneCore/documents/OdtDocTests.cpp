@@ -123,7 +123,25 @@ const QByteArray body =
     "<text:note-body><text:p>Footnote body</text:p></text:note-body></text:note></text:p>"
     "<text:p><draw:frame><draw:image xlink:href=\"../../outside.png\"/><svg:desc>harbour "
     "chart</svg:desc></draw:frame>escape"
+    "<draw:frame><draw:object xlink:href=\"./Object 1\"/><draw:image "
+    "xlink:href=\"./ObjectReplacements/Object 1\"/></draw:frame> chart"
     "</text:p>";
+
+// A chart object's own content: its title, and its series named by cells of its table.
+const QByteArray chartContent =
+    R"(<office:document-content xmlns:office="urn:oasis:names:tc:opendocument:xmlns:office:1.0" )"
+    R"(xmlns:chart="urn:oasis:names:tc:opendocument:xmlns:chart:1.0" )"
+    R"(xmlns:table="urn:oasis:names:tc:opendocument:xmlns:table:1.0" )"
+    R"(xmlns:text="urn:oasis:names:tc:opendocument:xmlns:text:1.0"><office:body><office:chart>)"
+    R"(<chart:chart><chart:title><text:p>Rainfall</text:p></chart:title><chart:plot-area>)"
+    R"(<chart:series chart:label-cell-address="local-table.$C$1"/>)"
+    R"(<chart:series chart:label-cell-address="local-table.$B$1"/></chart:plot-area>)"
+    R"(<table:table table:name="local-table"><table:table-header-rows><table:table-row>)"
+    R"(<table:table-cell/><table:table-cell><text:p>Harbour</text:p></table:table-cell>)"
+    R"(<table:table-cell><text:p>Hills</text:p></table:table-cell></table:table-row>)"
+    R"(</table:table-header-rows><table:table-row><table:table-cell table:number-columns-repeated="3">)"
+    R"(<text:p>4</text:p></table:table-cell></table:table-row></table:table></chart:chart>)"
+    R"(</office:chart></office:body></office:document-content>)";
 
 std::unique_ptr<QTextDocument> readHandWritten(const TempFolder& temp) {
     return DocumentFormats::readOdt(writeOdt(
@@ -133,7 +151,9 @@ std::unique_ptr<QTextDocument> readHandWritten(const TempFolder& temp) {
          {"styles.xml", commonStyles},
          {"META-INF/manifest.xml", "<manifest:manifest xmlns:manifest="
                                    "\"urn:oasis:names:tc:opendocument:xmlns:manifest:1.0\"/>"},
-         {"Pictures/x.png", pngBytes(8, 4, Qt::blue)}}));
+         {"Pictures/x.png", pngBytes(8, 4, Qt::blue)},
+         {"Object 1/content.xml", chartContent},
+         {"ObjectReplacements/Object 1", "not a picture Qt reads"}}));
 }
 
 QTextBlock blockWith(const QTextDocument& document, const QString& text) {
@@ -269,6 +289,8 @@ TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
     EXPECT_EQ(QTextCursor(blockWith(*document, "after table")).currentTable(), nullptr);
 }
 
+// Pictures come from the package; one that cannot be shown leaves its description, a chart its
+// title and series names.
 TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
     TempFolder temp;
     const auto document = readHandWritten(temp);
@@ -280,6 +302,7 @@ TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
     EXPECT_NEAR(image.sizeInPoints.height(), 72, 0.01);
     EXPECT_TRUE(document->find("frame title").isNull());
     EXPECT_FALSE(document->find("[harbour chart]escape").isNull());
+    EXPECT_FALSE(document->find("[Rainfall: Hills, Harbour] chart").isNull());
     const QTextBlock last = document->lastBlock();
     EXPECT_TRUE(last.text().contains("Footnote body"));
     EXPECT_EQ(formatOf(*document, "note1").verticalAlignment(), QTextCharFormat::AlignSuperScript);
