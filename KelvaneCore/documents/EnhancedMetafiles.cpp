@@ -1,5 +1,7 @@
 #include "documents/Metafiles.h"
 
+#include <QBuffer>
+#include <QImageReader>
 #include <QPainter>
 #include <QRegularExpression>
 #include <QtEndian>
@@ -34,6 +36,7 @@ constexpr quint32 endRecord = 14;
 constexpr quint32 signature = 0x464d4520; // " EMF"
 constexpr qsizetype headerSize = 88;
 constexpr double maxFontSize = 100000; // in the drawing's own units
+constexpr qint64 maxImagePixels = 25'000'000;
 
 quint32 wordAt(const QByteArray& bytes, qsizetype offset) {
     return qFromLittleEndian<quint32>(bytes.constData() + offset);
@@ -162,6 +165,34 @@ QByteArray withFontsBounded(const QByteArray& svg) {
     return bounded.toUtf8();
 }
 
+// Bitmaps inside a metafile reach librsvg as PNG or JPEG, which it decodes whole: one that
+// claims a huge size in a small file would take gigabytes. Such images are left out, as are
+// images of a kind that cannot be measured.
+QByteArray withoutHugeImages(const QByteArray& svg) {
+    static const QByteArray marker = QByteArrayLiteral("href=\"data:image/");
+    QByteArray kept;
+    qsizetype copied = 0;
+    for (qsizetype at = svg.indexOf(marker); at >= 0;) {
+        const qsizetype end = svg.indexOf('"', at + marker.size());
+        const qsizetype comma = svg.indexOf(',', at);
+        if (end < 0 || comma < 0 || comma > end)
+            break;
+        QBuffer buffer;
+        buffer.setData(QByteArray::fromBase64(svg.sliced(comma + 1, end - comma - 1)));
+        const QSize size = QImageReader(&buffer).size();
+        if (!size.isValid() || qint64(size.width()) * size.height() > maxImagePixels) {
+            kept += QByteArrayView(svg).sliced(copied, at - copied);
+            kept += "href=\"";
+            copied = end; // from the closing quote on
+        }
+        at = svg.indexOf(marker, end);
+    }
+    if (copied == 0)
+        return svg;
+    kept += QByteArrayView(svg).sliced(copied);
+    return kept;
+}
+
 struct GObjectDeleter {
     void operator()(gpointer object) const { g_object_unref(object); }
 };
@@ -210,7 +241,8 @@ QImage drawEnhancedMetafile(const QByteArray& bytes, int maxSide) {
     if (!records || size.isEmpty())
         return {};
     const QByteArray svg = svgOf(*records);
-    const QImage drawing = svg.isEmpty() ? QImage() : painted(withFontsBounded(svg), size);
+    const QImage drawing =
+        svg.isEmpty() ? QImage() : painted(withoutHugeImages(withFontsBounded(svg)), size);
     if (drawing.isNull())
         return {};
     QImage onWhite(size, QImage::Format_RGB32);
