@@ -55,8 +55,10 @@ packages=(
     antiword
     # TIFF and other pictures inside documents, through Qt's image readers
     qt6-image-formats-plugins
-    # Windows metafile drawings inside documents
+    # Windows metafile drawings inside documents; enhanced metafiles through SVG
     libwmf-dev
+    libemf2svg-dev
+    librsvg2-dev
     # Tests: an independent document reader, and poppler to read PDFs back
     libgtest-dev
     libgmock-dev

@@ -31,6 +31,8 @@ QSize pixelSize(const QByteArray& bytes) {
 QImage decoded(const QByteArray& bytes) {
     if (Metafiles::isWindowsMetafile(bytes))
         return Metafiles::drawWindowsMetafile(bytes);
+    if (Metafiles::isEnhancedMetafile(bytes))
+        return Metafiles::drawEnhancedMetafile(bytes);
     if (!pixelSize(bytes).isValid())
         return {};
     QBuffer source;
@@ -40,8 +42,8 @@ QImage decoded(const QByteArray& bytes) {
     return reader.read();
 }
 
-// Pictures in other formats Qt reads (GIF, BMP, TIFF…) and drawings in Windows metafiles
-// become PNG, which keeps every pixel.
+// Pictures in other formats Qt reads (GIF, BMP, TIFF…) and drawings in Windows and enhanced
+// metafiles become PNG, which keeps every pixel.
 QByteArray asPng(const QByteArray& bytes) {
     const QImage image = decoded(bytes);
     QByteArray png;

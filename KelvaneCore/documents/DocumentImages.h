@@ -16,14 +16,14 @@ namespace kelvane::DocumentImages {
 
 struct EncodedImage {
     QByteArray bytes;
-    QString format;     // "png" or "jpeg"
+    QString format;      // "png" or "jpeg"
     QSizeF sizeInPoints; // as shown on the page
 };
 
 // Inserts an image at the cursor. `displaySize` in points; an empty size shows one image
 // pixel per CSS pixel. PNG and JPEG are kept as they are; other pictures Qt's image readers
-// decode (GIF, BMP, TIFF…) and Windows metafiles are kept as PNG. Returns false, inserting nothing, when the bytes
-// do not decode.
+// decode (GIF, BMP, TIFF…) and Windows and enhanced metafiles are kept as PNG. Returns false,
+// inserting nothing, when the bytes do not decode.
 bool insert(QTextCursor& cursor, const QByteArray& bytes, QSizeF displaySize = {});
 
 // The image an image format refers to; any other decodable resource is re-encoded as PNG.

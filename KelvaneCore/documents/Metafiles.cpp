@@ -3,12 +3,14 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 
 extern "C" {
 #include <libwmf/api.h>
 #include <libwmf/gd.h>
+#include <libwmf/ipa.h>
 }
 
 namespace kelvane::Metafiles {
@@ -29,6 +31,26 @@ int appendTo(void* context, char* buffer, int length) {
     if (length > 0)
         static_cast<QByteArray*>(context)->append(buffer, length);
     return length;
+}
+
+// libwmf's pixel device fills an ellipse as a chord running from 0° round to 360°, which
+// covers nothing, so a filled ellipse came out white. Its polygons fill as they should: the
+// ellipse is drawn as the polygon of its outline, with the same pen and brush.
+void drawEllipseAsPolygon(wmfAPI* api, wmfDrawArc_t* ellipse) {
+    constexpr int corners = 120;
+    constexpr double step = 2 * M_PI / corners;
+    const double centreX = (double(ellipse->TL.x) + ellipse->BR.x) / 2;
+    const double centreY = (double(ellipse->TL.y) + ellipse->BR.y) / 2;
+    const double radiusX = std::abs(double(ellipse->BR.x) - ellipse->TL.x) / 2;
+    const double radiusY = std::abs(double(ellipse->BR.y) - ellipse->TL.y) / 2;
+    std::array<wmfD_Coord, corners> outline{};
+    for (int corner = 0; corner < corners; ++corner) {
+        outline[static_cast<std::size_t>(corner)] = {
+            static_cast<float>(centreX + radiusX * std::cos(corner * step)),
+            static_cast<float>(centreY + radiusY * std::sin(corner * step))};
+    }
+    wmfPolyLine_t polygon{ellipse->dc, outline.data(), corners};
+    static_cast<wmfFunctionReference*>(api->function_reference)->draw_polygon(api, &polygon);
 }
 
 } // namespace
@@ -64,6 +86,8 @@ QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide) {
         return {};
     }
     const Api api(created);
+    static_cast<wmfFunctionReference*>(created->function_reference)->draw_ellipse =
+        drawEllipseAsPolygon;
     // Drawn into a PNG in memory: libwmf then frees its own canvas.
     QByteArray png;
     wmf_gd_t* device = WMF_GD_GetData(api.get());

@@ -14,4 +14,12 @@ bool isWindowsMetafile(const QByteArray& bytes);
 // side, or a null image when it cannot be drawn.
 QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide = 1200);
 
+// Enhanced metafiles (EMF) are their 32-bit successor. True when the bytes start with the
+// header record and its signature.
+bool isEnhancedMetafile(const QByteArray& bytes);
+
+// The drawing as `drawWindowsMetafile` renders one. Records after one that overruns the file
+// are left out.
+QImage drawEnhancedMetafile(const QByteArray& bytes, int maxSide = 1200);
+
 } // namespace kelvane::Metafiles

@@ -43,6 +43,7 @@ PictureReference readDrawing(QXmlStreamReader& xml, const TextBoxReader& readTex
     QSizeF extent;
     QString embed;
     QString description;
+    QString chart;
     Ooxml::forEachDescendant(xml, [&] {
         if (Ooxml::isW(xml, u"txbxContent"))
             readTextBox();
@@ -55,9 +56,12 @@ PictureReference readDrawing(QXmlStreamReader& xml, const TextBoxReader& readTex
                        Units::pointsFromEmu(attributes.value(QStringLiteral("cy")).toDouble()));
         } else if (xml.name() == u"blip" && xml.namespaceUri() == ns::a && embed.isEmpty()) {
             embed = rAttribute(xml, u"embed");
+        } else if (xml.name() == u"chart" && xml.namespaceUri().endsWith(u"/chart") &&
+                   chart.isEmpty()) {
+            chart = rAttribute(xml, u"id");
         }
     });
-    return {embed, extent, description};
+    return {embed, extent, description, chart};
 }
 
 PictureReference readVmlPicture(QXmlStreamReader& xml, const TextBoxReader& readTextBox) {
@@ -80,7 +84,7 @@ PictureReference readVmlPicture(QXmlStreamReader& xml, const TextBoxReader& read
                                      QStringLiteral("title"))
                               .toString();
     });
-    return {id, size, description};
+    return {id, size, description, {}};
 }
 
 void writeInlinePicture(QXmlStreamWriter& xml, const InlinePicture& picture) {

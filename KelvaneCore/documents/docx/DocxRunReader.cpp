@@ -164,7 +164,7 @@ void BodyReader::readText(const QTextCharFormat& format) {
     write(runText(preserve ? text : text.trimmed()), format);
 }
 
-// The first choice; where that holds a picture no reader here can draw (an enhanced
+// The first choice; where that holds a picture no reader here can draw (a damaged
 // metafile), the fallback, where word processors keep a bitmap of it.
 void BodyReader::readAlternateContent(int depth, QTextCharFormat& format) {
     checkDepth(depth);
@@ -206,13 +206,21 @@ void BodyReader::insertImage(const PictureReference& picture) {
             return;
         }
     }
-    if (bytes && unshown_ != nullptr) {
-        *unshown_ = picture.description; // the alternative may show it
+    // A chart keeps the words it shows besides its numbers; any other drawing no reader here
+    // can show (a damaged metafile) leaves its alternative text.
+    QString shown = picture.description.simplified();
+    const auto chart = relationships_.find(picture.chartRelationshipId);
+    const auto chartPart = bytes || chart == relationships_.end() || chart->second.target.empty()
+                               ? std::nullopt
+                               : zip_.part(chart->second.target);
+    if (const QString words = chartPart ? chartText(*chartPart) : QString(); !words.isEmpty())
+        shown = words;
+    if ((bytes || chartPart) && unshown_ != nullptr) {
+        *unshown_ = shown; // the alternative may show it
         return;
     }
-    // A drawing no reader here can show (a metafile, a chart) leaves its alternative text.
-    if (!picture.description.trimmed().isEmpty())
-        write(u'[' + picture.description.simplified() + u']', paragraphChars_);
+    if (!shown.isEmpty())
+        write(u'[' + shown + u']', paragraphChars_);
 }
 
 } // namespace kelvane::Docx

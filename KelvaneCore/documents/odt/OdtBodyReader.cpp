@@ -3,6 +3,7 @@
 #include "documents/DocumentImages.h"
 #include "documents/HiddenText.h"
 #include "documents/ZipContainer.h"
+#include "documents/odt/OdtCharts.h"
 
 #include <QTextDocument>
 #include <QTextList>
@@ -295,14 +296,40 @@ void BodyReader::readFrame(int depth, const QTextCharFormat& format) {
     if (width && height && *width > 0 && *height > 0)
         size = QSizeF(std::min(*width, maxImagePoints), std::min(*height, maxImagePoints));
     bool shown = false; // a frame may offer the same picture in several formats
+    bool offered = false;
+    QString description;
+    QString chart;
     while (xml_.readNextStartElement()) {
-        if (isElement(xml_, ns::draw, u"image") && !shown)
+        const bool image = isElement(xml_, ns::draw, u"image");
+        offered = offered || image;
+        if (image && !shown)
             shown = readImage(size);
         else if (isElement(xml_, ns::draw, u"text-box"))
             readInline(depth + 1, format);
+        else if (isElement(xml_, ns::svg, u"desc") ||
+                 (isElement(xml_, ns::svg, u"title") && description.isEmpty()))
+            description = xml_.readElementText(QXmlStreamReader::SkipChildElements).simplified();
+        else if (isElement(xml_, ns::draw, u"object"))
+            chart = readChartText();
         else
             xml_.skipCurrentElement();
     }
+    // A chart whose picture cannot be shown keeps the words it shows; any other picture leaves
+    // its alternative text.
+    const QString words = chart.isEmpty() ? description : chart;
+    if ((offered || !chart.isEmpty()) && !shown && !words.isEmpty())
+        put(u'[' + words + u']', format);
+}
+
+// The title and series names of the chart a draw:object holds in its own folder.
+QString BodyReader::readChartText() {
+    const QString href = QUrl::fromPercentEncoding(attribute(xml_, ns::xlink, "href").toUtf8());
+    xml_.skipCurrentElement();
+    const auto folder = ZipContainer::resolve("content.xml", href.toStdString());
+    if (href.isEmpty() || !folder)
+        return {};
+    const auto content = zip_.part(*folder + "/content.xml");
+    return content ? chartText(*content) : QString();
 }
 
 bool BodyReader::readImage(QSizeF size) {

@@ -84,6 +84,7 @@ private:
     int spendRepeats(int cells);
     void readFrame(int depth, const QTextCharFormat& format);
     bool readImage(QSizeF size);
+    QString readChartText();
     void readNote(int depth, const QTextCharFormat& format);
     QTextDocumentFragment readNoteBody(int depth);
     void appendNotes();

@@ -28,10 +28,12 @@ void Builder::replaceText(int start, int length, const QString& text,
     placed.insertText(text, format);
 }
 
-void Builder::insertImage(const QByteArray& bytes, QSizeF points, bool inTable) {
+bool Builder::insertImage(const QByteArray& bytes, QSizeF points, bool inTable) {
     enter(inTable);
-    if (DocumentImages::insert(cursor_, bytes, points))
-        blockTouched_ = true;
+    if (!DocumentImages::insert(cursor_, bytes, points))
+        return false;
+    blockTouched_ = true;
+    return true;
 }
 
 void Builder::endParagraph(const ParagraphEnd& end, bool inTable) {

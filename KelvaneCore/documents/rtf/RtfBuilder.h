@@ -54,7 +54,8 @@ public:
     // Text already placed, from `start` on, is replaced.
     void replaceText(int start, int length, const QString& text, const QTextCharFormat& format);
     int position() const { return cursor_.position(); }
-    void insertImage(const QByteArray& bytes, QSizeF points, bool inTable);
+    // False, inserting nothing, when the bytes are no picture that can be shown.
+    bool insertImage(const QByteArray& bytes, QSizeF points, bool inTable);
     void endParagraph(const ParagraphEnd& end, bool inTable);
     void breakPage();
     // Takes back the page break just asked for, while nothing has followed it.

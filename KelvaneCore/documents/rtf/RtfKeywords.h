@@ -97,6 +97,10 @@ enum class Keyword {
     PictureGoalHeight,
     PictureScaleX,
     PictureScaleY,
+    PictureProperties, // \picprop: the picture's shape properties, its description among them
+    ShapeProperty,     // \sp: one property, a name \sn and a value \sv
+    PropertyName,
+    PropertyValue,
     GraphicWidth,
     GraphicHeight,
 };
@@ -111,6 +115,8 @@ constexpr int otherPicture = 0;
 constexpr int pngPicture = 1;
 constexpr int jpegPicture = 2;
 constexpr int windowsMetafile = 3;
+constexpr int enhancedMetafile = 4;
+constexpr int deviceIndependentBitmap = 5;
 
 // Values of LevelNumberFormat and NumberingFormat, as \levelnfc spells them.
 constexpr int decimalNumbers = 0;

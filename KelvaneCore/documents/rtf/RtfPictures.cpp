@@ -2,6 +2,8 @@
 #include "documents/Units.h"
 #include "documents/rtf/RtfReading.h"
 
+#include <QtEndian>
+
 #include <algorithm>
 #include <system_error>
 
@@ -22,6 +24,29 @@ QSizeF shownSize(const Picture& picture) {
     if (points.width() > maxImagePoints || points.height() > maxImagePoints)
         return points.scaled(maxImagePoints, maxImagePoints, Qt::KeepAspectRatio);
     return points;
+}
+
+// A \dibitmap holds a bitmap without the file header that image readers look for: the header
+// says where the pixels start, after the info header and its colour table.
+QByteArray withBitmapFileHeader(const QByteArray& bitmap) {
+    if (bitmap.size() < 16)
+        return bitmap;
+    const auto* data = reinterpret_cast<const uchar*>(bitmap.constData());
+    const quint32 infoSize = qFromLittleEndian<quint32>(data);
+    const quint16 bitsPerPixel = qFromLittleEndian<quint16>(data + 14);
+    quint32 colours = bitmap.size() >= 36 ? qFromLittleEndian<quint32>(data + 32) : 0;
+    if (colours == 0 && bitsPerPixel <= 8)
+        colours = 1u << bitsPerPixel;
+    const bool masks = infoSize == 40 && bitmap.size() >= 20 &&
+                       qFromLittleEndian<quint32>(data + 16) == 3; // three colour masks follow
+    if (infoSize < 12 || infoSize > 1024 || colours > 256)
+        return bitmap;
+    QByteArray file(14, '\0');
+    file[0] = 'B';
+    file[1] = 'M';
+    qToLittleEndian<quint32>(static_cast<quint32>(bitmap.size() + 14), file.data() + 2);
+    qToLittleEndian<quint32>(14 + infoSize + colours * 4 + (masks ? 12 : 0), file.data() + 10);
+    return file + bitmap;
 }
 
 } // namespace
@@ -51,15 +76,26 @@ std::optional<fs::path> attachmentPath(const fs::path& folder, const QString& na
 }
 
 void Reader::finishPicture() {
-    // Enhanced metafiles and device-dependent bitmaps usually come with a PNG twin in
-    // \shppict; Windows metafiles are drawn.
-    if (picture_.type == pngPicture || picture_.type == jpegPicture ||
-        picture_.type == windowsMetafile) {
-        const QByteArray bytes =
-            picture_.binary.isEmpty() ? QByteArray::fromHex(picture_.hex) : picture_.binary;
-        builder_.insertImage(bytes, shownSize(picture_), state().paragraph.inTable);
+    // Pictures are told apart by their bytes: metafiles are drawn, bitmaps decoded, and writers
+    // do not always name the kind they store. What cannot be shown (a QuickDraw picture, a
+    // device-dependent bitmap) leaves its description.
+    QByteArray bytes =
+        picture_.binary.isEmpty() ? QByteArray::fromHex(picture_.hex) : picture_.binary;
+    if (picture_.type == deviceIndependentBitmap)
+        bytes = withBitmapFileHeader(bytes);
+    if (!builder_.insertImage(bytes, shownSize(picture_), state().paragraph.inTable)) {
+        const QString description = picture_.description.simplified();
+        deliverToBody(u'[' + (description.isEmpty() ? QStringLiteral("Picture") : description) +
+                      u']');
     }
     picture_ = {};
+}
+
+void Reader::finishPictureProperty() {
+    if (picture_.propertyName.trimmed() == u"wzDescription")
+        picture_.description = picture_.propertyValue;
+    picture_.propertyName.clear();
+    picture_.propertyValue.clear();
 }
 
 void Reader::finishGraphic() {

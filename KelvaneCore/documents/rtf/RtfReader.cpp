@@ -220,6 +220,9 @@ void Reader::endDestination(const State& ended) {
     case Destination::Footnote:
         finishNote();
         break;
+    case Destination::PropertyValue:
+        finishPictureProperty();
+        break;
     case Destination::LevelText:
         if (!definingList_.empty())
             definingList_.back().pattern = patternOf(levelText_);
@@ -309,6 +312,10 @@ void Reader::deliver(QString text) {
         return appendBounded(levelText_, text);
     case Destination::Graphic:
         return appendBounded(picture_.fileName, text);
+    case Destination::PropertyName:
+        return appendBounded(picture_.propertyName, text);
+    case Destination::PropertyValue:
+        return appendBounded(picture_.propertyValue, text);
     default:
         return;
     }

@@ -35,6 +35,10 @@ enum class Destination {
     Graphic,
     Footnote,
     Margin, // a header or footer
+    PictureProperties,
+    ShapeProperty,
+    PropertyName,
+    PropertyValue,
 };
 
 struct CharacterState {
@@ -103,6 +107,9 @@ struct Picture {
     int scaleX = 100; // percent
     int scaleY = 100;
     QString fileName; // of an RTFD attachment
+    QString propertyName;
+    QString propertyValue;
+    QString description; // the alternative text, shown when the picture cannot be
 };
 
 // Old-style paragraph numbering, \pn.
@@ -147,6 +154,7 @@ private:
     // RtfControlWords.cpp: what each control word does in each destination
     void controlWord(const Token& token);
     bool enterDestination(KeywordInfo info);
+    bool enterPictureProperty(Keyword keyword);
     void documentWord(KeywordInfo info, const Token& token);
     void bodyWord(KeywordInfo info, const Token& token);
     bool characterWord(KeywordInfo info, const Token& token);
@@ -175,6 +183,7 @@ private:
 
     // RtfPictures.cpp
     void finishPicture();
+    void finishPictureProperty();
     void finishGraphic();
 
     Tokenizer tokens_;

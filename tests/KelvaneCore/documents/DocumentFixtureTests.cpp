@@ -1,6 +1,10 @@
+#include "documents/DocumentFormats.h"
 #include "documents/DocumentNotes.h"
 #include "documents/DocumentTools.h"
+#include "documents/Metafiles.h"
+#include "documents/ZipContainer.h"
 #include "fixtures/Bytes.h"
+#include "fixtures/DocxFixtures.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
@@ -10,7 +14,10 @@
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextTable>
+#include <QUrl>
+#include <QtEndian>
 
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <map>
@@ -25,6 +32,7 @@ namespace {
 using fixtures::PdfProbe;
 using fixtures::TempFolder;
 namespace fs = std::filesystem;
+namespace docx = fixtures::docx;
 
 const fs::path folder = fs::path(KELVANE_TEST_FILES) / "documents";
 
@@ -221,9 +229,22 @@ TEST(DocumentFixtures, NumberingShowsTheLabelsTheAuthorSet) {
     }
 }
 
-// The pictures of each format, the metafile drawn: a disc with a yellow square inside.
-TEST(DocumentFixtures, GifBmpAndWmfPicturesReachThePdf) {
+bool near(QColor colour, QColor expected) {
+    return std::abs(colour.red() - expected.red()) < 60 &&
+           std::abs(colour.green() - expected.green()) < 60 &&
+           std::abs(colour.blue() - expected.blue()) < 60;
+}
+
+// The pictures of each format, the metafiles drawn in their own colours: a blue disc under a
+// yellow square (WMF), a red disc under a green kite (EMF), each told apart by its middle and
+// checked at a point inside the disc, left of the middle.
+TEST(DocumentFixtures, GifBmpAndMetafilePicturesReachThePdf) {
     TempFolder temp;
+    const struct {
+        QColor middle;
+        QColor disc;
+    } drawings[] = {{QColor(0xf0, 0xd0, 0x20), QColor(0x10, 0x40, 0xc0)},
+                    {QColor(0x20, 0xb0, 0x40), QColor(0xd0, 0x20, 0x20)}};
     for (const char* name : {"pictures.docx", "pictures.odt", "pictures.rtf"}) {
         const fs::path copy = temp / name;
         fs::copy_file(folder / name, copy);
@@ -236,22 +257,71 @@ TEST(DocumentFixtures, GifBmpAndWmfPicturesReachThePdf) {
                          QString::fromStdString((images / "image").string())});
         ASSERT_TRUE(pdfimages.waitForFinished(60000)) << name;
         int pictures = 0;
-        QImage disc;
+        std::vector<QImage> drawn;
         for (const auto& entry : fs::directory_iterator(images)) {
             const QImage image(QString::fromStdString(entry.path().string()));
             if (image.isNull() || image.allGray())
                 continue; // a transparency mask
             ++pictures;
             if (image.width() > 20)
-                disc = image.convertToFormat(QImage::Format_RGB32);
+                drawn.push_back(image.convertToFormat(QImage::Format_RGB32));
         }
-        EXPECT_EQ(pictures, 3) << name;
-        ASSERT_FALSE(disc.isNull()) << name << ": no metafile drawn";
-        const QColor middle = disc.pixelColor(disc.width() / 2, disc.height() / 2);
-        EXPECT_TRUE(middle.red() > 200 && middle.green() > 150 && middle.blue() < 100)
-            << name << " " << middle.name().toStdString();
-        EXPECT_NE(disc.pixelColor(0, 0), middle) << name;
+        EXPECT_EQ(pictures, 4) << name;
+        for (const auto& [middle, disc] : drawings) {
+            const auto found = std::find_if(drawn.begin(), drawn.end(), [&](const QImage& image) {
+                return near(image.pixelColor(image.width() / 2, image.height() / 2), middle);
+            });
+            ASSERT_NE(found, drawn.end())
+                << name << ": no drawing around " << middle.name().toStdString();
+            const QColor side = found->pixelColor(found->width() * 15 / 100, found->height() / 2);
+            EXPECT_TRUE(near(side, disc)) << name << " " << side.name().toStdString() << " where "
+                                          << disc.name().toStdString() << " was drawn";
+        }
     }
+}
+
+// The metafile of the fixture cut short, and with each of its words in turn made to lie:
+// sizes, counts, handles, coordinates. Each shows a picture no larger than the cap, or the
+// picture's alternative text, and nothing crashes or hangs.
+TEST(DocumentFixtures, DamagedMetafilesShowAPictureOrTheirAlternativeText) {
+    TempFolder temp;
+    const auto metafile =
+        ZipContainer::open(folder / "pictures.docx").part("word/media/image4.wmf");
+    ASSERT_TRUE(metafile && Metafiles::isEnhancedMetafile(*metafile));
+    std::vector<QByteArray> damaged;
+    for (qsizetype length = 8; length < metafile->size(); length += 24)
+        damaged.push_back(metafile->left(length));
+    for (qsizetype offset = 4; offset < metafile->size(); offset += 4) {
+        for (const quint32 lie : {0xffffffffu, 0x7fff0000u}) {
+            damaged.push_back(*metafile);
+            qToLittleEndian(lie, damaged.back().data() + offset);
+        }
+    }
+    QByteArray drawing = docx::drawing("rIdKite", 720000, 720000);
+    drawing.replace("name=\"Picture\"", "name=\"Picture\" descr=\"kite drawing\"");
+    int shown = 0;
+    for (const QByteArray& bytes : damaged) {
+        const auto document = DocumentFormats::readDocx(docx::write(
+            temp, "damaged.docx",
+            docx::package(
+                docx::documentPart("<w:p>" + drawing + "</w:p>"),
+                {{"word/media/kite.emf", bytes},
+                 {"word/_rels/document.xml.rels", docx::relationshipsPart(docx::relationship(
+                                                      "rIdKite", "image", "media/kite.emf"))}})));
+        const QTextCursor picture = document->find(QString(QChar::ObjectReplacementCharacter));
+        if (picture.isNull()) {
+            EXPECT_EQ(document->toPlainText(), "[kite drawing]");
+            continue;
+        }
+        const QImage image =
+            QImage::fromData(document
+                                 ->resource(QTextDocument::ImageResource,
+                                            QUrl(picture.charFormat().toImageFormat().name()))
+                                 .toByteArray());
+        EXPECT_TRUE(!image.isNull() && image.width() <= 1200 && image.height() <= 1200);
+        ++shown;
+    }
+    EXPECT_GT(shown, 0); // most lies leave a drawable picture
 }
 
 // A layout table without lines stays without them; a lined one keeps its lines and its merged

@@ -1,7 +1,9 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
+#include "documents/Metafiles.h"
 #include "documents/Units.h"
+#include "documents/ZipContainer.h"
 #include "fixtures/DocxFixtures.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
@@ -267,7 +269,8 @@ TEST(DocxReader, ReadsFormatsParagraphsListsTablesLinksAndImages) {
 }
 
 // A drawing in a choice of mc:AlternateContent, its VML fallback holding a bitmap of it: the
-// fallback is read only when no reader here draws the choice (an enhanced metafile).
+// fallback is read only when no reader here draws the choice (a metafile cut short, not a
+// whole one).
 TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
     TempFolder temp;
     QByteArray choice = docx::drawing("rIdChoice", 635000, 635000);
@@ -278,9 +281,16 @@ TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
                             "</mc:AlternateContent></w:r><w:r><w:t>after</w:t></w:r></w:p>";
     const QByteArray enhancedMetafile =
         QByteArray::fromHex("01000000") + QByteArray(36, '\0') + " EMF" + QByteArray(48, '\0');
-    // The fallback is 24 pixels wide where it should show, 8 where the choice (24) shows.
-    for (const auto& [name, chosen, fallbackWidth] :
-         {std::tuple{"metafile.docx", enhancedMetafile, 24}, std::tuple{"png.docx", picture, 8}}) {
+    const auto drawing =
+        ZipContainer::open(fs::path(KELVANE_TEST_FILES) / "documents" / "pictures.docx")
+            .part("word/media/image4.wmf");
+    ASSERT_TRUE(drawing);
+    const int drawnWidth = Metafiles::drawEnhancedMetafile(*drawing).width();
+    // The fallback is 24 pixels wide where it should show, 8 where the choice shows.
+    for (const auto& [name, chosen, fallbackWidth, shownWidth] :
+         {std::tuple{"damaged.docx", enhancedMetafile, 24, 24},
+          std::tuple{"png.docx", picture, 8, 24},
+          std::tuple{"metafile.docx", *drawing, 8, drawnWidth}}) {
         const auto document = DocumentFormats::readDocx(docx::write(
             temp, name,
             docx::package(
@@ -298,8 +308,38 @@ TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
         ASSERT_FALSE(image.isNull()) << name;
         const QVariant bytes = document->resource(QTextDocument::ImageResource,
                                                   QUrl(image.charFormat().toImageFormat().name()));
-        EXPECT_EQ(QImage::fromData(bytes.toByteArray()).width(), 24) << name;
+        EXPECT_EQ(QImage::fromData(bytes.toByteArray()).width(), shownWidth) << name;
     }
+}
+
+// A chart without a picture of it keeps its title and the names of its series; axis titles
+// and numbers are left out.
+TEST(DocxReader, ChartsKeepTheirTitleAndSeriesNames) {
+    TempFolder temp;
+    const QByteArray chart =
+        R"(<c:chartSpace xmlns:c="http://schemas.openxmlformats.org/drawingml/2006/chart" )"
+        R"(xmlns:a="http://schemas.openxmlformats.org/drawingml/2006/main"><c:chart><c:title>)"
+        R"(<c:tx><c:rich><a:p><a:r><a:t>Rainfall by </a:t></a:r><a:r><a:t>month</a:t></a:r>)"
+        R"(</a:p></c:rich></c:tx></c:title><c:plotArea><c:barChart><c:ser><c:tx><c:strRef>)"
+        R"(<c:strCache><c:pt idx="0"><c:v>Harbour</c:v></c:pt></c:strCache></c:strRef></c:tx>)"
+        R"(<c:val><c:numRef><c:numCache><c:pt idx="0"><c:v>42</c:v></c:pt></c:numCache>)"
+        R"(</c:numRef></c:val></c:ser><c:ser><c:tx><c:v>Hills</c:v></c:tx></c:ser></c:barChart>)"
+        R"(<c:valAx><c:title><c:tx><c:rich><a:p><a:r><a:t>millimetres</a:t></a:r></a:p></c:rich>)"
+        R"(</c:tx></c:title></c:valAx></c:plotArea></c:chart></c:chartSpace>)";
+    const QByteArray body =
+        "<w:p><w:r><w:t xml:space=\"preserve\">See </w:t></w:r><w:r><w:drawing><wp:inline>"
+        "<wp:extent cx=\"635000\" cy=\"635000\"/><wp:docPr id=\"1\" name=\"Chart\"/><a:graphic>"
+        "<a:graphicData uri=\"http://schemas.openxmlformats.org/drawingml/2006/chart\"><c:chart "
+        "xmlns:c=\"http://schemas.openxmlformats.org/drawingml/2006/chart\" r:id=\"rIdChart\"/>"
+        "</a:graphicData></a:graphic></wp:inline></w:drawing></w:r></w:p>";
+    const auto document = DocumentFormats::readDocx(docx::write(
+        temp, "chart.docx",
+        docx::package(
+            docx::documentPart(body),
+            {{"word/charts/chart1.xml", chart},
+             {"word/_rels/document.xml.rels", docx::relationshipsPart(docx::relationship(
+                                                  "rIdChart", "chart", "charts/chart1.xml"))}})));
+    EXPECT_EQ(document->toPlainText(), "See [Rainfall by month: Harbour, Hills]");
 }
 
 const QByteArray mergedTable = R"(

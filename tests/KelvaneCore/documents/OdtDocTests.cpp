@@ -124,8 +124,27 @@ const QByteArray body =
     "<text:note-body><text:p>Footnote body <text:span text:style-name=\"T1\">boldnote</text:span>"
     "</text:p><text:list text:style-name=\"L1\"><text:list-item><text:p>note item</text:p>"
     "</text:list-item></text:list></text:note-body></text:note> after</text:p>"
-    "<text:p><draw:frame><draw:image xlink:href=\"../../outside.png\"/></draw:frame>escape"
+    "<text:p><draw:frame><draw:image xlink:href=\"../../outside.png\"/><svg:desc>harbour "
+    "chart</svg:desc></draw:frame>escape"
+    "<draw:frame><draw:object xlink:href=\"./Object 1\"/><draw:image "
+    "xlink:href=\"./ObjectReplacements/Object 1\"/></draw:frame> chart"
     "</text:p>";
+
+// A chart object's own content: its title, and its series named by cells of its table.
+const QByteArray chartContent =
+    R"(<office:document-content xmlns:office="urn:oasis:names:tc:opendocument:xmlns:office:1.0" )"
+    R"(xmlns:chart="urn:oasis:names:tc:opendocument:xmlns:chart:1.0" )"
+    R"(xmlns:table="urn:oasis:names:tc:opendocument:xmlns:table:1.0" )"
+    R"(xmlns:text="urn:oasis:names:tc:opendocument:xmlns:text:1.0"><office:body><office:chart>)"
+    R"(<chart:chart><chart:title><text:p>Rainfall</text:p></chart:title><chart:plot-area>)"
+    R"(<chart:series chart:label-cell-address="local-table.$C$1"/>)"
+    R"(<chart:series chart:label-cell-address="local-table.$B$1"/></chart:plot-area>)"
+    R"(<table:table table:name="local-table"><table:table-header-rows><table:table-row>)"
+    R"(<table:table-cell/><table:table-cell><text:p>Harbour</text:p></table:table-cell>)"
+    R"(<table:table-cell><text:p>Hills</text:p></table:table-cell></table:table-row>)"
+    R"(</table:table-header-rows><table:table-row><table:table-cell table:number-columns-repeated="3">)"
+    R"(<text:p>4</text:p></table:table-cell></table:table-row></table:table></chart:chart>)"
+    R"(</office:chart></office:body></office:document-content>)";
 
 std::unique_ptr<QTextDocument> readHandWritten(const TempFolder& temp) {
     return DocumentFormats::readOdt(writeOdt(
@@ -135,7 +154,9 @@ std::unique_ptr<QTextDocument> readHandWritten(const TempFolder& temp) {
          {"styles.xml", commonStyles},
          {"META-INF/manifest.xml", "<manifest:manifest xmlns:manifest="
                                    "\"urn:oasis:names:tc:opendocument:xmlns:manifest:1.0\"/>"},
-         {"Pictures/x.png", pngBytes(8, 4, Qt::blue)}}));
+         {"Pictures/x.png", pngBytes(8, 4, Qt::blue)},
+         {"Object 1/content.xml", chartContent},
+         {"ObjectReplacements/Object 1", "not a picture Qt reads"}}));
 }
 
 QTextBlock blockWith(const QTextDocument& document, const QString& text) {
@@ -271,17 +292,20 @@ TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
     EXPECT_EQ(QTextCursor(blockWith(*document, "after table")).currentTable(), nullptr);
 }
 
+// Pictures come from the package; one that cannot be shown leaves its description, a chart its
+// title and series names.
 TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
     TempFolder temp;
     const auto document = readHandWritten(temp);
     const auto found = images(*document);
-    ASSERT_EQ(found.size(), 1u); // the frame pointing outside the package shows nothing
+    ASSERT_EQ(found.size(), 1u); // the frame pointing outside the package shows its description
     const auto image = DocumentImages::encoded(*document, found.front());
     EXPECT_EQ(image.bytes, pngBytes(8, 4, Qt::blue));
     EXPECT_NEAR(image.sizeInPoints.width(), 144, 0.01);
     EXPECT_NEAR(image.sizeInPoints.height(), 72, 0.01);
     EXPECT_TRUE(document->find("frame title").isNull());
-    EXPECT_FALSE(document->find("escape").isNull());
+    EXPECT_FALSE(document->find("[harbour chart]escape").isNull());
+    EXPECT_FALSE(document->find("[Rainfall: Hills, Harbour] chart").isNull());
     EXPECT_EQ(formatOf(*document, "note1").verticalAlignment(), QTextCharFormat::AlignSuperScript);
     EXPECT_FALSE(document->find("and note1 after").isNull());
     // The note keeps its paragraphs, runs and list, all of them the note's.

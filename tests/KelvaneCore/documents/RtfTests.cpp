@@ -1,6 +1,7 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/SectionPages.h"
+#include "documents/ZipContainer.h"
 #include "fixtures/Bytes.h"
 #include "fixtures/TempFolder.h"
 
@@ -195,7 +196,10 @@ TEST(RtfReader, HyperlinkFieldBecomesAnAnchor) {
     EXPECT_FALSE(formatOf(*document, "now").isAnchor());
 }
 
-TEST(RtfReader, PngAndJpegPicturesWithDisplaySize) {
+// Pictures in every kind RTF names: PNG and JPEG kept as they are, a Windows metafile filed as
+// an OS/2 one drawn, a bitmap without its file header decoded, a floating picture read from its
+// shape; what cannot be drawn leaves its description, or a mark where it has none.
+TEST(RtfReader, PicturesOfEveryKindShowOrLeaveTheirDescription) {
     const QByteArray png = pngBytes(40, 20, Qt::red);
     QImage photo(8, 8, QImage::Format_RGB32);
     photo.fill(Qt::blue);
@@ -203,13 +207,31 @@ TEST(RtfReader, PngAndJpegPicturesWithDisplaySize) {
     QBuffer buffer(&jpeg);
     buffer.open(QIODevice::WriteOnly);
     photo.save(&buffer, "JPEG");
+    QByteArray bitmap;
+    QBuffer bitmapBuffer(&bitmap);
+    bitmapBuffer.open(QIODevice::WriteOnly);
+    photo.save(&bitmapBuffer, "BMP");
+    const auto metafile =
+        ZipContainer::open(fs::path(KELVANE_TEST_FILES) / "documents" / "pictures.docx")
+            .part("word/media/image3.wmf");
+    ASSERT_TRUE(metafile);
     const auto document =
         read("\\pard A{\\*\\shppict{\\pict\\pngblip\\picw40\\pich20\\picwgoal1440\\pichgoal720\n" +
              png.toHex() + "}}{\\nonshppict{\\pict\\wmetafile8 0102}}B{\\pict\\jpegblip\\bin" +
-             QByteArray::number(jpeg.size()) + " " + jpeg + "}C{\\pict\\emfblip 0102}\\par");
-    EXPECT_EQ(document->toPlainText(), QString::fromUtf16(u"A\uFFFCB\uFFFCC"));
+             QByteArray::number(jpeg.size()) + " " + jpeg +
+             "}C{\\pict\\emfblip 0102}D{\\pict{\\*\\picprop" +
+             "{\\sp{\\sn wzDescription}{\\sv harbour plan}}}\\macpict 0102}E{\\pict\\pmmetafile8 " +
+             metafile->toHex() + "}F{\\pict\\dibitmap0 " + bitmap.mid(14).toHex() +
+             "}G{\\shp{\\*\\shpinst{\\sp{\\sn shapeType}{\\sv 75}}{\\sp{\\sn pib}{\\sv "
+             "{\\pict\\pngblip " +
+             png.toHex() + "}}}}{\\shprslt{\\pict\\wmetafile8 0102}}}\\par");
+    EXPECT_EQ(document->toPlainText(),
+              QString::fromUtf16(u"A\uFFFCB\uFFFCC[Picture]D[harbour plan]E\uFFFCF\uFFFCG\uFFFC"));
     const auto images = imagesOf(*document);
-    ASSERT_EQ(images.size(), 2u);
+    ASSERT_EQ(images.size(), 5u);
+    const QImage decoded = QImage::fromData(DocumentImages::encoded(*document, images[3]).bytes);
+    EXPECT_EQ(decoded.size(), QSize(8, 8));
+    EXPECT_EQ(decoded.pixelColor(4, 4), QColor(Qt::blue));
     const auto first = DocumentImages::encoded(*document, images[0]);
     EXPECT_EQ(first.bytes, png);
     EXPECT_DOUBLE_EQ(first.sizeInPoints.width(), 72);
@@ -577,7 +599,7 @@ TEST(RtfReader, HostileInputFailsOrDegradesQuickly) {
     EXPECT_EQ(DocumentFormats::readRtf("{\\rtf1 closed}} after}")->toPlainText(), "closed");
     EXPECT_EQ(
         DocumentFormats::readRtf("{\\rtf1 a{\\pict\\pngblip\\bin999999999 12}b}")->toPlainText(),
-        "a");
+        "a[Picture]");
     const QByteArray png = pngBytes(20, 20, Qt::black).toHex();
     const auto truncated =
         DocumentFormats::readRtf("{\\rtf1 x{\\pict\\pngblip " + png.left(png.size() / 2));
