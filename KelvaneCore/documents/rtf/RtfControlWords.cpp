@@ -172,33 +172,6 @@ bool Reader::enterDestination(KeywordInfo info) {
     }
 }
 
-// A picture's properties are read for its description. Of a shape's properties only its
-// picture (pib, where floating pictures keep theirs) is read; the others have no text to show.
-bool Reader::enterPictureProperty(Keyword keyword) {
-    State& current = state();
-    const Destination outer = current.destination;
-    const bool inProperty =
-        outer == Destination::PictureProperties || outer == Destination::ShapeProperty;
-    if (keyword == Keyword::PictureProperties && outer == Destination::Picture) {
-        current.destination = Destination::PictureProperties;
-    } else if (keyword == Keyword::ShapeProperty && outer == Destination::Body) {
-        current.destination = Destination::ShapeProperty;
-    } else if (keyword == Keyword::ShapeProperty && outer == Destination::PictureProperties) {
-        // one of the picture's properties
-    } else if (keyword == Keyword::PropertyName && inProperty) {
-        current.destination = Destination::PropertyName;
-        picture_.propertyName.clear();
-    } else if (keyword == Keyword::PropertyValue && outer == Destination::PictureProperties) {
-        current.destination = Destination::PropertyValue;
-    } else if (keyword == Keyword::PropertyValue && outer == Destination::ShapeProperty &&
-               picture_.propertyName.trimmed() == u"pib") {
-        current.destination = Destination::Body; // holds the \pict
-    } else {
-        skipDepth_ = 1;
-    }
-    return true;
-}
-
 void Reader::bodyWord(KeywordInfo info, const Token& token) {
     if (!characterWord(info, token) && !paragraphWord(info, token) && !sectionWord(info, token))
         documentWord(info, token);

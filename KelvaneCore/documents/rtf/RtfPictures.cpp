@@ -91,6 +91,33 @@ void Reader::finishPicture() {
     picture_ = {};
 }
 
+// A picture's properties are read for its description. Of a shape's properties only its
+// picture (pib, where floating pictures keep theirs) is read; the others have no text to show.
+bool Reader::enterPictureProperty(Keyword keyword) {
+    State& current = state();
+    const Destination outer = current.destination;
+    const bool inProperty =
+        outer == Destination::PictureProperties || outer == Destination::ShapeProperty;
+    if (keyword == Keyword::PictureProperties && outer == Destination::Picture) {
+        current.destination = Destination::PictureProperties;
+    } else if (keyword == Keyword::ShapeProperty && outer == Destination::Body) {
+        current.destination = Destination::ShapeProperty;
+    } else if (keyword == Keyword::ShapeProperty && outer == Destination::PictureProperties) {
+        // one of the picture's properties
+    } else if (keyword == Keyword::PropertyName && inProperty) {
+        current.destination = Destination::PropertyName;
+        picture_.propertyName.clear();
+    } else if (keyword == Keyword::PropertyValue && outer == Destination::PictureProperties) {
+        current.destination = Destination::PropertyValue;
+    } else if (keyword == Keyword::PropertyValue && outer == Destination::ShapeProperty &&
+               picture_.propertyName.trimmed() == u"pib") {
+        current.destination = Destination::Body; // holds the \pict
+    } else {
+        skipDepth_ = 1;
+    }
+    return true;
+}
+
 void Reader::finishPictureProperty() {
     if (picture_.propertyName.trimmed() == u"wzDescription")
         picture_.description = picture_.propertyValue;

@@ -154,7 +154,6 @@ private:
     // RtfControlWords.cpp: what each control word does in each destination
     void controlWord(const Token& token);
     bool enterDestination(KeywordInfo info);
-    bool enterPictureProperty(Keyword keyword);
     void documentWord(KeywordInfo info, const Token& token);
     void bodyWord(KeywordInfo info, const Token& token);
     bool characterWord(KeywordInfo info, const Token& token);
@@ -182,6 +181,7 @@ private:
     std::optional<ListItem> listItem(ParagraphEnd& end);
 
     // RtfPictures.cpp
+    bool enterPictureProperty(Keyword keyword);
     void finishPicture();
     void finishPictureProperty();
     void finishGraphic();
