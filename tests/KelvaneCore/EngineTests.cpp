@@ -1,6 +1,6 @@
 #include "engine/Engine.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/TempFolder.h"
-#include "naming/ConversionError.h"
 
 #include <gtest/gtest.h>
 #include <mutex>
@@ -30,25 +30,15 @@ private:
 };
 
 std::string failureOf(Recipe recipe, const std::vector<fs::path>& inputs, ProgressLog& log) {
-    try {
-        Engine::run(recipe, inputs, {}, log.callback());
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no error";
+    return fixtures::failureOf([&] { Engine::run(recipe, inputs, {}, log.callback()); });
 }
 
-TEST(Engine, NothingToConvertFailsBeforeAnyProgress) {
+TEST(Engine, NoInputOrOneOfTheWrongKindFailsBeforeAnyProgressOrWrite) {
+    TempFolder temp;
     ProgressLog log;
     EXPECT_EQ(failureOf(Recipe::docToPDF, {}, log), "Nothing to convert.");
-    EXPECT_TRUE(log.reports().empty());
-}
-
-TEST(Engine, AnInputOfTheWrongKindIsNamedBeforeAnythingIsWritten) {
-    TempFolder temp;
     const std::vector<fs::path> inputs = {temp.write("a.txt", "a"), temp.write("b.txt", "b"),
                                           temp.write("photo.png", "p"), temp.write("c.txt", "c")};
-    ProgressLog log;
     EXPECT_EQ(failureOf(Recipe::docToHTML, inputs, log),
               "Convert to HTML doesn’t work with “photo.png”.");
     EXPECT_TRUE(log.reports().empty());
