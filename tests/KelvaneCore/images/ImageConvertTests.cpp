@@ -1,7 +1,7 @@
 #include "engine/Engine.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/ImageFixtures.h"
 #include "images/ImageTools.h"
-#include "naming/ConversionError.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -15,13 +15,8 @@ using fixtures::TempFolder;
 using fixtures::VImage;
 namespace fs = std::filesystem;
 
-std::string failureOf(const fs::path& input, Recipe recipe, const ConversionOptions& options = {}) {
-    try {
-        ImageTools::convert(input, recipe, options);
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no error";
+std::string failureOf(const fs::path& input, Recipe recipe) {
+    return fixtures::failureOf([&] { ImageTools::convert(input, recipe, {}); });
 }
 
 bool isRed(const std::array<double, 4>& c) {

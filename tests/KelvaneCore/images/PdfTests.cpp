@@ -1,9 +1,9 @@
 #include "engine/Engine.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/ImageFixtures.h"
 #include "fixtures/PdfFixtures.h"
 #include "fixtures/PdfProbe.h"
 #include "images/ImageTools.h"
-#include "naming/ConversionError.h"
 
 #include <gtest/gtest.h>
 #include <mutex>
@@ -11,6 +11,7 @@
 namespace kelvane {
 namespace {
 
+using fixtures::failureOf;
 using fixtures::TempFolder;
 using fixtures::VImage;
 namespace fs = std::filesystem;
@@ -29,15 +30,6 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
         names.push_back(entry.path().filename());
     std::sort(names.begin(), names.end());
     return names;
-}
-
-template <typename Call> std::string failureOf(Call call) {
-    try {
-        call();
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no error";
 }
 
 TEST(ImagesToPdf, OnePagePerImageSizedFromItsResolution) {
