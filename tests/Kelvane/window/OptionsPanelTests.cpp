@@ -60,6 +60,13 @@ TEST_F(OptionsPanelTest, EachRecipeShowsOnlyTheSectionsThatMatterForIt) {
     EXPECT_TRUE(pdfSlider->isVisible());
     EXPECT_EQ(choicesOf("dpiPicker"),
               (QStringList{"72 dpi · screen", "144 dpi · sharp", "300 dpi · print"}));
+    // The Options button hides and shows the whole inspector.
+    EXPECT_TRUE(shows("optionsPanel"));
+    click(item("Options"));
+    EXPECT_FALSE(store.showOptions());
+    EXPECT_FALSE(shows("optionsPanel"));
+    click(item("Options"));
+    EXPECT_TRUE(shows("optionsPanel"));
 }
 
 TEST_F(OptionsPanelTest, PresetDescriptionsAndTheSampleNameFollowTheRecipe) {
@@ -155,15 +162,6 @@ TEST_F(OptionsPanelTest, GifPickersOfferTheirChoicesInOrder) {
     EXPECT_EQ(comboOf("widthPicker")->property("currentText").toString(), "480 px");
     QMetaObject::invokeMethod(comboOf("widthPicker"), "activated", Q_ARG(int, 4));
     EXPECT_EQ(store.options().gifWidth, 1080);
-}
-
-TEST_F(OptionsPanelTest, TheOptionsButtonHidesAndShowsTheInspector) {
-    EXPECT_TRUE(shows("optionsPanel"));
-    click(item("Options"));
-    EXPECT_FALSE(store.showOptions());
-    EXPECT_FALSE(shows("optionsPanel"));
-    click(item("Options"));
-    EXPECT_TRUE(shows("optionsPanel"));
 }
 
 } // namespace

@@ -36,7 +36,7 @@ struct QueueRowTest : WindowHarness {
     }
 };
 
-TEST_F(QueueRowTest, EachStateShowsItsOwnStatusLine) {
+TEST_F(QueueRowTest, EachStateShowsItsOwnStatusLineAndARunningRowCanBeStopped) {
     store.seedDemo(RecipeGroup::images);
     EXPECT_TRUE(inRow(0, "percentLine")->isVisible());
     EXPECT_EQ(rowText(0, "percentLine"), "64%");
@@ -50,16 +50,7 @@ TEST_F(QueueRowTest, EachStateShowsItsOwnStatusLine) {
     EXPECT_TRUE(inRow(5, "waitingLine")->isVisible());
     EXPECT_EQ(rowText(5, "waitingLine"), "Waiting…");
     EXPECT_FALSE(inRow(5, "openButton")->isVisible());
-
-    store.seedDemo(RecipeGroup::documents);
-    EXPECT_TRUE(inRow(3, "failureLine")->isVisible());
-    EXPECT_EQ(rowText(3, "failureLine"), "Convert to Plain Text needs documents.");
-    EXPECT_TRUE(inRow(3, "retryButton")->isVisible());
-    EXPECT_EQ(rowText(0, "sizeLine"), "48 KB → 212 KB (+339%)");
-}
-
-TEST_F(QueueRowTest, ARunningRowCanBeStoppedAndThenTriedAgain) {
-    store.seedDemo(RecipeGroup::images);
+    // A running row can be stopped, and then tried again.
     EXPECT_FALSE(inRow(1, "stopButton")->isVisible());
     click(inRow(0, "stopButton"));
     EXPECT_EQ(store.jobs()[0].state, State::stopped);
@@ -67,6 +58,12 @@ TEST_F(QueueRowTest, ARunningRowCanBeStoppedAndThenTriedAgain) {
     EXPECT_TRUE(inRow(0, "stoppedLine")->isVisible());
     EXPECT_EQ(rowText(0, "stoppedLine"), "Stopped");
     EXPECT_TRUE(inRow(0, "retryButton")->isVisible());
+
+    store.seedDemo(RecipeGroup::documents);
+    EXPECT_TRUE(inRow(3, "failureLine")->isVisible());
+    EXPECT_EQ(rowText(3, "failureLine"), "Convert to Plain Text needs documents.");
+    EXPECT_TRUE(inRow(3, "retryButton")->isVisible());
+    EXPECT_EQ(rowText(0, "sizeLine"), "48 KB → 212 KB (+339%)");
 }
 
 TEST_F(QueueRowTest, OpenAndShowInFolderActOnTheResultsOfThatRow) {

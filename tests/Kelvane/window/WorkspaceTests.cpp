@@ -45,14 +45,6 @@ TEST_F(WorkspaceTest, DroppedFilesQueueInNaturalNameOrderWithTheChosenRecipe) {
     EXPECT_EQ(inRow(0, "doneLine")->property("text").toString(), "Page 1 (converted).txt");
 }
 
-TEST_F(WorkspaceTest, ADropWithoutLocalFilesQueuesNothing) {
-    drop({QUrl(QStringLiteral("https://example.com/photo.png"))});
-    drop({});
-    EXPECT_TRUE(store.jobs().empty());
-    EXPECT_TRUE(shows("hintStrip"));
-    EXPECT_FALSE(item("dropZone")->property("compact").toBool());
-}
-
 TEST_F(WorkspaceTest, FilesTheRecipeCannotTakeBecomeFailedRowsSayingWhatItNeeds) {
     store.setRecipe(Recipe::docToPDF);
     dropFiles({temp.write("photo.png", "not really"), temp.write("notes.txt", "Hello there.\n")});
@@ -91,9 +83,14 @@ TEST_F(WorkspaceTest, ADragOverTheWorkspaceTurnsTheDropZoneToRelease) {
 }
 
 TEST_F(WorkspaceTest, TheQueueReplacesTheHintsOnceThereAreJobs) {
+    drop({QUrl(QStringLiteral("https://example.com/photo.png"))}); // no local file: no job
+    drop({});
+    EXPECT_TRUE(store.jobs().empty());
     EXPECT_TRUE(shows("hintStrip"));
     EXPECT_FALSE(shows("queueView"));
     EXPECT_TRUE(shows("chooseFilesButton"));
+    EXPECT_FALSE(item("dropZone")->property("compact").toBool());
+    EXPECT_FALSE(shows("savedSummary")); // until something was saved
 
     store.seedDemo(RecipeGroup::images);
     EXPECT_FALSE(shows("hintStrip"));
@@ -101,6 +98,8 @@ TEST_F(WorkspaceTest, TheQueueReplacesTheHintsOnceThereAreJobs) {
     EXPECT_TRUE(item("dropZone")->property("compact").toBool());
     EXPECT_FALSE(shows("chooseFilesButton"));
     EXPECT_EQ(item("queueList")->property("count").toInt(), 6);
+    EXPECT_TRUE(shows("savedSummary"));
+    EXPECT_EQ(model.savedText(), "7.4 MB");
 
     store.clearAll();
     EXPECT_TRUE(shows("hintStrip"));
@@ -221,13 +220,6 @@ TEST_F(WorkspaceTest, AFolderOfMoreThanTenThousandFilesIsAskedAboutOnceUnlessQue
     EXPECT_EQ(asked.size(), 2u);
     ASSERT_EQ(store.jobs().size(), 20'002u);
     EXPECT_EQ(store.jobs().front().recipe, Recipe::resize);
-}
-
-TEST_F(WorkspaceTest, SavedThisSessionShowsOnlyOnceSomethingWasSaved) {
-    EXPECT_FALSE(shows("savedSummary"));
-    store.seedDemo(RecipeGroup::images);
-    EXPECT_TRUE(shows("savedSummary"));
-    EXPECT_EQ(model.savedText(), "7.4 MB");
 }
 
 } // namespace
