@@ -1,5 +1,6 @@
 #include "MediaFixtures.h"
 #include "engine/Engine.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/TempFolder.h"
 #include "media/AudioTools.h"
 #include "naming/ConversionError.h"
@@ -152,13 +153,8 @@ TEST(AudioTools, SilentVideoHasNoAudioAndUnreadableFilesSaySo) {
     // A movie cut after its first kilobyte: no demuxer finds its streams.
     const std::string movie = fixtures::readFile(temp / "Screen.mov");
     temp.write("Cut.mov", movie.substr(0, 1024));
-    const auto failure = [&](const char* name, Recipe recipe) -> std::string {
-        try {
-            convert(temp / name, recipe);
-        } catch (const ConversionError& error) {
-            return error.message();
-        }
-        return "no failure";
+    const auto failure = [&](const char* name, Recipe recipe) {
+        return fixtures::failureOf([&] { convert(temp / name, recipe); });
     };
     EXPECT_EQ(failure("Screen.mov", Recipe::toWAV), "“Screen.mov” has no audio.");
     EXPECT_EQ(failure("Screen.mov", Recipe::toM4A), "“Screen.mov” has no audio.");

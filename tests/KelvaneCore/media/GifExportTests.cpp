@@ -1,7 +1,7 @@
 #include "MediaFixtures.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/TempFolder.h"
 #include "media/VideoTools.h"
-#include "naming/ConversionError.h"
 
 #include <gtest/gtest.h>
 
@@ -142,13 +142,9 @@ TEST(GifExport, InputsWithoutPicturesFailWithTheirSentence) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i sine=d=1 -c:a aac Sound.mp4");
     temp.write("notes.mov", "not a movie");
-    const auto failure = [&](const char* name) -> std::string {
-        try {
-            VideoTools::gif(temp / name, ConversionOptions(), [](double) {});
-        } catch (const ConversionError& error) {
-            return error.message();
-        }
-        return "no failure";
+    const auto failure = [&](const char* name) {
+        return fixtures::failureOf(
+            [&] { VideoTools::gif(temp / name, ConversionOptions(), [](double) {}); });
     };
     EXPECT_EQ(failure("Sound.mp4"), "“Sound.mp4” has no video.");
     EXPECT_EQ(failure("notes.mov"), "“notes.mov” isn’t a video this computer can read.");

@@ -1,7 +1,7 @@
 #include "MediaFixtures.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/TempFolder.h"
 #include "media/VideoTools.h"
-#include "naming/ConversionError.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -22,21 +22,13 @@ namespace kelvane {
 namespace {
 
 namespace fs = std::filesystem;
+using fixtures::failureOf;
 using fixtures::ffmpeg;
 using fixtures::lavfiClip;
 using fixtures::probe;
 
 const VideoTools::Progress ignore = [](double) {
 };
-
-std::string failureOf(const std::function<void()>& run) {
-    try {
-        run();
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no failure";
-}
 
 fs::path convert(const fs::path& input, Recipe recipe) {
     return VideoTools::convert(input, recipe, ConversionOptions(), ignore);
