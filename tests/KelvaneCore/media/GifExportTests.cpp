@@ -138,7 +138,7 @@ TEST(GifExport, HdrVideoIsToneMappedRatherThanShownWashedOut) {
     EXPECT_LT(brightness("Hlg.mkv"), brightness("Sdr.mkv") - 5);
 }
 
-TEST(GifExport, InputsWithoutPicturesFailWithTheirSentence) {
+TEST(GifExport, InputsWithoutPicturesFailWithTheirSentenceAndCancellingComesFirst) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i sine=d=1 -c:a aac Sound.mp4");
     temp.write("notes.mov", "not a movie");
@@ -149,10 +149,8 @@ TEST(GifExport, InputsWithoutPicturesFailWithTheirSentence) {
     EXPECT_EQ(failure("Sound.mp4"), "“Sound.mp4” has no video.");
     EXPECT_EQ(failure("notes.mov"), "“notes.mov” isn’t a video this computer can read.");
     EXPECT_EQ(temp.entries(), (std::vector<std::string>{"Sound.mp4", "notes.mov"}));
-}
 
-TEST(GifExport, CancellationIsCheckedBeforeTheFirstFrame) {
-    const fixtures::TempFolder temp;
+    // Cancellation is checked before the first frame.
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -c:v libx264 Clip.mp4");
     std::stop_source stop;
     stop.request_stop();
