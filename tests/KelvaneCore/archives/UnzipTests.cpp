@@ -107,19 +107,5 @@ with zipfile.ZipFile(sys.argv[1], "w", zipfile.ZIP_DEFLATED) as z:
     EXPECT_EQ(readFile(expanded / "readme.txt"), "lower");
 }
 
-TEST(Unzip, ProgressGrowsByBytesToTheEnd) {
-    TempFolder temp;
-    std::vector<EntrySpec> entries;
-    for (int index = 0; index < 4; ++index)
-        entries.push_back({"part" + std::to_string(index), std::string(2 << 20, 'x')});
-    fixtures::writeZip(temp / "Parts.zip", entries);
-    std::vector<double> reports;
-    ArchiveTools::unzip(temp / "Parts.zip", [&](double fraction) { reports.push_back(fraction); });
-    ASSERT_GE(reports.size(), 4u);
-    EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
-    EXPECT_LT(reports.front(), 0.5);
-    EXPECT_DOUBLE_EQ(reports.back(), 1.0);
-}
-
 } // namespace
 } // namespace kelvane

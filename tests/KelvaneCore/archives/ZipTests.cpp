@@ -157,16 +157,24 @@ TEST(Zip, LeavesOutItselfPipesAndSockets) {
               (std::vector<std::string>{"a.txt", "d/", "d/sub/", "d/sub/a.txt"}));
 }
 
-TEST(Zip, ProgressGrowsByBytesToTheEnd) {
+TEST(Zip, ProgressOfZipAndUnzipGrowsByBytesToTheEnd) {
     TempFolder temp;
     std::vector<fs::path> items;
     for (int index = 0; index < 4; ++index)
         items.push_back(temp.writeBytes("big" + std::to_string(index) + ".bin", 3 << 20));
     std::vector<double> reports;
-    ArchiveTools::zip(items, [&](double fraction) { reports.push_back(fraction); });
+    const fs::path zip =
+        ArchiveTools::zip(items, [&](double fraction) { reports.push_back(fraction); });
     ASSERT_GE(reports.size(), 8u);
     EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
     EXPECT_NEAR(reports[reports.size() / 2], 0.5, 0.1);
+    EXPECT_DOUBLE_EQ(reports.back(), 1.0);
+
+    reports.clear();
+    ArchiveTools::unzip(zip, [&](double fraction) { reports.push_back(fraction); });
+    ASSERT_GE(reports.size(), 4u);
+    EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
+    EXPECT_LT(reports.front(), 0.5);
     EXPECT_DOUBLE_EQ(reports.back(), 1.0);
 }
 
