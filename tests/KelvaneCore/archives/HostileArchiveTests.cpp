@@ -24,32 +24,11 @@ def link(z, name, target):
     info.external_attr = 0o120777 << 16
     z.writestr(info, target)
 
-if kind == "slip":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr("good.txt", "good")
-        z.writestr(zipfile.ZipInfo("../../evil.txt"), "evil")
-elif kind == "absolute":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr("good.txt", "good")
-        z.writestr(zipfile.ZipInfo(sys.argv[3]), "evil")
-elif kind == "link-out":
-    with zipfile.ZipFile(path, "w") as z:
-        link(z, "escape", sys.argv[3])
-        z.writestr("escape/evil.txt", "evil")
-elif kind == "link-chain":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr("d/keep.txt", "keep")
-        link(z, "d/up", "..")
-        link(z, "x", "d/up/..")
-elif kind == "link-inside-then-through":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr("real/keep.txt", "keep")
-        link(z, "alias", "real")
-        z.writestr("alias/through.txt", "through")
-elif kind == "backslash":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr(zipfile.ZipInfo("..\\..\\evil.txt"), "evil")
-elif kind == "overlap":
+def patch(old, new):
+    raw = open(path, "rb").read()
+    open(path, "wb").write(raw.replace(old, new))
+
+if kind == "overlap":
     # One compressed run of zeros shared by many central-directory entries: each entry
     # expands it again, far beyond what the archive's size could hold honestly.
     size = 8 << 20
@@ -66,40 +45,50 @@ elif kind == "overlap":
     end = struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(central),
                       len(local) + len(data), 0)
     open(path, "wb").write(local + data + central + end)
-elif kind == "lying-size":
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+    sys.exit()
+
+deflated = kind in ("lying-size", "huge-claim", "zeros", "valid")
+with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED if deflated else zipfile.ZIP_STORED) as z:
+    if kind in ("slip", "absolute"):
+        z.writestr("good.txt", "good")
+        z.writestr(zipfile.ZipInfo("../../evil.txt" if kind == "slip" else sys.argv[3]), "evil")
+    elif kind == "link-out":
+        link(z, "escape", sys.argv[3])
+        z.writestr("escape/evil.txt", "evil")
+    elif kind == "link-chain":
+        z.writestr("d/keep.txt", "keep")
+        link(z, "d/up", "..")
+        link(z, "x", "d/up/..")
+    elif kind == "link-inside-then-through":
+        z.writestr("real/keep.txt", "keep")
+        link(z, "alias", "real")
+        z.writestr("alias/through.txt", "through")
+    elif kind == "backslash":
+        z.writestr(zipfile.ZipInfo("..\\..\\evil.txt"), "evil")
+    elif kind == "lying-size":
         z.writestr("zeros.bin", bytes(8 << 20))
-    raw = bytearray(open(path, "rb").read())
-    real = struct.pack("<I", 8 << 20)
-    raw = raw.replace(real, struct.pack("<I", 1000))  # both headers now promise 1000 bytes
-    open(path, "wb").write(raw)
-elif kind == "huge-claim":
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+    elif kind == "huge-claim":
         z.writestr("claims.bin", bytes(1 << 20))
-    raw = open(path, "rb").read().replace(struct.pack("<I", 1 << 20), struct.pack("<I", 0xFFFFFF00))
-    open(path, "wb").write(raw)
-elif kind == "long-name":
-    with zipfile.ZipFile(path, "w") as z:
+    elif kind == "long-name":
         z.writestr("a" * 5000, "long")
-elif kind == "deep-name":
-    with zipfile.ZipFile(path, "w") as z:
+    elif kind == "deep-name":
         z.writestr("/".join(["d" * 100] * 50), "deep")
-elif kind == "invalid-utf8":
-    with zipfile.ZipFile(path, "w") as z:
+    elif kind == "invalid-utf8":
         z.writestr("bad_XY_name.txt", "bytes")
-    raw = open(path, "rb").read().replace(b"_XY_", b"_\xff\xfe_")
-    open(path, "wb").write(raw)
-elif kind == "many":
-    with zipfile.ZipFile(path, "w") as z:
+    elif kind == "many":
         for i in range(50):
             z.writestr("f%d.txt" % i, "x")
-elif kind == "zeros":
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+    elif kind == "zeros":
         z.writestr("zeros.bin", bytes(32 << 20))
-elif kind == "valid":
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+    elif kind == "valid":
         for i in range(20):
             z.writestr("file%d.txt" % i, ("line %d\n" % i) * 5000)
+if kind == "lying-size":  # both headers now promise 1000 bytes
+    patch(struct.pack("<I", 8 << 20), struct.pack("<I", 1000))
+elif kind == "huge-claim":
+    patch(struct.pack("<I", 1 << 20), struct.pack("<I", 0xFFFFFF00))
+elif kind == "invalid-utf8":
+    patch(b"_XY_", b"_\xff\xfe_")
 )";
 
 // The layout every hostile case expands in: the archive sits in "box", beside "outside".
