@@ -5,8 +5,8 @@
 #include "naming/ConversionError.h"
 
 #include <QJsonObject>
+#include <QRegularExpression>
 
-#include <cctype>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -41,16 +41,9 @@ void expectReadersAccept(const fs::path& zip) {
 
 // "kelvane-" and an upper-case UUID, as listed by treeOf.
 bool isRunFolder(const std::string& name) {
-    const std::string prefix = "kelvane-";
-    if (name.size() != prefix.size() + 37 || name.rfind(prefix, 0) != 0 || name.back() != '/')
-        return false;
-    for (std::size_t index = 0; index < 36; ++index) {
-        const char c = name[prefix.size() + index];
-        const bool hyphen = index == 8 || index == 13 || index == 18 || index == 23;
-        if (hyphen ? c != '-' : !std::isxdigit(static_cast<unsigned char>(c)) || std::islower(c))
-            return false;
-    }
-    return true;
+    static const QRegularExpression runFolder(
+        QRegularExpression::anchoredPattern("kelvane-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}/"));
+    return runFolder.match(QString::fromStdString(name)).hasMatch();
 }
 
 TEST(Zip, OneFileKeepsItsFullNameAndIsNumberedWhenTaken) {
