@@ -9,9 +9,7 @@ namespace kelvane {
 namespace {
 
 namespace fs = std::filesystem;
-using fixtures::EntrySpec;
 using fixtures::TempFolder;
-using Type = EntrySpec::Type;
 
 // Builds hostile archives byte by byte where no honest writer would go.
 const char* const hostileZips = R"(
