@@ -192,7 +192,7 @@ TEST(PdfPages, EveryPageIsItsWholeMediaBoxUpright) {
     }
 }
 
-TEST(PdfPages, BrokenLockedAndEmptyPdfsFailWithTheirSentenceAndLeaveNoFolder) {
+TEST(PdfPages, BrokenLockedAndEmptyPdfsFailWithTheirSentenceAndABrokenIndexIsRebuilt) {
     TempFolder temp;
     const fs::path locked = writePdf(temp, "Secret.pdf", {{}}, {.locked = true});
     const fs::path empty = writePdf(temp, "Empty.pdf", {});
@@ -208,10 +208,8 @@ TEST(PdfPages, BrokenLockedAndEmptyPdfsFailWithTheirSentenceAndLeaveNoFolder) {
     EXPECT_EQ(pages(cut), "“Cut.pdf” couldn’t be opened as a PDF.");
     EXPECT_EQ(pages(text), "“Notes.pdf” couldn’t be opened as a PDF.");
     EXPECT_EQ(temp.entries(), before);
-}
 
-TEST(PdfPages, ABrokenCrossReferenceTableIsRebuilt) {
-    TempFolder temp;
+    // A broken cross-reference table is rebuilt.
     const fs::path pdf = writePdf(temp, "Xref.pdf", {{}, {}}, {.brokenXref = true});
     ConversionOptions options;
     options.pdfImageDPI = 36;
