@@ -104,7 +104,7 @@ TEST_F(QueueRowTest, TryAgainRequeuesTheSameInputsAsANewJob) {
     EXPECT_EQ(store.jobs()[0].message, failed.message);
 }
 
-TEST_F(QueueRowTest, RemoveFromQueueIsRefusedWhileAJobRuns) {
+TEST_F(QueueRowTest, RemoveFromQueueAndDeleteAreRefusedWhileAJobRuns) {
     store.seedDemo(RecipeGroup::documents); // done, done, running, failed
     openMenu(2);                            // running
     EXPECT_FALSE(menuItem(2, "menuRemove")->property("enabled").toBool());
@@ -142,9 +142,8 @@ TEST_F(QueueRowTest, RemoveFromQueueIsRefusedWhileAJobRuns) {
     QMetaObject::invokeMethod(menuItem(0, "menuRemove"), "triggered");
     ASSERT_EQ(store.jobs().size(), 3u);
     EXPECT_EQ(store.jobs()[0].title(), "Meeting notes.rtf");
-}
 
-TEST_F(QueueRowTest, DeleteRemovesTheSelectedRowOnlyWhenItHasFinished) {
+    // Delete removes the selected row only when it has finished.
     store.seedDemo(RecipeGroup::documents);
     click(row(2)); // running
     QTest::keyClick(window, Qt::Key_Delete);
