@@ -91,7 +91,7 @@ TEST(GifExport, TwoSecondsAtTwelveFpsGiveTwentyFourFramesThatLoopForEver) {
     EXPECT_EQ(reports.back(), 1.0);
 }
 
-TEST(GifExport, FrameRateIsClampedAndWidthScalesDownKeepingTheShape) {
+TEST(GifExport, FrameRateIsClampedAndWidthScalesDownKeepingTheShapeUpright) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=640x360:r=30:d=1 -c:v libx264 Clip.mp4");
     const GifFacts fast =
@@ -109,10 +109,8 @@ TEST(GifExport, FrameRateIsClampedAndWidthScalesDownKeepingTheShape) {
     const GifFacts none =
         readGif(VideoTools::gif(temp / "Clip.mp4", gifOptions(12, 160, 0), [](double) {}));
     EXPECT_EQ(none.images, 1); // no seconds still gives the first frame
-}
 
-TEST(GifExport, PortraitPhoneVideoGivesUprightFrames) {
-    const fixtures::TempFolder temp;
+    // Portrait phone video gives upright frames.
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=640x360:r=10:d=0.5 -c:v libx264 flat.mp4");
     ffmpeg(temp.path(), "-i flat.mp4 -c copy -metadata:s:v:0 rotate=90 Phone.mov");
     const GifFacts facts =
