@@ -159,7 +159,7 @@ TEST(WorkerRunner, AWorkerServesTheNextJobAndOneThatDiedIdleIsReplaced) {
     EXPECT_EQ(started().size(), 2u);
 }
 
-TEST(WorkerProtocol, AJobSurvivesItsLineWhateverTheInputsAreCalled) {
+TEST(WorkerProtocol, JobsPathsAndSentencesSurviveTheirLineWhateverTheirBytes) {
     ConversionOptions options;
     options.quality = 0.33;
     const WorkerProtocol::Job job{
@@ -174,15 +174,13 @@ TEST(WorkerProtocol, AJobSurvivesItsLineWhateverTheInputsAreCalled) {
     EXPECT_EQ(parsed->options, options);
     EXPECT_EQ(parsed->inputs, job.inputs);
     EXPECT_FALSE(WorkerProtocol::parseJob("job 1 2 noSuchRecipe {} /x"));
-}
 
-TEST(WorkerProtocol, PathsWithAnyBytesAndSentencesWithLineBreaksSurviveALine) {
     const fs::path odd = "/tmp/line\nbreak %41 ü\t\"quoted\".mp4";
-    QByteArray line = WorkerProtocol::outputLine(odd);
-    ASSERT_TRUE(line.endsWith('\n'));
-    EXPECT_EQ(line.count('\n'), 1);
-    line.chop(1);
-    const auto output = WorkerProtocol::parse(line);
+    QByteArray outputLine = WorkerProtocol::outputLine(odd);
+    ASSERT_TRUE(outputLine.endsWith('\n'));
+    EXPECT_EQ(outputLine.count('\n'), 1);
+    outputLine.chop(1);
+    const auto output = WorkerProtocol::parse(outputLine);
     ASSERT_TRUE(output);
     EXPECT_EQ(output->output, odd);
 
