@@ -46,7 +46,7 @@ bool isRunFolder(const std::string& name) {
     return runFolder.match(QString::fromStdString(name)).hasMatch();
 }
 
-TEST(Zip, OneFileKeepsItsFullNameAndIsNumberedWhenTaken) {
+TEST(Zip, OneItemKeepsItsNameAndFolderAndIsNumberedWhenTaken) {
     TempFolder temp;
     const auto report = temp.write("Report.pdf", "%PDF-1.4 pretend");
     const fs::path first = ArchiveTools::zip({report}, {});
@@ -56,19 +56,17 @@ TEST(Zip, OneFileKeepsItsFullNameAndIsNumberedWhenTaken) {
     expectReadersAccept(first);
     EXPECT_EQ(namesIn(fixtures::zipEntries(second)), std::vector<std::string>{"Report.pdf"});
     EXPECT_EQ(fixtures::runCommand("unzip", {"-p", first.string()}).output, "%PDF-1.4 pretend");
-}
 
-TEST(Zip, OneFolderKeepsItsFolderAtTheRootWithHiddenAndEmptyFolders) {
-    TempFolder temp;
+    // One folder keeps its folder at the root, with hidden and empty folders.
     temp.write("Photos/a.txt", "a");
     temp.write("Photos/.hidden", "secret");
     temp.write("Photos/sub/b.txt", "b");
     temp.makeFolder("Photos/empty");
     // A trailing slash, as a shell completes folder names, changes nothing.
-    const fs::path zip = ArchiveTools::zip({(temp / "Photos").string() + "/"}, {});
-    EXPECT_EQ(zip, temp / "Photos.zip");
-    expectReadersAccept(zip);
-    EXPECT_EQ(namesIn(fixtures::zipEntries(zip)),
+    const fs::path folder = ArchiveTools::zip({(temp / "Photos").string() + "/"}, {});
+    EXPECT_EQ(folder, temp / "Photos.zip");
+    expectReadersAccept(folder);
+    EXPECT_EQ(namesIn(fixtures::zipEntries(folder)),
               (std::vector<std::string>{"Photos/", "Photos/.hidden", "Photos/a.txt",
                                         "Photos/empty/", "Photos/sub/", "Photos/sub/b.txt"}));
 }
