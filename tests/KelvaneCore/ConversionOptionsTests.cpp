@@ -63,7 +63,7 @@ TEST(ConversionOptions, RoundTripsEveryFieldAndOneChangeTouchesOnlyItsKey) {
     EXPECT_EQ(changed, objectOf(ConversionOptions().toJSON()));
 }
 
-TEST(ConversionOptions, RestoreIsWholeOrNothing) {
+TEST(ConversionOptions, RestoreIsWholeOrNothingButToleratesUnknownKeysAndDecimals) {
     const QJsonObject good = objectOf(customised().toJSON());
     auto without = [&](const char* key) {
         QJsonObject broken = good;
@@ -94,9 +94,8 @@ TEST(ConversionOptions, RestoreIsWholeOrNothing) {
         EXPECT_FALSE(ConversionOptions::fromJSON(json)) << why;
         EXPECT_EQ(ConversionOptions::restored(json), ConversionOptions()) << why;
     }
-}
 
-TEST(ConversionOptions, UnknownKeysAndWholeNumbersWrittenAsDecimalsAreAccepted) {
+    // Unknown keys, and whole numbers written as decimals, are accepted.
     QJsonObject stored = objectOf(customised().toJSON());
     stored["futureSetting"] = "on";
     EXPECT_EQ(ConversionOptions::restored(jsonOf(stored)), customised());

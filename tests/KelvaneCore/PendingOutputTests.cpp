@@ -110,7 +110,7 @@ TEST(PendingOutput, ProcessesRacingForOneNameAllSucceedUnderDifferentNames) {
     EXPECT_TRUE(hiddenEntries(temp).empty());
 }
 
-TEST(PendingOutput, AFailureBeforePublishingLeavesNothingBehind) {
+TEST(PendingOutput, AFailureBeforeOrWhilePublishingLeavesNothingBehind) {
     TempFolder temp;
     try {
         PendingOutput file = PendingOutput::file(temp.path(), "pdf");
@@ -121,6 +121,14 @@ TEST(PendingOutput, AFailureBeforePublishingLeavesNothingBehind) {
         throw std::runtime_error("the encoder gave up");
     } catch (const std::runtime_error&) {
     }
+    EXPECT_TRUE(temp.entries().empty());
+
+    // Publishing into a folder that vanished fails cleanly.
+    const fs::path target = temp.makeFolder("gone") / "result.txt";
+    PendingOutput pending = PendingOutput::file(temp.path(), "txt");
+    fs::remove(temp / "gone");
+    EXPECT_THROW(pending.publish([&] { return target; }), std::system_error);
+    pending.discard();
     EXPECT_TRUE(temp.entries().empty());
 }
 
@@ -146,16 +154,6 @@ TEST(PendingOutput, AKilledWriterLeavesNothingOnceItsLeftoversAreCleared) {
     const PendingOutput mine = PendingOutput::folder(temp.path());
     removeAbandoned(temp.path());
     EXPECT_EQ(temp.entries(), std::vector<std::string>{mine.path().filename().string()});
-}
-
-TEST(PendingOutput, PublishingIntoAVanishedFolderFailsCleanly) {
-    TempFolder temp;
-    const fs::path target = temp.makeFolder("gone") / "result.txt";
-    PendingOutput pending = PendingOutput::file(temp.path(), "txt");
-    fs::remove(temp / "gone");
-    EXPECT_THROW(pending.publish([&] { return target; }), std::system_error);
-    pending.discard();
-    EXPECT_TRUE(temp.entries().empty());
 }
 
 TEST(PendingOutput, FoldersPublishWholeWithoutReplacingAnExistingFolder) {
