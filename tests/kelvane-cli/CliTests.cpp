@@ -105,7 +105,7 @@ TEST(Cli, UsageErrorsExitWithTwoAndNameTheProblem) {
     }
 }
 
-TEST(Cli, ConvertWritesBesideTheInputAndNeverReplaces) {
+TEST(Cli, ConvertWritesBesideTheInputNeverReplacesAndSaysWhyAnInputFailed) {
     kelvane::fixtures::TempFolder temp;
     const QString report =
         QString::fromStdString(temp.write("report.txt", "Quarterly report").string());
@@ -121,10 +121,8 @@ TEST(Cli, ConvertWritesBesideTheInputAndNeverReplaces) {
     const QJsonObject result = jsonArray(second.out)[0].toObject();
     EXPECT_TRUE(result["outputs"].toArray()[0].toString().endsWith("report (converted 2).pdf"));
     EXPECT_TRUE(result["error"].isNull());
-}
 
-TEST(Cli, ConvertExitsWithOneWhenAnInputFailsAndSaysWhy) {
-    kelvane::fixtures::TempFolder temp;
+    // An input that fails makes the exit status 1, with its sentence.
     const QString notes = QString::fromStdString(temp.write("notes.txt", "words").string());
     const QString photo = QString::fromStdString(temp.write("photo.docx", "\x89PNG").string());
     const CliRun run = cli({"convert", "--recipe", "docToTXT", notes, photo});
