@@ -90,7 +90,7 @@ TEST_F(AppearanceTest, FollowsTheSystemPaletteUnlessForced) {
 }
 
 // Decimal units as a file manager counts them; a size line shows both sizes and the change.
-TEST(ByteCount, DecimalUnitsAndSizeLinesWithTheRoundedChange) {
+TEST(JobText, DecimalUnitsSizeLinesAndLabelsThatFallBack) {
     const std::pair<std::int64_t, const char*> counts[] = {
         {1, "1 byte"},    {999, "999 bytes"},      {48300, "48 KB"},
         {999600, "1 MB"}, {147100000, "147.1 MB"}, {1240000000, "1.24 GB"},
@@ -102,9 +102,8 @@ TEST(ByteCount, DecimalUnitsAndSizeLinesWithTheRoundedChange) {
     EXPECT_EQ(JobText::sizeLine(500000, 500000), "500 KB → 500 KB");
     EXPECT_EQ(JobText::sizeLine(0, 984000), "984 KB");
     EXPECT_EQ(JobText::sizeLine(3000, 0), "Zero KB");
-}
 
-TEST(JobTextLabels, FallBackWhenThereIsNothingToName) {
+    // Labels fall back when there is nothing to name.
     Job job(Recipe::toPNG, {"/tmp/a.png"});
     EXPECT_EQ(JobText::doneLabel(job), "Done");
     EXPECT_EQ(JobText::failureLabel(job), "Something went wrong.");
