@@ -137,7 +137,7 @@ TEST_F(StoreTest, FilesTheRecipeCannotTakeFailAtOnceAndCombiningRecipesMakeOneJo
     EXPECT_EQ(store.jobs().front().inputBytes, 4);
 }
 
-TEST_F(StoreTest, AFailingJobCarriesItsSentenceAndOthersGoOn) {
+TEST_F(StoreTest, AFailingJobCarriesItsSentenceOthersGoOnAndItCanBeTriedAgain) {
     store.add({temp.write("fail.txt", "x"), temp.write("fine.txt", "y"), temp.write("z.txt", "z")},
               Recipe::docToPDF);
     gate.release(3);
@@ -146,6 +146,17 @@ TEST_F(StoreTest, AFailingJobCarriesItsSentenceAndOthersGoOn) {
     EXPECT_EQ(store.jobs()[0].message, "It broke.");
     EXPECT_TRUE(store.jobs()[0].outputs.empty());
     EXPECT_EQ(countIn(store, State::done), 2);
+
+    // Trying again runs the job as a new job on top.
+    const QUuid failed = store.jobs()[0].id;
+    store.add({temp.write("other.txt", "2")}, Recipe::docToPDF);
+    gate.release();
+    ASSERT_TRUE(waitUntil([&] { return store.activeCount() == 0; }));
+    store.retry(failed);
+    ASSERT_EQ(store.jobs().size(), 4u);
+    EXPECT_NE(store.jobs()[0].id, failed);
+    EXPECT_EQ(store.jobs()[0].title(), "fail.txt");
+    EXPECT_EQ(store.jobs()[0].state, State::running);
 }
 
 TEST_F(StoreTest, RunningJobsCannotBeRemovedAndRemovedQueuedJobsNeverStart) {
@@ -163,22 +174,6 @@ TEST_F(StoreTest, RunningJobsCannotBeRemovedAndRemovedQueuedJobsNeverStart) {
 
     store.clearFinished();
     EXPECT_TRUE(store.jobs().empty());
-}
-
-TEST_F(StoreTest, RetryRunsTheJobAgainAsANewJobOnTop) {
-    store.add({temp.write("fail-once.txt", "1")}, Recipe::docToPDF);
-    gate.release();
-    ASSERT_TRUE(waitUntil([&] { return store.activeCount() == 0; }));
-    const QUuid first = store.jobs()[0].id;
-    store.add({temp.write("other.txt", "2")}, Recipe::docToPDF);
-    gate.release();
-    ASSERT_TRUE(waitUntil([&] { return store.activeCount() == 0; }));
-
-    store.retry(first);
-    ASSERT_EQ(store.jobs().size(), 2u);
-    EXPECT_NE(store.jobs()[0].id, first);
-    EXPECT_EQ(store.jobs()[0].title(), "fail-once.txt");
-    EXPECT_EQ(store.jobs()[0].state, State::running);
 }
 
 TEST_F(StoreTest, SavedBytesCountOnlyShrinkingConversions) {
