@@ -4,6 +4,7 @@
 #include "fixtures/LongClip.h"
 #include "fixtures/OurWorkers.h"
 #include "fixtures/TempFolder.h"
+#include "fixtures/WaitUntil.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -21,6 +22,7 @@ namespace {
 
 using fixtures::ourWorkers;
 using fixtures::TempFolder;
+using fixtures::waitUntil;
 using State = Job::State;
 namespace fs = std::filesystem;
 
@@ -69,14 +71,6 @@ private:
     std::vector<std::string> started_;
 };
 
-bool waitUntil(const std::function<bool()>& condition) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < 10000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return condition();
-}
-
 int countIn(const Store& store, State state) {
     return static_cast<int>(std::count_if(store.jobs().begin(), store.jobs().end(),
                                           [&](const Job& job) { return job.state == state; }));
@@ -118,7 +112,7 @@ TEST_F(StoreTest, RunsTwoAtATimeAndStartsTheRestAsOthersFinish) {
     EXPECT_DOUBLE_EQ(store.jobs()[0].progress, 1.0);
 }
 
-TEST_F(StoreTest, FilesTheRecipeCannotTakeFailAtOnceWithWhatItNeeds) {
+TEST_F(StoreTest, FilesTheRecipeCannotTakeFailAtOnceAndCombiningRecipesMakeOneJob) {
     store.add({temp.write("a.png", "1"), temp.write("notes.txt", "2"), temp / "missing.png"},
               Recipe::toPNG);
     ASSERT_EQ(store.jobs().size(), 2u);
@@ -128,18 +122,22 @@ TEST_F(StoreTest, FilesTheRecipeCannotTakeFailAtOnceWithWhatItNeeds) {
 
     store.add({temp / "gone.png", temp / "also-gone.txt"}, Recipe::toPNG);
     EXPECT_EQ(store.jobs().size(), 2u);
-}
+    // What a recipe needs names the kinds in code point order.
+    EXPECT_EQ(Store::describe(Recipe(Recipe::toWAV).accepts()), "audio or videos");
+    EXPECT_EQ(Store::describe({FileKind::pdf, FileKind::image}), "PDFs or images");
+    EXPECT_EQ(Store::describe({FileKind::archive}), "zip archives");
+    EXPECT_EQ(Store::describe(FileKindSet::all()), "files");
 
-TEST_F(StoreTest, ACombiningRecipeMakesOneJobForAllItsInputs) {
+    // A combining recipe makes one job for all its inputs.
     store.add({temp.write("1.png", "a"), temp.write("2.png", "b"), temp.write("3.jpg", "c"),
                temp.write("4.heic", "d")},
               Recipe::imagesToPDF);
-    ASSERT_EQ(store.jobs().size(), 1u);
-    EXPECT_EQ(store.jobs()[0].title(), "4 files");
-    EXPECT_EQ(store.jobs()[0].inputBytes, 4);
+    ASSERT_EQ(store.jobs().size(), 3u);
+    EXPECT_EQ(store.jobs().front().title(), "4 files");
+    EXPECT_EQ(store.jobs().front().inputBytes, 4);
 }
 
-TEST_F(StoreTest, AFailingJobCarriesItsSentenceAndOthersGoOn) {
+TEST_F(StoreTest, AFailingJobCarriesItsSentenceOthersGoOnAndItCanBeTriedAgain) {
     store.add({temp.write("fail.txt", "x"), temp.write("fine.txt", "y"), temp.write("z.txt", "z")},
               Recipe::docToPDF);
     gate.release(3);
@@ -148,6 +146,17 @@ TEST_F(StoreTest, AFailingJobCarriesItsSentenceAndOthersGoOn) {
     EXPECT_EQ(store.jobs()[0].message, "It broke.");
     EXPECT_TRUE(store.jobs()[0].outputs.empty());
     EXPECT_EQ(countIn(store, State::done), 2);
+
+    // Trying again runs the job as a new job on top.
+    const QUuid failed = store.jobs()[0].id;
+    store.add({temp.write("other.txt", "2")}, Recipe::docToPDF);
+    gate.release();
+    ASSERT_TRUE(waitUntil([&] { return store.activeCount() == 0; }));
+    store.retry(failed);
+    ASSERT_EQ(store.jobs().size(), 4u);
+    EXPECT_NE(store.jobs()[0].id, failed);
+    EXPECT_EQ(store.jobs()[0].title(), "fail.txt");
+    EXPECT_EQ(store.jobs()[0].state, State::running);
 }
 
 TEST_F(StoreTest, RunningJobsCannotBeRemovedAndRemovedQueuedJobsNeverStart) {
@@ -165,22 +174,6 @@ TEST_F(StoreTest, RunningJobsCannotBeRemovedAndRemovedQueuedJobsNeverStart) {
 
     store.clearFinished();
     EXPECT_TRUE(store.jobs().empty());
-}
-
-TEST_F(StoreTest, RetryRunsTheJobAgainAsANewJobOnTop) {
-    store.add({temp.write("fail-once.txt", "1")}, Recipe::docToPDF);
-    gate.release();
-    ASSERT_TRUE(waitUntil([&] { return store.activeCount() == 0; }));
-    const QUuid first = store.jobs()[0].id;
-    store.add({temp.write("other.txt", "2")}, Recipe::docToPDF);
-    gate.release();
-    ASSERT_TRUE(waitUntil([&] { return store.activeCount() == 0; }));
-
-    store.retry(first);
-    ASSERT_EQ(store.jobs().size(), 2u);
-    EXPECT_NE(store.jobs()[0].id, first);
-    EXPECT_EQ(store.jobs()[0].title(), "fail-once.txt");
-    EXPECT_EQ(store.jobs()[0].state, State::running);
 }
 
 TEST_F(StoreTest, SavedBytesCountOnlyShrinkingConversions) {
@@ -299,13 +292,6 @@ TEST(StoreWithWorkers, ASignalStopsEveryJobLeavesNothingAndQuitsWithZero) {
     std::printf("workers gone %lld ms after SIGTERM\n", static_cast<long long>(timer.elapsed()));
     EXPECT_TRUE(ourWorkers().empty());
     EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
-}
-
-TEST(StoreDescribe, NamesKindsInCodePointOrder) {
-    EXPECT_EQ(Store::describe(Recipe(Recipe::toWAV).accepts()), "audio or videos");
-    EXPECT_EQ(Store::describe({FileKind::pdf, FileKind::image}), "PDFs or images");
-    EXPECT_EQ(Store::describe({FileKind::archive}), "zip archives");
-    EXPECT_EQ(Store::describe(FileKindSet::all()), "files");
 }
 
 TEST(StoreSettings, RecipeAndOptionsSurviveARestartAndBadValuesFallBack) {

@@ -1,16 +1,15 @@
 #include "Worker/WorkerRunner.h"
 #include "engine/ToolFamilies.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/TempFolder.h"
-#include "naming/ConversionError.h"
 
 #include <QColor>
 #include <QImage>
 
-#include <cmath>
-#include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <gtest/gtest.h>
-#include <numbers>
+#include <stdexcept>
 
 namespace kelvane {
 namespace {
@@ -25,29 +24,15 @@ struct FamilyJob {
     std::function<void(const fs::path& output)> check;
 };
 
-void appendLittleEndian(std::string& bytes, std::uint32_t value, int size) {
-    for (int byte = 0; byte < size; ++byte)
-        bytes.push_back(static_cast<char>((value >> (8 * byte)) & 0xff));
-}
-
 // A quarter of a second of a 440 Hz tone, mono, 16-bit, 8 kHz.
-std::string toneWav() {
-    constexpr std::uint32_t rate = 8000, samples = 2000;
-    std::string data;
-    for (std::uint32_t index = 0; index < samples; ++index)
-        appendLittleEndian(data,
-                           static_cast<std::uint16_t>(static_cast<std::int16_t>(
-                               8000 * std::sin(2 * std::numbers::pi * 440 * index / rate))),
-                           2);
-    std::string wav = "RIFF";
-    appendLittleEndian(wav, static_cast<std::uint32_t>(36 + data.size()), 4);
-    wav += "WAVEfmt ";
-    for (const auto& [value, size] :
-         {std::pair{16u, 4}, {1u, 2}, {1u, 2}, {rate, 4}, {rate * 2, 4}, {2u, 2}, {16u, 2}})
-        appendLittleEndian(wav, value, size);
-    wav += "data";
-    appendLittleEndian(wav, static_cast<std::uint32_t>(data.size()), 4);
-    return wav + data;
+fs::path toneWav(const TempFolder& temp) {
+    const fs::path wav = temp / "tone.wav";
+    const std::string command = "ffmpeg -nostdin -v error -y -f lavfi -i sine=f=440:r=8000:d=0.25 "
+                                "-ac 1 -c:a pcm_s16le '" +
+                                wav.string() + "'";
+    if (std::system(command.c_str()) != 0)
+        throw std::runtime_error("ffmpeg could not make tone.wav");
+    return wav;
 }
 
 std::vector<FamilyJob> familyJobs(const TempFolder& temp) {
@@ -61,7 +46,7 @@ std::vector<FamilyJob> familyJobs(const TempFolder& temp) {
              const QImage jpg(QString::fromStdString(output.string()), "JPG");
              EXPECT_EQ(jpg.size(), QSize(64, 48)) << output;
          }},
-        {Recipe::toAIFF, temp.write("tone.wav", toneWav()),
+        {Recipe::toAIFF, toneWav(temp),
          [](const fs::path& output) {
              const std::string aiff = fixtures::readFile(output);
              EXPECT_EQ(aiff.substr(0, 4), "FORM");
@@ -87,12 +72,7 @@ fs::path convert(const WorkerRunner& runner, const FamilyJob& job) {
 }
 
 std::string failureOf(const WorkerRunner& runner, const FamilyJob& job) {
-    try {
-        convert(runner, job);
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "(no failure)";
+    return fixtures::failureOf([&] { convert(runner, job); });
 }
 
 TEST(ToolFamilies, EveryFamilyWorksInAFreshWorkerAndInOneThatServedOthers) {

@@ -1,9 +1,9 @@
 #include "Worker/WorkerProtocol.h"
 #include "Worker/WorkerRunner.h"
 #include "engine/Engine.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
-#include "naming/ConversionError.h"
 
 #include <atomic>
 #include <csignal>
@@ -27,12 +27,7 @@ fs::path fakeWorker(const TempFolder& temp, const std::string& body) {
 
 std::string failureOf(const WorkerRunner& runner, Recipe recipe,
                       const std::vector<fs::path>& inputs) {
-    try {
-        runner(recipe, inputs, ConversionOptions{}, [](double) {});
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "(no failure)";
+    return fixtures::failureOf([&] { runner(recipe, inputs, ConversionOptions{}, [](double) {}); });
 }
 
 TEST(WorkerRunner, ConvertsInAWorkerProcessWithProgress) {
@@ -53,13 +48,9 @@ TEST(WorkerRunner, ConvertsInAWorkerProcessWithProgress) {
 TEST(WorkerRunner, AToolsFailureArrivesWithTheSameSentenceAsInProcess) {
     TempFolder temp;
     const fs::path broken = temp.write("broken.docx", "not a zip at all");
-    std::string inProcess;
-    try {
-        Engine::run(Recipe::docToPDF, {broken}, ConversionOptions{}, [](double) {});
-    } catch (const ConversionError& error) {
-        inProcess = error.message();
-    }
-    ASSERT_FALSE(inProcess.empty());
+    const std::string inProcess = fixtures::failureOf(
+        [&] { Engine::run(Recipe::docToPDF, {broken}, ConversionOptions{}, [](double) {}); });
+    ASSERT_NE(inProcess, "no failure");
     EXPECT_EQ(failureOf(WorkerRunner(), Recipe::docToPDF, {broken}), inProcess);
     EXPECT_EQ(temp.entries(), std::vector<std::string>{"broken.docx"});
 }
@@ -81,23 +72,22 @@ kill -SEGV $$)"));
     EXPECT_EQ(temp.entries(), (std::vector<std::string>{"a.mov", "b.mov", "worker.sh"}));
 }
 
-TEST(WorkerRunner, AWorkerThatEndsWithoutSayingDoneCountsAsCrashed) {
-    TempFolder temp;
-    const fs::path input = temp.write("clip.mov", "x");
-    const WorkerRunner runner(
-        fakeWorker(temp, "read -r job\necho accepted\necho \"output $PWD/x.mp4\"\nexit 0"));
-    EXPECT_EQ(failureOf(runner, Recipe::toMP4, {input}),
-              "“clip.mov” stopped the converter unexpectedly.");
-}
-
-TEST(WorkerRunner, TheWatchdogStopsAHungWorker) {
-    TempFolder temp;
-    const fs::path input = temp.write("clip.mov", "x");
-    WorkerRunner runner(
-        fakeWorker(temp, "read -r job\necho accepted\necho 'progress 0.1'\nexec sleep 600"));
-    runner.setLimits({std::chrono::milliseconds(300), 10, 1u << 30});
-    EXPECT_EQ(failureOf(runner, Recipe::toMP4, {input}),
-              "“clip.mov” took too long to convert and was stopped.");
+// Ways a worker can end after it accepted its job: without saying done, hung (the watchdog
+// stops it) or stopped by its processor-time limit.
+TEST(WorkerRunner, AWorkerThatEndsEarlyOrHangsFailsItsJobWithASentence) {
+    const std::pair<std::string, const char*> endings[] = {
+        {"echo \"output $PWD/x.mp4\"\nexit 0", "“clip.mov” stopped the converter unexpectedly."},
+        {"echo 'progress 0.1'\nexec sleep 600",
+         "“clip.mov” took too long to convert and was stopped."},
+        {"kill -XCPU $$", "“clip.mov” took too long to convert and was stopped."},
+    };
+    for (const auto& [ending, sentence] : endings) {
+        TempFolder temp;
+        const fs::path input = temp.write("clip.mov", "x");
+        WorkerRunner runner(fakeWorker(temp, "read -r job\necho accepted\n" + ending));
+        runner.setLimits({std::chrono::milliseconds(300), 10, 1u << 30});
+        EXPECT_EQ(failureOf(runner, Recipe::toMP4, {input}), sentence) << ending;
+    }
 }
 
 TEST(WorkerRunner, AWorkerStillComputingIsNotTakenForAHungOne) {
@@ -114,14 +104,6 @@ TEST(WorkerRunner, AWorkerStillComputingIsNotTakenForAHungOne) {
     runner.setLimits({std::chrono::milliseconds(250), 60, 1u << 30});
     const auto outputs = runner(Recipe::toJPG, {input}, ConversionOptions{}, [](double) {});
     EXPECT_EQ(outputs, std::vector<fs::path>{output});
-}
-
-TEST(WorkerRunner, AWorkerStoppedByItsCpuLimitTookTooLong) {
-    TempFolder temp;
-    const fs::path input = temp.write("endless.mov", "x");
-    const WorkerRunner runner(fakeWorker(temp, "read -r job\necho accepted\nkill -XCPU $$"));
-    EXPECT_EQ(failureOf(runner, Recipe::toMP4, {input}),
-              "“endless.mov” took too long to convert and was stopped.");
 }
 
 TEST(WorkerRunner, TheWorkerGetsItsLimitsAndAPrivateTemporaryFolder) {
@@ -177,7 +159,7 @@ TEST(WorkerRunner, AWorkerServesTheNextJobAndOneThatDiedIdleIsReplaced) {
     EXPECT_EQ(started().size(), 2u);
 }
 
-TEST(WorkerProtocol, AJobSurvivesItsLineWhateverTheInputsAreCalled) {
+TEST(WorkerProtocol, JobsPathsAndSentencesSurviveTheirLineWhateverTheirBytes) {
     ConversionOptions options;
     options.quality = 0.33;
     const WorkerProtocol::Job job{
@@ -192,15 +174,13 @@ TEST(WorkerProtocol, AJobSurvivesItsLineWhateverTheInputsAreCalled) {
     EXPECT_EQ(parsed->options, options);
     EXPECT_EQ(parsed->inputs, job.inputs);
     EXPECT_FALSE(WorkerProtocol::parseJob("job 1 2 noSuchRecipe {} /x"));
-}
 
-TEST(WorkerProtocol, PathsWithAnyBytesAndSentencesWithLineBreaksSurviveALine) {
     const fs::path odd = "/tmp/line\nbreak %41 ü\t\"quoted\".mp4";
-    QByteArray line = WorkerProtocol::outputLine(odd);
-    ASSERT_TRUE(line.endsWith('\n'));
-    EXPECT_EQ(line.count('\n'), 1);
-    line.chop(1);
-    const auto output = WorkerProtocol::parse(line);
+    QByteArray outputLine = WorkerProtocol::outputLine(odd);
+    ASSERT_TRUE(outputLine.endsWith('\n'));
+    EXPECT_EQ(outputLine.count('\n'), 1);
+    outputLine.chop(1);
+    const auto output = WorkerProtocol::parse(outputLine);
     ASSERT_TRUE(output);
     EXPECT_EQ(output->output, odd);
 

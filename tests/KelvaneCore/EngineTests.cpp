@@ -1,6 +1,6 @@
 #include "engine/Engine.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/TempFolder.h"
-#include "naming/ConversionError.h"
 
 #include <gtest/gtest.h>
 #include <mutex>
@@ -30,32 +30,22 @@ private:
 };
 
 std::string failureOf(Recipe recipe, const std::vector<fs::path>& inputs, ProgressLog& log) {
-    try {
-        Engine::run(recipe, inputs, {}, log.callback());
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no error";
+    return fixtures::failureOf([&] { Engine::run(recipe, inputs, {}, log.callback()); });
 }
 
-TEST(Engine, NothingToConvertFailsBeforeAnyProgress) {
+TEST(Engine, NoInputOrOneOfTheWrongKindFailsBeforeAnyProgressOrWrite) {
+    TempFolder temp;
     ProgressLog log;
     EXPECT_EQ(failureOf(Recipe::docToPDF, {}, log), "Nothing to convert.");
-    EXPECT_TRUE(log.reports().empty());
-}
-
-TEST(Engine, AnInputOfTheWrongKindIsNamedBeforeAnythingIsWritten) {
-    TempFolder temp;
     const std::vector<fs::path> inputs = {temp.write("a.txt", "a"), temp.write("b.txt", "b"),
                                           temp.write("photo.png", "p"), temp.write("c.txt", "c")};
-    ProgressLog log;
     EXPECT_EQ(failureOf(Recipe::docToHTML, inputs, log),
               "Convert to HTML doesn’t work with “photo.png”.");
     EXPECT_TRUE(log.reports().empty());
     EXPECT_EQ(temp.entries().size(), 4u);
 }
 
-TEST(Engine, ResultsComeInInputOrderWithProgressFromZeroToOne) {
+TEST(Engine, ResultsComeInInputOrderWithProgressAndTheFirstFailureEndsTheRun) {
     TempFolder temp;
     const std::vector<fs::path> inputs = {temp.write("one.txt", "1"), temp.write("two.md", "2"),
                                           temp.write("three.htm", "<p>3</p>")};
@@ -70,19 +60,17 @@ TEST(Engine, ResultsComeInInputOrderWithProgressFromZeroToOne) {
     EXPECT_EQ(reports.front(), 0.0);
     EXPECT_EQ(reports.back(), 1.0);
     EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
-}
 
-TEST(Engine, TheFirstFailureEndsTheRunAndKeepsEarlierResults) {
-    TempFolder temp;
-    const std::vector<fs::path> inputs = {temp.write("good.txt", "fine"),
-                                          temp.write("bad.docx", "\x89PNG\r\n\x1a\n"),
-                                          temp.write("later.txt", "never reached")};
-    ProgressLog log;
-    EXPECT_EQ(failureOf(Recipe::docToTXT, inputs, log),
+    // The first failure ends the run and keeps the results before it.
+    const std::vector<fs::path> failing = {temp.write("good.txt", "fine"),
+                                           temp.write("bad.docx", "\x89PNG\r\n\x1a\n"),
+                                           temp.write("later.txt", "never reached")};
+    ProgressLog failingLog;
+    EXPECT_EQ(failureOf(Recipe::docToTXT, failing, failingLog),
               "“bad.docx” couldn’t be read as a document.");
     EXPECT_TRUE(fs::exists(temp / "good (converted).txt"));
     EXPECT_FALSE(fs::exists(temp / "later (converted).txt"));
-    EXPECT_EQ(log.reports().back(), 1.0);
+    EXPECT_EQ(failingLog.reports().back(), 1.0);
 }
 
 } // namespace

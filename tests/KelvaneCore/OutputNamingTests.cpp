@@ -19,17 +19,11 @@ TEST(OutputNaming, DerivedNamesCountUpPastEveryTakenName) {
     const fs::path input = temp.write("a.jpg", "x");
     EXPECT_EQ(OutputNaming::url(input, "png"), temp / "a (converted).png");
 
-    temp.write("a (converted).png", "");
-    temp.write("a (converted 2).png", "");
-    EXPECT_EQ(nameOf(OutputNaming::url(input, "png")), "a (converted 3).png");
-}
-
-TEST(OutputNaming, FoldersAndDanglingLinksCountAsTaken) {
-    TempFolder temp;
-    const fs::path input = temp.write("a.jpg", "x");
+    // Files, folders and dangling links all take a name.
     temp.makeFolder("a (converted).png");
     fs::create_symlink(temp / "nowhere", temp / "a (converted 2).png");
-    EXPECT_EQ(nameOf(OutputNaming::url(input, "png")), "a (converted 3).png");
+    temp.write("a (converted 3).png", "");
+    EXPECT_EQ(nameOf(OutputNaming::url(input, "png")), "a (converted 4).png");
 }
 
 TEST(OutputNaming, ExtensionIsReplacedKeptOrDropped) {
@@ -40,13 +34,9 @@ TEST(OutputNaming, ExtensionIsReplacedKeptOrDropped) {
     EXPECT_EQ(nameOf(OutputNaming::url(temp / "Report.pdf", "", "pages")), "Report (pages)");
     EXPECT_EQ(nameOf(OutputNaming::url(temp / "Holiday photo.final.jpg", "png", "resized")),
               "Holiday photo.final (resized).png");
-}
-
-TEST(OutputNaming, GivenDirectoryWinsOverTheInputsFolder) {
-    TempFolder elsewhere;
-    const fs::path result =
-        OutputNaming::url("/somewhere/else/Beach.heic", "jpg", "converted", elsewhere.path());
-    EXPECT_EQ(result, elsewhere / "Beach (converted).jpg");
+    // A given folder wins over the input's.
+    EXPECT_EQ(OutputNaming::url("/somewhere/else/Beach.heic", "jpg", "converted", temp.path()),
+              temp / "Beach (converted).jpg");
 }
 
 TEST(OutputNaming, OwnNamesAreNumberedWithoutParentheses) {
@@ -63,7 +53,7 @@ TEST(OutputNaming, NamesLongInBytesAreCutOnACharacterBoundaryToFit) {
     TempFolder temp;
     std::string chinese;
     for (int i = 0; i < 84; ++i)
-        chinese += "文"; // 3 bytes each: 252 bytes
+        chinese += "文";                                     // 3 bytes each: 252 bytes
     const fs::path input = temp.write(chinese + ".md", "x"); // 255 bytes, the most there is
     const fs::path first = OutputNaming::url(input, "html");
     const std::string name = nameOf(first);

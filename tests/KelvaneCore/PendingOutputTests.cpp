@@ -110,7 +110,7 @@ TEST(PendingOutput, ProcessesRacingForOneNameAllSucceedUnderDifferentNames) {
     EXPECT_TRUE(hiddenEntries(temp).empty());
 }
 
-TEST(PendingOutput, AFailureBeforePublishingLeavesNothingBehind) {
+TEST(PendingOutput, AFailureBeforeOrWhilePublishingLeavesNothingBehind) {
     TempFolder temp;
     try {
         PendingOutput file = PendingOutput::file(temp.path(), "pdf");
@@ -121,6 +121,14 @@ TEST(PendingOutput, AFailureBeforePublishingLeavesNothingBehind) {
         throw std::runtime_error("the encoder gave up");
     } catch (const std::runtime_error&) {
     }
+    EXPECT_TRUE(temp.entries().empty());
+
+    // Publishing into a folder that vanished fails cleanly.
+    const fs::path target = temp.makeFolder("gone") / "result.txt";
+    PendingOutput pending = PendingOutput::file(temp.path(), "txt");
+    fs::remove(temp / "gone");
+    EXPECT_THROW(pending.publish([&] { return target; }), std::system_error);
+    pending.discard();
     EXPECT_TRUE(temp.entries().empty());
 }
 
@@ -148,16 +156,6 @@ TEST(PendingOutput, AKilledWriterLeavesNothingOnceItsLeftoversAreCleared) {
     EXPECT_EQ(temp.entries(), std::vector<std::string>{mine.path().filename().string()});
 }
 
-TEST(PendingOutput, PublishingIntoAVanishedFolderFailsCleanly) {
-    TempFolder temp;
-    const fs::path target = temp.makeFolder("gone") / "result.txt";
-    PendingOutput pending = PendingOutput::file(temp.path(), "txt");
-    fs::remove(temp / "gone");
-    EXPECT_THROW(pending.publish([&] { return target; }), std::system_error);
-    pending.discard();
-    EXPECT_TRUE(temp.entries().empty());
-}
-
 TEST(PendingOutput, FoldersPublishWholeWithoutReplacingAnExistingFolder) {
     TempFolder temp;
     temp.write("Report (pages)/mine.txt", "keep me");
@@ -171,7 +169,7 @@ TEST(PendingOutput, FoldersPublishWholeWithoutReplacingAnExistingFolder) {
     EXPECT_EQ(readFile(temp / "Report (pages)/mine.txt"), "keep me");
 }
 
-TEST(PendingOutput, ResultsGetOrdinaryPermissionsNotPrivateTemporaryOnes) {
+TEST(PendingOutput, ResultsGetOrdinaryPermissionsAndKeepTheTimesAppliedBeforePublishing) {
     TempFolder temp;
     const fs::path file = publishBytes("x", temp.path(), "txt", [&] { return temp / "r.txt"; });
     PendingOutput folder = PendingOutput::folder(temp.path());
@@ -185,10 +183,8 @@ TEST(PendingOutput, ResultsGetOrdinaryPermissionsNotPrivateTemporaryOnes) {
     ASSERT_EQ(::stat(published.c_str(), &folderStatus), 0);
     EXPECT_EQ(fileStatus.st_mode & 0777, 0666 & ~mask);
     EXPECT_EQ(folderStatus.st_mode & 0777, 0777 & ~mask);
-}
 
-TEST(PendingOutput, APublishedResultKeepsTheTimesAppliedBeforePublishing) {
-    TempFolder temp;
+    // Times applied before publishing stay on the published result.
     const fs::path input = temp.write("old.txt", "x");
     const timespec past[2] = {{1'000'000'000, 0}, {1'200'000'000, 500}};
     ASSERT_EQ(::utimensat(AT_FDCWD, input.c_str(), past, 0), 0);
@@ -197,10 +193,10 @@ TEST(PendingOutput, APublishedResultKeepsTheTimesAppliedBeforePublishing) {
     PendingOutput pending = PendingOutput::file(temp.path(), "txt");
     std::ofstream(pending.path()) << "converted";
     times.applyTo(pending.path());
-    const fs::path published = pending.publish([&] { return OutputNaming::url(input, "txt"); });
+    const fs::path dated = pending.publish([&] { return OutputNaming::url(input, "txt"); });
 
     struct stat status {};
-    ASSERT_EQ(::stat(published.c_str(), &status), 0);
+    ASSERT_EQ(::stat(dated.c_str(), &status), 0);
     EXPECT_EQ(status.st_mtim.tv_sec, 1'200'000'000);
     EXPECT_EQ(status.st_mtim.tv_nsec, 500);
     EXPECT_THROW(FileTimes::of(temp / "missing.txt"), std::system_error);

@@ -41,19 +41,16 @@ TEST(Recipe, RawValuesAreTheCaseNamesAndDecodeCaseSensitively) {
     EXPECT_FALSE(RecipeGroup::fromRawValue("documents"));
 }
 
-TEST(Recipe, OnlyRecipesThatKeepTheFormatOrWriteAFolderHaveNoOutputExtension) {
+TEST(Recipe, OnlyFolderOrSameFormatRecipesLackAnExtensionAndOnlyTwoCombineInputs) {
     const std::set<Recipe::Value> withoutExtension = {
         Recipe::resize, Recipe::stripMetadata, Recipe::pdfToPNG, Recipe::pdfToJPG, Recipe::unzip};
-    for (Recipe recipe : Recipe::allCases())
+    for (Recipe recipe : Recipe::allCases()) {
         EXPECT_EQ(!recipe.outputExtension().has_value(), withoutExtension.count(recipe) == 1)
             << recipe.rawValue();
-    EXPECT_EQ(Recipe(Recipe::shrink).outputExtension(), "jpg");
-}
-
-TEST(Recipe, OnlyImagesToPdfAndZipCombineInputs) {
-    for (Recipe recipe : Recipe::allCases())
         EXPECT_EQ(recipe.combinesInputs(), recipe == Recipe::imagesToPDF || recipe == Recipe::zip)
             << recipe.rawValue();
+    }
+    EXPECT_EQ(Recipe(Recipe::shrink).outputExtension(), "jpg");
 }
 
 TEST(Recipe, AcceptedKindsFollowWhatEachToolCanRead) {
@@ -90,23 +87,16 @@ TEST(Recipe, EveryRecipeHasATitleASentenceAndASymbol) {
     }
 }
 
-TEST(FormatMB, BelowOneMegabyteCountsKilobytesRoundedHalfAway) {
-    EXPECT_EQ(Recipe::formatMB(0.0), "0 KB");
-    EXPECT_EQ(Recipe::formatMB(0.25), "250 KB");
-    EXPECT_EQ(Recipe::formatMB(0.5), "500 KB");
-    EXPECT_EQ(Recipe::formatMB(0.0005), "1 KB");
-    EXPECT_EQ(Recipe::formatMB(0.0004), "0 KB");
-    EXPECT_EQ(Recipe::formatMB(0.9995), "1000 KB");
-}
-
-TEST(FormatMB, WholeMegabytesHaveNoDecimalsAndOthersHaveOne) {
-    EXPECT_EQ(Recipe::formatMB(1.0), "1 MB");
-    EXPECT_EQ(Recipe::formatMB(10.0), "10 MB");
-    EXPECT_EQ(Recipe::formatMB(25.0), "25 MB");
-    EXPECT_EQ(Recipe::formatMB(1.5), "1.5 MB");
-    EXPECT_EQ(Recipe::formatMB(2.5), "2.5 MB");
-    EXPECT_EQ(Recipe::formatMB(9.99), "10.0 MB");
-    EXPECT_EQ(Recipe::formatMB(1.04), "1.0 MB");
+// Kilobytes below one megabyte, rounded half away; whole megabytes bare, others with one decimal.
+TEST(FormatMB, KilobytesBelowOneMegabyteAndOneDecimalAbove) {
+    const std::pair<double, const char*> table[] = {
+        {0.0, "0 KB"},    {0.25, "250 KB"},    {0.5, "500 KB"}, {0.0005, "1 KB"},
+        {0.0004, "0 KB"}, {0.9995, "1000 KB"}, {1.0, "1 MB"},   {10.0, "10 MB"},
+        {25.0, "25 MB"},  {1.5, "1.5 MB"},     {2.5, "2.5 MB"}, {9.99, "10.0 MB"},
+        {1.04, "1.0 MB"},
+    };
+    for (const auto& [megabytes, text] : table)
+        EXPECT_EQ(Recipe::formatMB(megabytes), text) << megabytes;
 }
 
 } // namespace

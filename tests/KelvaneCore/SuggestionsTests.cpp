@@ -1,6 +1,7 @@
 #include "catalogue/Recipe.h"
 
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace kelvane {
 namespace {
@@ -16,63 +17,54 @@ std::vector<std::string_view> suggested(std::vector<std::filesystem::path> urls)
 
 using Names = std::vector<std::string_view>;
 
-TEST(Suggestions, OneImageLeavesOutItsOwnFormatAndOffersPdfLast) {
-    EXPECT_EQ(suggested({"photo.png"}),
-              (Names{"toJPG", "shrink", "toHEIC", "resize", "stripMetadata", "toTIFF", "toGIF",
-                     "toBMP", "imagesToPDF", "zip"}));
-    EXPECT_EQ(suggested({"scan.JPEG"}),
-              (Names{"toPNG", "shrink", "toHEIC", "resize", "stripMetadata", "toTIFF", "toGIF",
-                     "toBMP", "imagesToPDF", "zip"}));
+// One image leaves out its own format and offers the PDF last; several keep the table's order
+// and drop what any of them already is; a single archive only expands; mixed kinds, folders
+// and unknown files get zip only.
+TEST(Suggestions, FollowTheKindsAndFormatsOfTheFiles) {
+    const std::pair<std::vector<std::filesystem::path>, Names> table[] = {
+        {{"photo.png"},
+         {"toJPG", "shrink", "toHEIC", "resize", "stripMetadata", "toTIFF", "toGIF", "toBMP",
+          "imagesToPDF", "zip"}},
+        {{"scan.JPEG"},
+         {"toPNG", "shrink", "toHEIC", "resize", "stripMetadata", "toTIFF", "toGIF", "toBMP",
+          "imagesToPDF", "zip"}},
+        {{"a.png", "b.jpg"},
+         {"shrink", "toHEIC", "resize", "stripMetadata", "imagesToPDF", "toTIFF", "toGIF", "toBMP",
+          "zip"}},
+        {{"a.heic", "b.tif"},
+         {"toPNG", "toJPG", "shrink", "resize", "stripMetadata", "imagesToPDF", "toGIF", "toBMP",
+          "zip"}},
+        {{"clip.mp4"}, {"toMOV", "videoToGIF", "extractAudio", "toWAV", "zip"}},
+        {{"clip.mov"},
+         {"toMP4", "video720", "video1080", "videoHEVC", "videoToGIF", "extractAudio", "toWAV",
+          "zip"}},
+        {{"song.m4a"}, {"toWAV", "toAIFF", "toCAF", "zip"}},
+        {{"report.pdf"}, {"pdfToPNG", "pdfToJPG", "zip"}},
+        {{"notes.txt"}, {"docToPDF", "docToDOCX", "docToRTF", "docToHTML", "docToODT", "zip"}},
+        {{"notes.text", "page.htm"}, {"docToPDF", "docToDOCX", "docToRTF", "docToODT", "zip"}},
+        {{"bundle.zip"}, {"unzip"}},
+        {{"a.zip", "b.ZIP"}, {"unzip", "zip"}},
+        {{"a.jpg", "report.pdf"}, {"zip"}},
+        {{"/home/me/Holiday"}, {"zip"}},
+        {{"data.bin"}, {"zip"}},
+        {{"drawing.svg", "b.png"}, {"zip"}},
+        {{}, {}},
+    };
+    for (const auto& [files, names] : table)
+        EXPECT_EQ(suggested(files), names) << (files.empty() ? "" : files.front().string());
 }
 
-TEST(Suggestions, SeveralImagesKeepTableOrderAndDropRecipesAnyOfThemAlreadyIs) {
-    EXPECT_EQ(suggested({"a.png", "b.jpg"}),
-              (Names{"shrink", "toHEIC", "resize", "stripMetadata", "imagesToPDF", "toTIFF",
-                     "toGIF", "toBMP", "zip"}));
-    EXPECT_EQ(suggested({"a.heic", "b.tif"}),
-              (Names{"toPNG", "toJPG", "shrink", "resize", "stripMetadata", "imagesToPDF", "toGIF",
-                     "toBMP", "zip"}));
-}
-
-TEST(Suggestions, HeifIsNotHeicForFormatComparison) {
-    EXPECT_TRUE(R(R::toHEIC).fits("photo.heif"));
-    EXPECT_FALSE(R(R::toHEIC).fits("photo.HEIC"));
-}
-
-TEST(Suggestions, VideosAudioDocumentsAndPdfs) {
-    EXPECT_EQ(suggested({"clip.mp4"}),
-              (Names{"toMOV", "videoToGIF", "extractAudio", "toWAV", "zip"}));
-    EXPECT_EQ(suggested({"clip.mov"}), (Names{"toMP4", "video720", "video1080", "videoHEVC",
-                                              "videoToGIF", "extractAudio", "toWAV", "zip"}));
-    EXPECT_EQ(suggested({"song.m4a"}), (Names{"toWAV", "toAIFF", "toCAF", "zip"}));
-    EXPECT_EQ(suggested({"report.pdf"}), (Names{"pdfToPNG", "pdfToJPG", "zip"}));
-    EXPECT_EQ(suggested({"notes.txt"}),
-              (Names{"docToPDF", "docToDOCX", "docToRTF", "docToHTML", "docToODT", "zip"}));
-    EXPECT_EQ(suggested({"notes.text", "page.htm"}),
-              (Names{"docToPDF", "docToDOCX", "docToRTF", "docToODT", "zip"}));
-}
-
-TEST(Suggestions, ASingleArchiveIsOfferedExpandingOnlyButSeveralCanAlsoBeZipped) {
-    EXPECT_EQ(suggested({"bundle.zip"}), (Names{"unzip"}));
-    EXPECT_EQ(suggested({"a.zip", "b.ZIP"}), (Names{"unzip", "zip"}));
-}
-
-TEST(Suggestions, MixedKindsFoldersAndUnknownFilesGetZipOnly) {
-    EXPECT_EQ(suggested({"a.jpg", "report.pdf"}), (Names{"zip"}));
-    EXPECT_EQ(suggested({"/home/me/Holiday"}), (Names{"zip"}));
-    EXPECT_EQ(suggested({"data.bin"}), (Names{"zip"}));
-    EXPECT_EQ(suggested({"drawing.svg", "b.png"}), (Names{"zip"}));
-    EXPECT_TRUE(suggested({}).empty());
-}
-
-TEST(Suggestions, FitsNeedsAnAcceptedKindFirst) {
-    EXPECT_FALSE(R(R::toPNG).fits("notes.txt"));
-    EXPECT_FALSE(R(R::docToPDF).fits("scan.pdf"));
-    EXPECT_TRUE(R(R::shrink).fits("photo.jpg"));
-    EXPECT_TRUE(R(R::resize).fits("photo.png"));
-    EXPECT_TRUE(R(R::zip).fits("anything.weird"));
-    EXPECT_TRUE(R(R::toWAV).fits("clip.mkv"));
-    EXPECT_FALSE(R(R::toWAV).fits("song.WAV"));
+// A recipe fits a file of a kind it accepts, in a format other than its own (HEIF is not HEIC).
+TEST(Suggestions, FitsNeedsAnAcceptedKindAndAnotherFormat) {
+    const std::tuple<Recipe::Value, const char*, bool> table[] = {
+        {R::toHEIC, "photo.heif", true},  {R::toHEIC, "photo.HEIC", false},
+        {R::toPNG, "notes.txt", false},   {R::docToPDF, "scan.pdf", false},
+        {R::shrink, "photo.jpg", true},   {R::resize, "photo.png", true},
+        {R::zip, "anything.weird", true}, {R::toWAV, "clip.mkv", true},
+        {R::toWAV, "song.WAV", false},
+    };
+    for (const auto& [recipe, file, fits] : table)
+        EXPECT_EQ(R(recipe).fits(file), fits) << file;
 }
 
 } // namespace

@@ -4,14 +4,15 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <unistd.h>
 
-// Shared by every fuzz target: a QGuiApplication for fonts and text layout, and a scratch
-// file for readers that take a path. Kept in memory-backed /dev/shm when it exists, so a
-// million iterations do not wear a disk.
+// Shared by the document readers' fuzz targets: a QGuiApplication for fonts and text layout,
+// started before the first input, and a scratch file for readers that take a path. Kept in
+// memory-backed /dev/shm when it exists, so a million iterations do not wear a disk.
 namespace kelvane::fuzz {
 
 inline void startApplication() {
@@ -43,4 +44,19 @@ private:
     std::filesystem::path path_;
 };
 
+// Any exception is a refusal the user sees as a sentence; only crashes, leaks, undefined
+// behaviour and hangs are findings.
+template <typename Read> int readAsTheUserWould(Read read) {
+    try {
+        read();
+    } catch (const std::exception&) {
+    }
+    return 0;
+}
+
 } // namespace kelvane::fuzz
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    kelvane::fuzz::startApplication();
+    return 0;
+}

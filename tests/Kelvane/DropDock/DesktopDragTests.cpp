@@ -158,16 +158,26 @@ void expectOffersFor(const DockModel& shown, const std::vector<std::filesystem::
     EXPECT_TRUE(std::equal(shown.recipes().begin(), shown.recipes().end(), suggested.begin()));
 }
 
-TEST(DesktopDrag, AFileDraggedElsewhereSlidesTheDockInAndADropOnTheSecondTileQueuesIt) {
-    if (desktop.server == 0)
-        GTEST_SKIP() << "Skipped: " << desktop.whyNot;
+// Skipped where no X server could be started; a source still running at the end is killed.
+struct DesktopDrag : ::testing::Test {
+    void SetUp() override {
+        if (desktop.server == 0)
+            GTEST_SKIP() << "Skipped: " << desktop.whyNot;
+    }
+    ~DesktopDrag() override {
+        source.kill();
+        source.waitForFinished();
+    }
     fixtures::TempFolder temp;
+    QProcess source;
+};
+
+TEST_F(DesktopDrag, AFileDraggedElsewhereSlidesTheDockInAndADropOnTheSecondTileQueuesIt) {
     const auto photo = temp.write("Holiday.png", "png");
     WatchingDock watching;
     DesktopDock& dock = *watching.dock;
     ASSERT_TRUE(dock.watching()) << dock.unavailableReason().toStdString();
 
-    QProcess source;
     const QPoint start = startSource(source, {QString::fromStdString(photo.string())});
     ASSERT_FALSE(start.isNull()) << "the drag source never showed";
     xdotool(pressAt(start) + glide(start, start + QPoint(200, 40)));
@@ -195,15 +205,10 @@ TEST(DesktopDrag, AFileDraggedElsewhereSlidesTheDockInAndADropOnTheSecondTileQue
     EXPECT_EQ(shown.acceptedTitle(), QString::fromUtf8(suggested[1].title()));
     EXPECT_EQ(nextLine(source), QByteArray("dropped 1")) << "taken as a copy";
     EXPECT_TRUE(waitUntil([&] { return !dock.visible(); })) << "the dock did not slide out";
-    source.kill();
-    source.waitForFinished();
 }
 
 // Sources hand long lists out in pieces; one that never stops is given up on.
-TEST(DesktopDrag, AThousandFilesSentInPiecesAreOfferedAndAnEndlessListShowsNothing) {
-    if (desktop.server == 0)
-        GTEST_SKIP() << "Skipped: " << desktop.whyNot;
-    fixtures::TempFolder temp;
+TEST_F(DesktopDrag, AThousandFilesSentInPiecesAreOfferedAndAnEndlessListShowsNothing) {
     std::vector<std::filesystem::path> files;
     QStringList arguments{QStringLiteral("--in-pieces")};
     const std::string longName(180, 'a');
@@ -226,7 +231,6 @@ TEST(DesktopDrag, AThousandFilesSentInPiecesAreOfferedAndAnEndlessListShowsNothi
     endless.kill();
     endless.waitForFinished();
 
-    QProcess source;
     start = startSource(source, arguments);
     ASSERT_FALSE(start.isNull());
     xdotool(pressAt(start) + glide(start, start + QPoint(200, 40)));
@@ -235,14 +239,9 @@ TEST(DesktopDrag, AThousandFilesSentInPiecesAreOfferedAndAnEndlessListShowsNothi
     EXPECT_GT(nextLine(source).sliced(7).toInt(), 1) << "the list came in one piece";
     xdotool(releaseWith());
     EXPECT_TRUE(waitUntil([&] { return !dock.visible(); }));
-    source.kill();
-    source.waitForFinished();
 }
 
-TEST(DesktopDrag, WithTheButtonsSwappedForTheLeftHandTheRightButtonDrags) {
-    if (desktop.server == 0)
-        GTEST_SKIP() << "Skipped: " << desktop.whyNot;
-    fixtures::TempFolder temp;
+TEST_F(DesktopDrag, WithTheButtonsSwappedForTheLeftHandTheRightButtonDrags) {
     const auto photo = temp.write("Holiday.png", "png");
     Display* display = XOpenDisplay(nullptr);
     ASSERT_NE(display, nullptr);
@@ -261,22 +260,16 @@ TEST(DesktopDrag, WithTheButtonsSwappedForTheLeftHandTheRightButtonDrags) {
         XCloseDisplay(display);
     });
 
-    QProcess source;
     const QPoint start = startSource(source, {QString::fromStdString(photo.string())});
     xdotool(pressAt(start, 3) + glide(start, start + QPoint(200, 40)));
     EXPECT_TRUE(waitUntil([&] { return dock.visible(); })) << "the dock did not appear";
     xdotool(releaseWith(3));
     EXPECT_TRUE(waitUntil([&] { return !dock.visible(); })) << "the release was not seen";
-    source.kill();
-    source.waitForFinished();
 }
 
 // Under XWayland drags between Wayland apps can't be seen: the tab kept open at the edge
 // takes the drop instead, through the display's own drag and drop.
-TEST(DesktopDrag, InAWaylandSessionTheTabKeptOpenWidensOnADragAndADropOnItQueues) {
-    if (desktop.server == 0)
-        GTEST_SKIP() << "Skipped: " << desktop.whyNot;
-    fixtures::TempFolder temp;
+TEST_F(DesktopDrag, InAWaylandSessionTheTabKeptOpenWidensOnADragAndADropOnItQueues) {
     const auto photo = temp.write("Beach.jpg", "jpeg");
     setenv("WAYLAND_DISPLAY", "wayland-kelvane-test", 1);
     const auto leaveWayland = qScopeGuard([] { unsetenv("WAYLAND_DISPLAY"); });
@@ -289,7 +282,6 @@ TEST(DesktopDrag, InAWaylandSessionTheTabKeptOpenWidensOnADragAndADropOnItQueues
     ASSERT_NE(tab, nullptr);
     ASSERT_TRUE(waitUntil([&] { return tab->isExposed(); }));
 
-    QProcess source;
     const QPoint start = startSource(source, {QString::fromStdString(photo.string())});
     ASSERT_FALSE(start.isNull());
     const QPoint onTab = tab->geometry().center();
@@ -311,8 +303,6 @@ TEST(DesktopDrag, InAWaylandSessionTheTabKeptOpenWidensOnADragAndADropOnItQueues
     EXPECT_TRUE(store.jobs()[0].fromDock);
     EXPECT_EQ(nextLine(source), QByteArray("dropped 1")) << "taken as a copy";
     EXPECT_TRUE(waitUntil([&] { return !dock.visible(); })) << "the tab did not narrow";
-    source.kill();
-    source.waitForFinished();
 }
 
 } // namespace

@@ -3,9 +3,9 @@
 #include "DropDock/DockClock.h"
 #include "DropDock/DockPanel.h"
 #include "DropDock/DragSource.h"
+#include "fixtures/WaitUntil.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QQuickItem>
 
 #include <map>
@@ -135,14 +135,7 @@ private:
     double opacity_ = 0;
 };
 
-// Runs the event loop until the condition holds or ten seconds pass.
-inline bool waitUntil(const std::function<bool()>& condition) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < 10000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return condition();
-}
+using fixtures::waitUntil;
 
 // The item of this name in the visual tree under `root` (a Repeater's items are not
 // QObject children of the view).

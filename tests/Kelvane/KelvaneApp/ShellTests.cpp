@@ -12,8 +12,8 @@
 #include "fixtures/LongClip.h"
 #include "fixtures/OurWorkers.h"
 #include "fixtures/TempFolder.h"
+#include "fixtures/WaitUntil.h"
 
-#include <QElapsedTimer>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QSettings>
@@ -28,23 +28,9 @@ QString settingsFile(const fixtures::TempFolder& temp) {
     return QString::fromStdString((temp.path() / "settings.ini").string());
 }
 
-TEST(Preferences, SwitchesOfAnotherTypeReadAsTheirDefault) {
-    fixtures::TempFolder temp;
-    {
-        QSettings settings(settingsFile(temp), QSettings::IniFormat);
-        settings.setValue(QStringLiteral("dropDockEnabled"), 0);
-        settings.setValue(QStringLiteral("showMenuBar"), QStringList{"false", "no"});
-    }
-    QSettings settings(settingsFile(temp), QSettings::IniFormat);
-    EXPECT_TRUE(Preferences(&settings).dropDockEnabled());
-    EXPECT_TRUE(Preferences(&settings).showMenuBar());
-    settings.setValue(QStringLiteral("dropDockEnabled"), QStringLiteral("off"));
-    settings.setValue(QStringLiteral("showMenuBar"), false);
-    EXPECT_TRUE(Preferences(&settings).dropDockEnabled());
-    EXPECT_FALSE(Preferences(&settings).showMenuBar());
-}
-
-TEST(Preferences, EachSwitchIsWrittenAtOnceAndSignalsOnItsOwn) {
+// Each switch is written at once and signals on its own; a value of another type reads as
+// the switch's default.
+TEST(Preferences, SwitchesAreWrittenAtOnceAndOtherTypesReadAsTheDefault) {
     fixtures::TempFolder temp;
     {
         QSettings settings(settingsFile(temp), QSettings::IniFormat);
@@ -59,14 +45,15 @@ TEST(Preferences, EachSwitchIsWrittenAtOnceAndSignalsOnItsOwn) {
     QSettings settings(settingsFile(temp), QSettings::IniFormat);
     EXPECT_FALSE(Preferences(&settings).dropDockEnabled());
     EXPECT_TRUE(Preferences(&settings).showMenuBar());
-}
 
-bool waitUntil(const std::function<bool()>& condition, int milliseconds = 30000) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < milliseconds)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return condition();
+    settings.setValue(QStringLiteral("dropDockEnabled"), 0);
+    settings.setValue(QStringLiteral("showMenuBar"), QStringList{"false", "no"});
+    EXPECT_TRUE(Preferences(&settings).dropDockEnabled());
+    EXPECT_TRUE(Preferences(&settings).showMenuBar());
+    settings.setValue(QStringLiteral("dropDockEnabled"), QStringLiteral("off"));
+    settings.setValue(QStringLiteral("showMenuBar"), false);
+    EXPECT_TRUE(Preferences(&settings).dropDockEnabled());
+    EXPECT_FALSE(Preferences(&settings).showMenuBar());
 }
 
 // Answers every question with the button it was told to press.
@@ -179,7 +166,7 @@ TEST(QuitMidBatch, QuitStopsEveryJobAndNothingIsLeftThenOrAfterwards) {
     };
     Commands commands(store, preferences, alerts, reach);
     store.add({clip, clip, clip}, Recipe::videoHEVC);
-    ASSERT_TRUE(waitUntil([&] { return store.jobs()[0].progress > 0; }));
+    ASSERT_TRUE(fixtures::waitUntil([&] { return store.jobs()[0].progress > 0; }, 30000));
 
     commands.quit();
     ASSERT_EQ(alerts.asked.size(), 1u);
@@ -187,9 +174,9 @@ TEST(QuitMidBatch, QuitStopsEveryJobAndNothingIsLeftThenOrAfterwards) {
     alerts.pending(0);
     EXPECT_EQ(quits, 1);
     EXPECT_EQ(store.activeCount(), 0);
-    ASSERT_TRUE(waitUntil([] { return fixtures::ourWorkers().empty(); }));
+    ASSERT_TRUE(fixtures::waitUntil([] { return fixtures::ourWorkers().empty(); }, 30000));
     EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
-    waitUntil([] { return false; }, 1500); // whatever was under way has had time to land
+    fixtures::waitUntil([] { return false; }, 1500); // whatever was under way has had time to land
     EXPECT_EQ(temp.entries(), std::vector<std::string>{"clip.mov"});
 }
 

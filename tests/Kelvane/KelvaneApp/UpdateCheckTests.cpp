@@ -115,32 +115,35 @@ TEST(UpdateCheck, NewerReleaseIsOfferedQuietOrNotAndDownloadOpensItsPage) {
                 QStringLiteral("You have 0.9."));
 }
 
-TEST(UpdateCheck, NothingNewerSpeaksOnlyWhenAskedFor) {
+// Nothing newer, feeds that are no release (an HTML error page, a body over the limit, a
+// server that never answers, no server) and builds without a feed: one sentence when the
+// user asked, nothing when the check ran by itself.
+TEST(UpdateCheck, NoReleaseToOfferSpeaksOnlyWhenAskedFor) {
     FeedServer server;
-    for (const char* path : {"/equal", "/older"}) {
-        EXPECT_TRUE(check(server.url(path), false).alerts.empty()) << path;
-        expectAlone(check(server.url(path), true), QStringLiteral("You’re up to date"),
-                    QStringLiteral("Kelvane 0.9 is the newest version."));
-    }
-}
-
-TEST(UpdateCheck, FeedsThatAreNoReleaseFailWithOneSentence) {
-    FeedServer server;
+    const QString upToDate = QStringLiteral("You’re up to date");
+    const QString newest = QStringLiteral("Kelvane 0.9 is the newest version.");
     const QString failed = QStringLiteral("Couldn’t check for updates");
-    // An HTML error page, a body over the limit, a server that never answers, no server.
-    expectAlone(check(server.url("/missing"), true), failed);
-    expectAlone(check(server.url("/huge"), true), failed);
-    expectAlone(check(server.url("/slow"), true, 300), failed);
-    expectAlone(check(QStringLiteral("http://127.0.0.1:1/feed"), true), failed);
-    for (const char* path : {"/missing", "/huge"})
-        EXPECT_TRUE(check(server.url(path), false).alerts.empty()) << path;
-    EXPECT_TRUE(check(server.url("/slow"), false, 300).alerts.empty());
-}
-
-TEST(UpdateCheck, BuildsWithoutAFeedHaveNoUpdates) {
-    for (const QString& feed : {QString(), QStringLiteral("not a url at all")}) {
-        EXPECT_TRUE(check(feed, false).alerts.empty());
-        expectAlone(check(feed, true), QStringLiteral("Updates aren’t available in this build"));
+    const QString noFeed = QStringLiteral("Updates aren’t available in this build");
+    struct Case {
+        QString feed;
+        int timeoutMs;
+        QString message;
+        QString informative;
+    };
+    const Case cases[] = {
+        {server.url("/equal"), 10000, upToDate, newest},
+        {server.url("/older"), 10000, upToDate, newest},
+        {server.url("/missing"), 10000, failed, {}},
+        {server.url("/huge"), 10000, failed, {}},
+        {server.url("/slow"), 300, failed, {}},
+        {QStringLiteral("http://127.0.0.1:1/feed"), 10000, failed, {}},
+        {QString(), 10000, noFeed, {}},
+        {QStringLiteral("not a url at all"), 10000, noFeed, {}},
+    };
+    for (const Case& each : cases) {
+        EXPECT_TRUE(check(each.feed, false, each.timeoutMs).alerts.empty())
+            << each.feed.toStdString();
+        expectAlone(check(each.feed, true, each.timeoutMs), each.message, each.informative);
     }
 }
 

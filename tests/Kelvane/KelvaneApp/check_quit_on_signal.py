@@ -11,6 +11,9 @@ import sys
 import tempfile
 import time
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from app_harness import app_environment, report, wait_for  # noqa: E402
+
 HANG_GUARD_SECONDS = 20
 CLIPS = ["one.mov", "two.mov", "three.mov"]
 
@@ -63,15 +66,6 @@ def alive(process):
         return False
 
 
-def wait_for(condition, seconds):
-    deadline = time.monotonic() + seconds
-    while time.monotonic() < deadline:
-        if condition():
-            return True
-        time.sleep(0.1)
-    return condition()
-
-
 def main(application):
     failures = []
     with tempfile.TemporaryDirectory() as temp:
@@ -80,12 +74,7 @@ def main(application):
         make_clip(os.path.join(folder, CLIPS[0]))
         for name in CLIPS[1:]:
             os.link(os.path.join(folder, CLIPS[0]), os.path.join(folder, name))
-        runtime = os.path.join(temp, "runtime")
-        os.mkdir(runtime, 0o700)
-        environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=runtime,
-                           XDG_CONFIG_HOME=os.path.join(temp, "config"))
-        environment.pop("KELVANE_SNAPSHOT_DIR", None)
-
+        environment = app_environment(temp)
         app = subprocess.Popen([application, "--recipe", "videoHEVC"]
                                + [os.path.join(folder, name) for name in CLIPS],
                                env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
@@ -124,7 +113,4 @@ def main(application):
 
 
 if __name__ == "__main__":
-    problems = main(sys.argv[1])
-    for problem in problems:
-        print("FAIL:", problem)
-    sys.exit(1 if problems else 0)
+    report(main(sys.argv[1]))

@@ -6,47 +6,15 @@ queues with that recipe and leaves the chosen one (toJPG) as it was; an unknown 
 the launch with status 2 and queues nothing."""
 
 import glob
-
 import os
 import socket
 import struct
 import subprocess
 import sys
 import tempfile
-import time
-import zlib
 
-
-def png(path, width=8, height=8):
-    """A small grey RGB picture, written by hand."""
-    def chunk(kind, data):
-        body = kind + data
-        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
-    rows = b"".join(b"\x00" + b"\x80\x80\x80" * width for _ in range(height))
-    with open(path, "wb") as out:
-        out.write(b"\x89PNG\r\n\x1a\n")
-        out.write(chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)))
-        out.write(chunk(b"IDAT", zlib.compress(rows)))
-        out.write(chunk(b"IEND", b""))
-
-
-def bmp(path, width=8, height=8):
-    """A small grey 24-bit picture, written by hand."""
-    pixels = b"\x80" * (width * 3 * height)  # rows of 24 bytes need no padding
-    with open(path, "wb") as out:
-        out.write(b"BM" + struct.pack("<IHHI", 54 + len(pixels), 0, 0, 54))
-        out.write(struct.pack("<IiiHHIIiiII", 40, width, height, 1, 24, 0, len(pixels),
-                              2835, 2835, 0, 0))
-        out.write(pixels)
-
-
-def wait_for(condition, seconds):
-    deadline = time.time() + seconds
-    while time.time() < deadline:
-        if condition():
-            return True
-        time.sleep(0.05)
-    return condition()
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from app_harness import app_environment, report, wait_for, write_picture  # noqa: E402
 
 
 def send(path, message):
@@ -70,12 +38,8 @@ def converted(picture):
 def main(application):
     failures = []
     with tempfile.TemporaryDirectory() as temp:
-        runtime = os.path.join(temp, "runtime")
-        os.mkdir(runtime, 0o700)
-        environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=runtime,
-                           XDG_CONFIG_HOME=os.path.join(temp, "config"))
-        environment.pop("KELVANE_SNAPSHOT_DIR", None)
-        path = os.path.join(runtime, "kelvane.socket")
+        environment = app_environment(temp)
+        path = os.path.join(environment["XDG_RUNTIME_DIR"], "kelvane.socket")
 
         # What a crashed instance leaves: a socket file nobody listens on.
         stale = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
@@ -85,7 +49,7 @@ def main(application):
         pictures = {name: os.path.join(temp, name + ".png")
                     for name in ("forwarded", "garbage", "shape", "huge")}
         for picture in pictures.values():
-            png(picture)
+            write_picture(picture)
 
         first = subprocess.Popen([application], env=environment, stdout=subprocess.DEVNULL,
                                  stderr=subprocess.PIPE, text=True)
@@ -98,7 +62,7 @@ def main(application):
                     return True
                 except OSError:
                     return False
-            if not wait_for(listening, 30):
+            if not wait_for(listening, 30, 0.05):
                 failures.append("the first instance never listened in place of the stale socket")
                 return failures
 
@@ -112,8 +76,8 @@ def main(application):
                     failures.append(f"the {name} message was taken")
 
             bitmap, unknown = os.path.join(temp, "bitmap.bmp"), os.path.join(temp, "unknown.bmp")
-            bmp(bitmap)
-            bmp(unknown)
+            write_picture(bitmap)
+            write_picture(unknown)
             refused = subprocess.run([application, "--recipe=toNothing", unknown], env=environment,
                                      capture_output=True, text=True, timeout=60)
             if refused.returncode != 2 or "toNothing" not in refused.stderr:
@@ -151,7 +115,4 @@ def main(application):
 
 
 if __name__ == "__main__":
-    problems = main(sys.argv[1])
-    for problem in problems:
-        print("FAIL:", problem)
-    sys.exit(1 if problems else 0)
+    report(main(sys.argv[1]))

@@ -60,6 +60,13 @@ TEST_F(OptionsPanelTest, EachRecipeShowsOnlyTheSectionsThatMatterForIt) {
     EXPECT_TRUE(pdfSlider->isVisible());
     EXPECT_EQ(choicesOf("dpiPicker"),
               (QStringList{"72 dpi · screen", "144 dpi · sharp", "300 dpi · print"}));
+    // The Options button hides and shows the whole inspector.
+    EXPECT_TRUE(shows("optionsPanel"));
+    click(item("Options"));
+    EXPECT_FALSE(store.showOptions());
+    EXPECT_FALSE(shows("optionsPanel"));
+    click(item("Options"));
+    EXPECT_TRUE(shows("optionsPanel"));
 }
 
 TEST_F(OptionsPanelTest, PresetDescriptionsAndTheSampleNameFollowTheRecipe) {
@@ -80,7 +87,7 @@ TEST_F(OptionsPanelTest, PresetDescriptionsAndTheSampleNameFollowTheRecipe) {
     EXPECT_TRUE(textOf("whereResultsGo").contains("“File (pages)”"));
 }
 
-TEST_F(OptionsPanelTest, LimitLongestSideRevealsThePickerAtTheCurrentSize) {
+TEST_F(OptionsPanelTest, PickersShowTheCurrentChoiceAndSetTheOptions) {
     store.setRecipe(Recipe::toJPG);
     EXPECT_FALSE(shows("longestSidePicker"));
     click(item("limitToggleSwitch"));
@@ -94,9 +101,8 @@ TEST_F(OptionsPanelTest, LimitLongestSideRevealsThePickerAtTheCurrentSize) {
     store.setRecipe(Recipe::resize); // resizing always applies the longest side
     click(item("limitToggleSwitch"));
     EXPECT_TRUE(shows("longestSidePicker"));
-}
 
-TEST_F(OptionsPanelTest, TheShrinkCaptionFollowsTheChosenTarget) {
+    // The shrink target picked shows in the caption.
     store.setRecipe(Recipe::shrink);
     EXPECT_TRUE(textOf("shrinkCaption").contains("stays under 1 MB,"));
     click(item("target-500 KB"));
@@ -106,6 +112,16 @@ TEST_F(OptionsPanelTest, TheShrinkCaptionFollowsTheChosenTarget) {
               "image down only if it has to.");
     click(item("target-5 MB"));
     EXPECT_DOUBLE_EQ(store.options().targetMB, 5.0);
+
+    // The GIF pickers offer their choices in order.
+    store.setRecipe(Recipe::videoToGIF);
+    EXPECT_EQ(choicesOf("fpsPicker"),
+              (QStringList{"6 fps", "10 fps", "12 fps", "15 fps", "20 fps", "24 fps"}));
+    EXPECT_EQ(choicesOf("lengthPicker"),
+              (QStringList{"First 5 s", "First 10 s", "First 15 s", "First 30 s", "First 60 s"}));
+    EXPECT_EQ(comboOf("widthPicker")->property("currentText").toString(), "480 px");
+    QMetaObject::invokeMethod(comboOf("widthPicker"), "activated", Q_ARG(int, 4));
+    EXPECT_EQ(store.options().gifWidth, 1080);
 }
 
 TEST_F(OptionsPanelTest, QualityShowsAsAPercentageAndStopsAtItsLowest) {
@@ -144,26 +160,6 @@ TEST_F(OptionsPanelTest, ThePaperSizeChosenReachesTheNextConversion) {
     ASSERT_TRUE(pdf.isValid());
     EXPECT_NEAR(pdf.pageSize(0).width(), 595.3, 1.0);
     EXPECT_NEAR(pdf.pageSize(0).height(), 841.9, 1.0);
-}
-
-TEST_F(OptionsPanelTest, GifPickersOfferTheirChoicesInOrder) {
-    store.setRecipe(Recipe::videoToGIF);
-    EXPECT_EQ(choicesOf("fpsPicker"),
-              (QStringList{"6 fps", "10 fps", "12 fps", "15 fps", "20 fps", "24 fps"}));
-    EXPECT_EQ(choicesOf("lengthPicker"),
-              (QStringList{"First 5 s", "First 10 s", "First 15 s", "First 30 s", "First 60 s"}));
-    EXPECT_EQ(comboOf("widthPicker")->property("currentText").toString(), "480 px");
-    QMetaObject::invokeMethod(comboOf("widthPicker"), "activated", Q_ARG(int, 4));
-    EXPECT_EQ(store.options().gifWidth, 1080);
-}
-
-TEST_F(OptionsPanelTest, TheOptionsButtonHidesAndShowsTheInspector) {
-    EXPECT_TRUE(shows("optionsPanel"));
-    click(item("Options"));
-    EXPECT_FALSE(store.showOptions());
-    EXPECT_FALSE(shows("optionsPanel"));
-    click(item("Options"));
-    EXPECT_TRUE(shows("optionsPanel"));
 }
 
 } // namespace

@@ -36,7 +36,7 @@ struct QueueRowTest : WindowHarness {
     }
 };
 
-TEST_F(QueueRowTest, EachStateShowsItsOwnStatusLine) {
+TEST_F(QueueRowTest, EachStateShowsItsOwnStatusLineAndARunningRowCanBeStopped) {
     store.seedDemo(RecipeGroup::images);
     EXPECT_TRUE(inRow(0, "percentLine")->isVisible());
     EXPECT_EQ(rowText(0, "percentLine"), "64%");
@@ -50,16 +50,7 @@ TEST_F(QueueRowTest, EachStateShowsItsOwnStatusLine) {
     EXPECT_TRUE(inRow(5, "waitingLine")->isVisible());
     EXPECT_EQ(rowText(5, "waitingLine"), "Waiting…");
     EXPECT_FALSE(inRow(5, "openButton")->isVisible());
-
-    store.seedDemo(RecipeGroup::documents);
-    EXPECT_TRUE(inRow(3, "failureLine")->isVisible());
-    EXPECT_EQ(rowText(3, "failureLine"), "Convert to Plain Text needs documents.");
-    EXPECT_TRUE(inRow(3, "retryButton")->isVisible());
-    EXPECT_EQ(rowText(0, "sizeLine"), "48 KB → 212 KB (+339%)");
-}
-
-TEST_F(QueueRowTest, ARunningRowCanBeStoppedAndThenTriedAgain) {
-    store.seedDemo(RecipeGroup::images);
+    // A running row can be stopped, and then tried again.
     EXPECT_FALSE(inRow(1, "stopButton")->isVisible());
     click(inRow(0, "stopButton"));
     EXPECT_EQ(store.jobs()[0].state, State::stopped);
@@ -67,6 +58,12 @@ TEST_F(QueueRowTest, ARunningRowCanBeStoppedAndThenTriedAgain) {
     EXPECT_TRUE(inRow(0, "stoppedLine")->isVisible());
     EXPECT_EQ(rowText(0, "stoppedLine"), "Stopped");
     EXPECT_TRUE(inRow(0, "retryButton")->isVisible());
+
+    store.seedDemo(RecipeGroup::documents);
+    EXPECT_TRUE(inRow(3, "failureLine")->isVisible());
+    EXPECT_EQ(rowText(3, "failureLine"), "Convert to Plain Text needs documents.");
+    EXPECT_TRUE(inRow(3, "retryButton")->isVisible());
+    EXPECT_EQ(rowText(0, "sizeLine"), "48 KB → 212 KB (+339%)");
 }
 
 TEST_F(QueueRowTest, OpenAndShowInFolderActOnTheResultsOfThatRow) {
@@ -107,7 +104,7 @@ TEST_F(QueueRowTest, TryAgainRequeuesTheSameInputsAsANewJob) {
     EXPECT_EQ(store.jobs()[0].message, failed.message);
 }
 
-TEST_F(QueueRowTest, RemoveFromQueueIsRefusedWhileAJobRuns) {
+TEST_F(QueueRowTest, RemoveFromQueueAndDeleteAreRefusedWhileAJobRuns) {
     store.seedDemo(RecipeGroup::documents); // done, done, running, failed
     openMenu(2);                            // running
     EXPECT_FALSE(menuItem(2, "menuRemove")->property("enabled").toBool());
@@ -145,9 +142,8 @@ TEST_F(QueueRowTest, RemoveFromQueueIsRefusedWhileAJobRuns) {
     QMetaObject::invokeMethod(menuItem(0, "menuRemove"), "triggered");
     ASSERT_EQ(store.jobs().size(), 3u);
     EXPECT_EQ(store.jobs()[0].title(), "Meeting notes.rtf");
-}
 
-TEST_F(QueueRowTest, DeleteRemovesTheSelectedRowOnlyWhenItHasFinished) {
+    // Delete removes the selected row only when it has finished.
     store.seedDemo(RecipeGroup::documents);
     click(row(2)); // running
     QTest::keyClick(window, Qt::Key_Delete);

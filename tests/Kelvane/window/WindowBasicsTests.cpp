@@ -89,24 +89,21 @@ TEST_F(AppearanceTest, FollowsTheSystemPaletteUnlessForced) {
     EXPECT_TRUE(appearance.dark());
 }
 
-TEST(SizeLine, ShowsBothSizesAndTheRoundedChange) {
+// Decimal units as a file manager counts them; a size line shows both sizes and the change.
+TEST(JobText, DecimalUnitsSizeLinesAndLabelsThatFallBack) {
+    const std::pair<std::int64_t, const char*> counts[] = {
+        {1, "1 byte"},    {999, "999 bytes"},      {48300, "48 KB"},
+        {999600, "1 MB"}, {147100000, "147.1 MB"}, {1240000000, "1.24 GB"},
+    };
+    for (const auto& [bytes, text] : counts)
+        EXPECT_EQ(ByteCount::format(bytes), text);
     EXPECT_EQ(JobText::sizeLine(2400000, 1100000), "2.4 MB → 1.1 MB (-54%)");
     EXPECT_EQ(JobText::sizeLine(1000000, 1120000), "1 MB → 1.1 MB (+12%)");
     EXPECT_EQ(JobText::sizeLine(500000, 500000), "500 KB → 500 KB");
     EXPECT_EQ(JobText::sizeLine(0, 984000), "984 KB");
     EXPECT_EQ(JobText::sizeLine(3000, 0), "Zero KB");
-}
 
-TEST(ByteCount, UsesDecimalUnitsLikeAFileManager) {
-    EXPECT_EQ(ByteCount::format(1), "1 byte");
-    EXPECT_EQ(ByteCount::format(999), "999 bytes");
-    EXPECT_EQ(ByteCount::format(48300), "48 KB");
-    EXPECT_EQ(ByteCount::format(999600), "1 MB");
-    EXPECT_EQ(ByteCount::format(147100000), "147.1 MB");
-    EXPECT_EQ(ByteCount::format(1240000000), "1.24 GB");
-}
-
-TEST(JobTextLabels, FallBackWhenThereIsNothingToName) {
+    // Labels fall back when there is nothing to name.
     Job job(Recipe::toPNG, {"/tmp/a.png"});
     EXPECT_EQ(JobText::doneLabel(job), "Done");
     EXPECT_EQ(JobText::failureLabel(job), "Something went wrong.");
@@ -118,7 +115,7 @@ TEST(JobTextLabels, FallBackWhenThereIsNothingToName) {
               JobText::fileTypeSymbol(Job(Recipe::toPNG, {"/x.pdf"})));
 }
 
-TEST(LoadURLs, KeepsLocalFilesInNaturalNameOrder) {
+TEST(LoadURLs, KeepsLocalFilesInNaturalNameOrderFromUrlsOrAUriList) {
     const QList<QUrl> urls = {
         QUrl::fromLocalFile("/d/Page 10.png"), QUrl("https://example.com/Page 3.png"),
         QUrl::fromLocalFile("/a/page 2.png"),  QUrl::fromLocalFile("/c/Page 1.png"),
@@ -127,23 +124,15 @@ TEST(LoadURLs, KeepsLocalFilesInNaturalNameOrder) {
     EXPECT_EQ(loadURLs(urls), (std::vector<std::filesystem::path>{"/c/Page 1.png", "/a/page 2.png",
                                                                   "/d/Page 10.png"}));
     EXPECT_TRUE(loadURLs({QUrl("https://example.com/a.png")}).empty());
-}
 
-TEST(LoadURLs, ReadsAUriListWithCommentsAndEncodedNames) {
-    const QByteArray list = "# dragged from a file manager\r\n"
-                            "file:///home/u/Scan%2010.png\r\n"
-                            "file:///home/u/Scan%209.png\r\n\r\n";
-    const auto urls = urlsFromUriList(list);
-    ASSERT_EQ(urls.size(), 2);
-    EXPECT_EQ(loadURLs(urls),
-              (std::vector<std::filesystem::path>{"/home/u/Scan 9.png", "/home/u/Scan 10.png"}));
-}
-
-TEST(LoadURLs, AFileUrlWithARelativePathIsNoFile) {
     // Found by fuzzing: "file:file:///…" parses as a local file whose path is relative,
     // which would have been taken from wherever the application was started.
-    const auto urls = urlsFromUriList("file:file:///tmp/caf///%C3%A9%20\nfile:///tmp/real.txt\n");
-    EXPECT_EQ(loadURLs(urls), (std::vector<std::filesystem::path>{"/tmp/real.txt"}));
+    const QByteArray list = "# dragged from a file manager\r\n"
+                            "file:///home/u/Scan%2010.png\r\n"
+                            "file:///home/u/Scan%209.png\r\n\r\n"
+                            "file:file:///tmp/caf///%C3%A9%20\n";
+    EXPECT_EQ(loadURLs(urlsFromUriList(list)),
+              (std::vector<std::filesystem::path>{"/home/u/Scan 9.png", "/home/u/Scan 10.png"}));
 }
 
 TEST(Symbols, EverySymbolTheWindowUsesHasAGlyphInTheIconFont) {

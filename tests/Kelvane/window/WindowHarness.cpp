@@ -3,19 +3,10 @@
 #include "MainViews/MainViews.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QMimeData>
 #include <QtTest/QTest>
 
 namespace kelvane::testing {
-
-bool waitUntil(const std::function<bool()>& condition) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < 10000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return condition();
-}
 
 WindowHarness::WindowHarness() {
     model.jobs()->setOpener([this](const auto& file) { opened.push_back(file); });

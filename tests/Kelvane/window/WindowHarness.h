@@ -4,6 +4,7 @@
 #include "MainViews/WindowModel.h"
 #include "Store/Store.h"
 #include "fixtures/TempFolder.h"
+#include "fixtures/WaitUntil.h"
 
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
@@ -20,8 +21,7 @@ inline void PrintTo(const QString& text, std::ostream* out) {
 
 namespace kelvane::testing {
 
-// Runs the event loop until the condition holds or ten seconds pass.
-bool waitUntil(const std::function<bool()>& condition);
+using fixtures::waitUntil;
 
 // The real main window over a real store, loaded from the application's own QML under the
 // offscreen platform. Tests drive it with real mouse, key and drop events.

@@ -25,10 +25,17 @@ std::vector<QString> inputNames(const Store& store) {
 
 // The queue follows the store with one insertion per batch: a folder of 10 000 photos is
 // one change for the list, not 10 000. Prints how long the rows took to arrive.
-TEST_F(WorkspaceTest, DroppedFilesQueueInNaturalNameOrderWithTheChosenRecipe) {
+TEST_F(WorkspaceTest, DroppedFilesQueueInNaturalNameOrderAndTheSubtitleCountsThem) {
+    EXPECT_EQ(textOf("windowSubtitle"), "Offline file converter");
+    EXPECT_FALSE(shows("workingCapsule"));
     store.setRecipe(Recipe::docToTXT);
     dropFiles({temp.write("Page 10.txt", "ten\n"), temp.write("page 2.txt", "two\n"),
                temp.write("Page 1.txt", "one\n")});
+    // Results come back through the event loop, so all three are still active here.
+    EXPECT_EQ(textOf("windowSubtitle"), "3 converting…");
+    EXPECT_TRUE(shows("workingCapsule"));
+    // Ending with the name, so that the platform does not add it a second time.
+    EXPECT_EQ(window->title(), "3 converting… — Kelvane");
 
     ASSERT_EQ(inputNames(store), (std::vector<QString>{"Page 1.txt", "page 2.txt", "Page 10.txt"}));
     for (const Job& job : store.jobs()) {
@@ -39,18 +46,16 @@ TEST_F(WorkspaceTest, DroppedFilesQueueInNaturalNameOrderWithTheChosenRecipe) {
     EXPECT_EQ(inRow(2, "jobTitle")->property("text").toString(), "Page 10.txt");
 
     ASSERT_TRUE(waitForIdle());
+    EXPECT_EQ(textOf("windowSubtitle"), "Offline file converter");
+    EXPECT_FALSE(shows("workingCapsule"));
     for (const Job& job : store.jobs())
         EXPECT_EQ(job.state, State::done) << job.message.value_or("").toStdString();
     EXPECT_EQ(fixtures::readFile(temp / "Page 10 (converted).txt").substr(0, 3), "ten");
     EXPECT_EQ(inRow(0, "doneLine")->property("text").toString(), "Page 1 (converted).txt");
-}
 
-TEST_F(WorkspaceTest, ADropWithoutLocalFilesQueuesNothing) {
-    drop({QUrl(QStringLiteral("https://example.com/photo.png"))});
-    drop({});
-    EXPECT_TRUE(store.jobs().empty());
-    EXPECT_TRUE(shows("hintStrip"));
-    EXPECT_FALSE(item("dropZone")->property("compact").toBool());
+    store.seedDemo(RecipeGroup::images); // one running, one queued
+    EXPECT_EQ(item("workingCapsule")->childItems().front()->property("text").toString(),
+              "2 working");
 }
 
 TEST_F(WorkspaceTest, FilesTheRecipeCannotTakeBecomeFailedRowsSayingWhatItNeeds) {
@@ -91,9 +96,14 @@ TEST_F(WorkspaceTest, ADragOverTheWorkspaceTurnsTheDropZoneToRelease) {
 }
 
 TEST_F(WorkspaceTest, TheQueueReplacesTheHintsOnceThereAreJobs) {
+    drop({QUrl(QStringLiteral("https://example.com/photo.png"))}); // no local file: no job
+    drop({});
+    EXPECT_TRUE(store.jobs().empty());
     EXPECT_TRUE(shows("hintStrip"));
     EXPECT_FALSE(shows("queueView"));
     EXPECT_TRUE(shows("chooseFilesButton"));
+    EXPECT_FALSE(item("dropZone")->property("compact").toBool());
+    EXPECT_FALSE(shows("savedSummary")); // until something was saved
 
     store.seedDemo(RecipeGroup::images);
     EXPECT_FALSE(shows("hintStrip"));
@@ -101,31 +111,12 @@ TEST_F(WorkspaceTest, TheQueueReplacesTheHintsOnceThereAreJobs) {
     EXPECT_TRUE(item("dropZone")->property("compact").toBool());
     EXPECT_FALSE(shows("chooseFilesButton"));
     EXPECT_EQ(item("queueList")->property("count").toInt(), 6);
+    EXPECT_TRUE(shows("savedSummary"));
+    EXPECT_EQ(model.savedText(), "7.4 MB");
 
     store.clearAll();
     EXPECT_TRUE(shows("hintStrip"));
     EXPECT_FALSE(item("dropZone")->property("compact").toBool());
-}
-
-TEST_F(WorkspaceTest, SubtitleAndCapsuleCountTheActiveJobs) {
-    EXPECT_EQ(textOf("windowSubtitle"), "Offline file converter");
-    EXPECT_FALSE(shows("workingCapsule"));
-
-    store.setRecipe(Recipe::docToTXT);
-    dropFiles({temp.write("a.txt", "a"), temp.write("b.txt", "b"), temp.write("c.txt", "c")});
-    // Results come back through the event loop, so all three are still active here.
-    EXPECT_EQ(textOf("windowSubtitle"), "3 converting…");
-    EXPECT_TRUE(shows("workingCapsule"));
-    // Ending with the name, so that the platform does not add it a second time.
-    EXPECT_EQ(window->title(), "3 converting… — Kelvane");
-
-    ASSERT_TRUE(waitForIdle());
-    EXPECT_EQ(textOf("windowSubtitle"), "Offline file converter");
-    EXPECT_FALSE(shows("workingCapsule"));
-
-    store.seedDemo(RecipeGroup::images); // one running, one queued
-    EXPECT_EQ(item("workingCapsule")->childItems().front()->property("text").toString(),
-              "2 working");
 }
 
 TEST_F(WorkspaceTest, ClearFinishedWaitsForAFinishedJobAndKeepsTheActiveOnes) {
@@ -221,13 +212,6 @@ TEST_F(WorkspaceTest, AFolderOfMoreThanTenThousandFilesIsAskedAboutOnceUnlessQue
     EXPECT_EQ(asked.size(), 2u);
     ASSERT_EQ(store.jobs().size(), 20'002u);
     EXPECT_EQ(store.jobs().front().recipe, Recipe::resize);
-}
-
-TEST_F(WorkspaceTest, SavedThisSessionShowsOnlyOnceSomethingWasSaved) {
-    EXPECT_FALSE(shows("savedSummary"));
-    store.seedDemo(RecipeGroup::images);
-    EXPECT_TRUE(shows("savedSummary"));
-    EXPECT_EQ(model.savedText(), "7.4 MB");
 }
 
 } // namespace

@@ -5,29 +5,15 @@ server can start."""
 
 import os
 import shutil
-import struct
 import subprocess
 import sys
 import tempfile
 import time
-import zlib
 
-from app_output import qml_problems
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from app_harness import qml_problems, report, wait_for, write_picture  # noqa: E402
 
 SKIPPED = 77
-
-
-def write_png(path, width=16, height=16):
-    """A small opaque RGB picture."""
-    rows = b"".join(b"\x00" + b"".join(bytes((x * 15, y * 15, 128)) for x in range(width))
-                    for y in range(height))
-    def chunk(kind, data):
-        return (struct.pack(">I", len(data)) + kind + data
-                + struct.pack(">I", zlib.crc32(kind + data) & 0xFFFFFFFF))
-    header = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)
-    with open(path, "wb") as png:
-        png.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header)
-                  + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
 
 
 def start_x_server():
@@ -56,15 +42,6 @@ def xdotool(display, *arguments, timeout=30):
     return run.stdout.strip()
 
 
-def wait_for(condition, seconds):
-    deadline = time.monotonic() + seconds
-    while time.monotonic() < deadline:
-        if condition():
-            return True
-        time.sleep(0.2)
-    return condition()
-
-
 def main(application):
     for tool in ("openbox", "xdotool"):
         if not shutil.which(tool):
@@ -79,7 +56,7 @@ def main(application):
         files = os.path.join(temp, "files")
         os.mkdir(files)
         picture = os.path.join(files, "photo.png")
-        write_png(picture)
+        write_picture(picture, "16x16")
         environment = {key: value for key, value in os.environ.items()
                        if key not in ("QT_QPA_PLATFORM", "QT_SCALE_FACTOR",
                                       "DBUS_SESSION_BUS_ADDRESS", "QT_QPA_PLATFORMTHEME")}
@@ -139,9 +116,7 @@ def main(application):
         failures.extend(f"QML: {line}" for line in qml_problems(stderr))
         if "ERROR: AddressSanitizer" in stderr or "runtime error:" in stderr:
             failures.append("sanitizer report:\n" + stderr)
-    for failure in failures:
-        print("FAIL:", failure)
-    return 1 if failures else 0
+    report(failures)
 
 
 if __name__ == "__main__":

@@ -9,7 +9,8 @@ import subprocess
 import sys
 import tempfile
 
-from app_output import qml_problems
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from app_harness import qml_problems, report  # noqa: E402
 
 WINDOW_SHOTS = ["warmup"] + [base + suffix for suffix in ("", "-dark")
                              for base in ("empty", "queue", "shrink", "video", "document")]
@@ -73,10 +74,8 @@ def main(application, scale):
         leftovers = set(os.listdir(directory)) - {shot + ".png" for shot in SHOTS} if os.path.isdir(directory) else set()
         if leftovers:
             failures.append(f"unexpected files: {sorted(leftovers)}")
-    for failure in failures:
-        print("FAIL:", failure)
-    return 1 if failures else 0
+    report(failures)
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else "1"))
+    main(sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else "1")

@@ -96,11 +96,6 @@ void writeZip(const fs::path& zip, const std::vector<EntrySpec>& entries,
             archive_entry_set_filetype(e, AE_IFDIR);
             archive_entry_set_perm(e, 0755);
             break;
-        case EntrySpec::Type::link:
-            archive_entry_set_filetype(e, AE_IFLNK);
-            archive_entry_set_perm(e, 0777);
-            archive_entry_set_symlink_utf8(e, wanted.contents.c_str());
-            break;
         }
         if (archive_write_header(a, e) < ARCHIVE_WARN)
             throw std::runtime_error(archive_error_string(a));

@@ -32,8 +32,8 @@ std::vector<std::string> treeOf(const std::filesystem::path& folder);
 // An entry for the libarchive writer below.
 struct EntrySpec {
     std::string name;
-    std::string contents; // the data of a file, or the target of a link
-    enum class Type { file, folder, link } type = Type::file;
+    std::string contents;
+    enum class Type { file, folder } type = Type::file;
 };
 
 // Writes a ZIP with libarchive; with a passphrase, every file is encrypted.

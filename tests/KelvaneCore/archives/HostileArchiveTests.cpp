@@ -9,9 +9,7 @@ namespace kelvane {
 namespace {
 
 namespace fs = std::filesystem;
-using fixtures::EntrySpec;
 using fixtures::TempFolder;
-using Type = EntrySpec::Type;
 
 // Builds hostile archives byte by byte where no honest writer would go.
 const char* const hostileZips = R"(
@@ -24,32 +22,11 @@ def link(z, name, target):
     info.external_attr = 0o120777 << 16
     z.writestr(info, target)
 
-if kind == "slip":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr("good.txt", "good")
-        z.writestr(zipfile.ZipInfo("../../evil.txt"), "evil")
-elif kind == "absolute":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr("good.txt", "good")
-        z.writestr(zipfile.ZipInfo(sys.argv[3]), "evil")
-elif kind == "link-out":
-    with zipfile.ZipFile(path, "w") as z:
-        link(z, "escape", sys.argv[3])
-        z.writestr("escape/evil.txt", "evil")
-elif kind == "link-chain":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr("d/keep.txt", "keep")
-        link(z, "d/up", "..")
-        link(z, "x", "d/up/..")
-elif kind == "link-inside-then-through":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr("real/keep.txt", "keep")
-        link(z, "alias", "real")
-        z.writestr("alias/through.txt", "through")
-elif kind == "backslash":
-    with zipfile.ZipFile(path, "w") as z:
-        z.writestr(zipfile.ZipInfo("..\\..\\evil.txt"), "evil")
-elif kind == "overlap":
+def patch(old, new):
+    raw = open(path, "rb").read()
+    open(path, "wb").write(raw.replace(old, new))
+
+if kind == "overlap":
     # One compressed run of zeros shared by many central-directory entries: each entry
     # expands it again, far beyond what the archive's size could hold honestly.
     size = 8 << 20
@@ -66,40 +43,50 @@ elif kind == "overlap":
     end = struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, count, count, len(central),
                       len(local) + len(data), 0)
     open(path, "wb").write(local + data + central + end)
-elif kind == "lying-size":
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+    sys.exit()
+
+deflated = kind in ("lying-size", "huge-claim", "zeros", "valid")
+with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED if deflated else zipfile.ZIP_STORED) as z:
+    if kind in ("slip", "absolute"):
+        z.writestr("good.txt", "good")
+        z.writestr(zipfile.ZipInfo("../../evil.txt" if kind == "slip" else sys.argv[3]), "evil")
+    elif kind == "link-out":
+        link(z, "escape", sys.argv[3])
+        z.writestr("escape/evil.txt", "evil")
+    elif kind == "link-chain":
+        z.writestr("d/keep.txt", "keep")
+        link(z, "d/up", "..")
+        link(z, "x", "d/up/..")
+    elif kind == "link-inside-then-through":
+        z.writestr("real/keep.txt", "keep")
+        link(z, "alias", "real")
+        z.writestr("alias/through.txt", "through")
+    elif kind == "backslash":
+        z.writestr(zipfile.ZipInfo("..\\..\\evil.txt"), "evil")
+    elif kind == "lying-size":
         z.writestr("zeros.bin", bytes(8 << 20))
-    raw = bytearray(open(path, "rb").read())
-    real = struct.pack("<I", 8 << 20)
-    raw = raw.replace(real, struct.pack("<I", 1000))  # both headers now promise 1000 bytes
-    open(path, "wb").write(raw)
-elif kind == "huge-claim":
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+    elif kind == "huge-claim":
         z.writestr("claims.bin", bytes(1 << 20))
-    raw = open(path, "rb").read().replace(struct.pack("<I", 1 << 20), struct.pack("<I", 0xFFFFFF00))
-    open(path, "wb").write(raw)
-elif kind == "long-name":
-    with zipfile.ZipFile(path, "w") as z:
+    elif kind == "long-name":
         z.writestr("a" * 5000, "long")
-elif kind == "deep-name":
-    with zipfile.ZipFile(path, "w") as z:
+    elif kind == "deep-name":
         z.writestr("/".join(["d" * 100] * 50), "deep")
-elif kind == "invalid-utf8":
-    with zipfile.ZipFile(path, "w") as z:
+    elif kind == "invalid-utf8":
         z.writestr("bad_XY_name.txt", "bytes")
-    raw = open(path, "rb").read().replace(b"_XY_", b"_\xff\xfe_")
-    open(path, "wb").write(raw)
-elif kind == "many":
-    with zipfile.ZipFile(path, "w") as z:
+    elif kind == "many":
         for i in range(50):
             z.writestr("f%d.txt" % i, "x")
-elif kind == "zeros":
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+    elif kind == "zeros":
         z.writestr("zeros.bin", bytes(32 << 20))
-elif kind == "valid":
-    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+    elif kind == "valid":
         for i in range(20):
             z.writestr("file%d.txt" % i, ("line %d\n" % i) * 5000)
+if kind == "lying-size":  # both headers now promise 1000 bytes
+    patch(struct.pack("<I", 8 << 20), struct.pack("<I", 1000))
+elif kind == "huge-claim":
+    patch(struct.pack("<I", 1 << 20), struct.pack("<I", 0xFFFFFF00))
+elif kind == "invalid-utf8":
+    patch(b"_XY_", b"_\xff\xfe_")
 )";
 
 // The layout every hostile case expands in: the archive sits in "box", beside "outside".
@@ -144,37 +131,45 @@ protected:
     TempFolder temp;
 };
 
-TEST_F(HostileArchive, PathsClimbingOutOfTheFolderAreRefused) {
-    EXPECT_EQ(refusal(make("slip")),
-              "“slip.zip” wasn’t expanded: “../../evil.txt” would land outside the folder it "
-              "expands into.");
+// Paths or links leading out (backslashes being separators too), headers promising too much,
+// too many items and names too long: each refused with its sentence and nothing written.
+TEST_F(HostileArchive, RefusalsNameWhatTheArchiveTriedAndWriteNothing) {
     const std::string absolute = (temp / "outside/evil.txt").string();
-    EXPECT_EQ(refusal(make("absolute", absolute)),
-              "“absolute.zip” wasn’t expanded: “" + absolute +
-                  "” would land outside the folder it expands into.");
-}
-
-TEST_F(HostileArchive, LinksPointingOutAreRefusedBeforeAnythingIsWrittenThroughThem) {
-    const std::string message = "wasn’t expanded: the link “escape” points outside the folder "
-                                "it expands into.";
-    EXPECT_EQ(refusal(make("link-out", (temp / "outside").string())), "“link-out.zip” " + message);
-    EXPECT_EQ(refusal(make("link-out", "../../outside")), "“link-out.zip” " + message);
-    // Each link alone stays inside; followed one through the other, they leave.
-    EXPECT_EQ(refusal(make("link-chain")),
-              "“link-chain.zip” wasn’t expanded: the link “x” points outside the folder it "
-              "expands into.");
+    const std::string landsOutside = "” would land outside the folder it expands into.";
+    const std::string climbs = "“../../evil.txt" + landsOutside;
+    const std::string linkOut = "the link “escape” points outside the folder it expands into.";
+    const std::string tooLong = "it holds a name too long for this computer’s files.";
+    ArchiveTools::ExpansionLimits tight;
+    tight.maxRatio = 100;
+    tight.ratioFloorBytes = 1 << 20;
+    ArchiveTools::ExpansionLimits few;
+    few.maxEntries = 10;
+    struct Case {
+        std::string kind, extra;
+        ArchiveTools::ExpansionLimits limits;
+        std::string why;
+    };
+    const Case cases[] = {
+        {"slip", "", {}, climbs},
+        {"absolute", absolute, {}, "“" + absolute + landsOutside},
+        {"backslash", "", {}, climbs},
+        {"link-out", (temp / "outside").string(), {}, linkOut},
+        {"link-out", "../../outside", {}, linkOut},
+        // Each link alone stays inside; followed one through the other, they leave.
+        {"link-chain", "", {}, "the link “x” points outside the folder it expands into."},
+        {"zeros", "", tight, "it would grow to more than 100 times its own size."},
+        {"many", "", few, "it holds more than 10 items."},
+        {"long-name", "", {}, tooLong},
+        {"deep-name", "", {}, tooLong},
+    };
+    for (const Case& each : cases)
+        EXPECT_EQ(refusal(make(each.kind, each.extra), each.limits),
+                  "“" + each.kind + ".zip” wasn’t expanded: " + each.why);
 }
 
 TEST_F(HostileArchive, NothingIsWrittenThroughALinkEvenOneStayingInside) {
     const std::string message = refusal(make("link-inside-then-through"));
     EXPECT_NE(message.find("symlink"), std::string::npos) << message;
-}
-
-TEST_F(HostileArchive, BackslashedPathsClimbingOutAreRefusedToo) {
-    // The reader takes backslashes for the separators of archives written on Windows.
-    EXPECT_EQ(refusal(make("backslash")),
-              "“backslash.zip” wasn’t expanded: “../../evil.txt” would land outside the folder "
-              "it expands into.");
 }
 
 TEST_F(HostileArchive, HeadersPromisingAHugeExpansionAreRefusedBeforeWriting) {
@@ -197,9 +192,7 @@ TEST_F(HostileArchive, ExpansionStopsAtTheBoundWhateverTheHeadersPromise) {
     ArchiveTools::ExpansionLimits tight;
     tight.maxRatio = 100;
     tight.ratioFloorBytes = 1 << 20;
-    // Honest headers: refused before writing; lying headers: stopped while writing.
-    EXPECT_EQ(refusal(make("zeros"), tight),
-              "“zeros.zip” wasn’t expanded: it would grow to more than 100 times its own size.");
+    // Lying headers (honest ones are refused before writing): stopped while writing.
     const std::string lying = refusal(make("lying-size"), tight);
     EXPECT_FALSE(lying.empty());
 }
@@ -211,13 +204,6 @@ TEST_F(HostileArchive, ArchivesLargerThanTheFreeSpaceAreRefused) {
     EXPECT_EQ(message.rfind("There isn’t enough free space to expand “valid.zip”: it needs ", 0),
               0u)
         << message;
-}
-
-TEST_F(HostileArchive, TooManyItemsAreRefused) {
-    ArchiveTools::ExpansionLimits few;
-    few.maxEntries = 10;
-    EXPECT_EQ(refusal(make("many"), few),
-              "“many.zip” wasn’t expanded: it holds more than 10 items.");
 }
 
 TEST_F(HostileArchive, DamagedAndFakeArchivesFailWithTheReadersReason) {
@@ -245,13 +231,6 @@ TEST_F(HostileArchive, EncryptedArchivesGetAClearSentence) {
     fixtures::writeZip(zip, {{"plans.txt", "the plans"}}, "hunter2");
     EXPECT_EQ(refusal(zip),
               "“secret.zip” is protected by a password. Encrypted archives can’t be expanded.");
-}
-
-TEST_F(HostileArchive, OverlongNamesAreRefused) {
-    const std::string sentence =
-        " wasn’t expanded: it holds a name too long for this computer’s files.";
-    EXPECT_EQ(refusal(make("long-name")), "“long-name.zip”" + sentence);
-    EXPECT_EQ(refusal(make("deep-name")), "“deep-name.zip”" + sentence);
 }
 
 TEST_F(HostileArchive, NamesThatAreNotUtf8ExpandInsideTheFolder) {

@@ -49,27 +49,22 @@ void expectTreeCameBack(const fs::path& expanded) {
     EXPECT_EQ(script.st_mtim.tv_sec, 1'500'000'000);
 }
 
-TEST(Unzip, ATreeComesBackWithNamesLinksPermissionsAndTimes) {
+// Also zipped and expanded in the C locale, where the names' bytes must not be taken for
+// that locale's characters.
+TEST(Unzip, ATreeComesBackWithNamesLinksPermissionsAndTimesInAnyLocale) {
     TempFolder temp;
     buildTree(temp);
-    const fs::path zip = ArchiveTools::zip({temp / "Tree"}, {});
-    fs::rename(zip, temp / "Copy.zip");
-    const fs::path expanded = ArchiveTools::unzip(temp / "Copy.zip", {});
-    EXPECT_EQ(expanded, temp / "Copy");
-    expectTreeCameBack(expanded);
-}
+    fs::rename(ArchiveTools::zip({temp / "Tree"}, {}), temp / "Copy.zip");
+    EXPECT_EQ(ArchiveTools::unzip(temp / "Copy.zip", {}), temp / "Copy");
+    expectTreeCameBack(temp / "Copy");
 
-TEST(Unzip, NamesSurviveACLocale) {
     const std::string previous = std::setlocale(LC_ALL, nullptr);
     std::setlocale(LC_ALL, "C");
-    TempFolder temp;
-    buildTree(temp);
-    const fs::path zip = ArchiveTools::zip({temp / "Tree"}, {});
-    fs::rename(zip, temp / "Copy.zip");
-    const fs::path expanded = ArchiveTools::unzip(temp / "Copy.zip", {});
+    fs::rename(ArchiveTools::zip({temp / "Tree"}, {}), temp / "Plain.zip");
+    const fs::path expanded = ArchiveTools::unzip(temp / "Plain.zip", {});
     std::setlocale(LC_ALL, previous.c_str());
     expectTreeCameBack(expanded);
-    for (const auto& entry : fixtures::zipEntries(temp / "Copy.zip"))
+    for (const auto& entry : fixtures::zipEntries(temp / "Plain.zip"))
         if (entry.toObject()["name"].toString().contains(QStringLiteral("照片"))) {
             EXPECT_TRUE(entry.toObject()["utf8"].toBool());
         }
@@ -110,20 +105,6 @@ with zipfile.ZipFile(sys.argv[1], "w", zipfile.ZIP_DEFLATED) as z:
                                         "readme.txt"}));
     EXPECT_EQ(readFile(expanded / "README.txt"), "upper");
     EXPECT_EQ(readFile(expanded / "readme.txt"), "lower");
-}
-
-TEST(Unzip, ProgressGrowsByBytesToTheEnd) {
-    TempFolder temp;
-    std::vector<EntrySpec> entries;
-    for (int index = 0; index < 4; ++index)
-        entries.push_back({"part" + std::to_string(index), std::string(2 << 20, 'x')});
-    fixtures::writeZip(temp / "Parts.zip", entries);
-    std::vector<double> reports;
-    ArchiveTools::unzip(temp / "Parts.zip", [&](double fraction) { reports.push_back(fraction); });
-    ASSERT_GE(reports.size(), 4u);
-    EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
-    EXPECT_LT(reports.front(), 0.5);
-    EXPECT_DOUBLE_EQ(reports.back(), 1.0);
 }
 
 } // namespace

@@ -5,8 +5,8 @@
 #include "naming/ConversionError.h"
 
 #include <QJsonObject>
+#include <QRegularExpression>
 
-#include <cctype>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -41,19 +41,12 @@ void expectReadersAccept(const fs::path& zip) {
 
 // "kelvane-" and an upper-case UUID, as listed by treeOf.
 bool isRunFolder(const std::string& name) {
-    const std::string prefix = "kelvane-";
-    if (name.size() != prefix.size() + 37 || name.rfind(prefix, 0) != 0 || name.back() != '/')
-        return false;
-    for (std::size_t index = 0; index < 36; ++index) {
-        const char c = name[prefix.size() + index];
-        const bool hyphen = index == 8 || index == 13 || index == 18 || index == 23;
-        if (hyphen ? c != '-' : !std::isxdigit(static_cast<unsigned char>(c)) || std::islower(c))
-            return false;
-    }
-    return true;
+    static const QRegularExpression runFolder(
+        QRegularExpression::anchoredPattern("kelvane-[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}/"));
+    return runFolder.match(QString::fromStdString(name)).hasMatch();
 }
 
-TEST(Zip, OneFileKeepsItsFullNameAndIsNumberedWhenTaken) {
+TEST(Zip, OneItemKeepsItsNameAndFolderAndIsNumberedWhenTaken) {
     TempFolder temp;
     const auto report = temp.write("Report.pdf", "%PDF-1.4 pretend");
     const fs::path first = ArchiveTools::zip({report}, {});
@@ -63,19 +56,17 @@ TEST(Zip, OneFileKeepsItsFullNameAndIsNumberedWhenTaken) {
     expectReadersAccept(first);
     EXPECT_EQ(namesIn(fixtures::zipEntries(second)), std::vector<std::string>{"Report.pdf"});
     EXPECT_EQ(fixtures::runCommand("unzip", {"-p", first.string()}).output, "%PDF-1.4 pretend");
-}
 
-TEST(Zip, OneFolderKeepsItsFolderAtTheRootWithHiddenAndEmptyFolders) {
-    TempFolder temp;
+    // One folder keeps its folder at the root, with hidden and empty folders.
     temp.write("Photos/a.txt", "a");
     temp.write("Photos/.hidden", "secret");
     temp.write("Photos/sub/b.txt", "b");
     temp.makeFolder("Photos/empty");
     // A trailing slash, as a shell completes folder names, changes nothing.
-    const fs::path zip = ArchiveTools::zip({(temp / "Photos").string() + "/"}, {});
-    EXPECT_EQ(zip, temp / "Photos.zip");
-    expectReadersAccept(zip);
-    EXPECT_EQ(namesIn(fixtures::zipEntries(zip)),
+    const fs::path folder = ArchiveTools::zip({(temp / "Photos").string() + "/"}, {});
+    EXPECT_EQ(folder, temp / "Photos.zip");
+    expectReadersAccept(folder);
+    EXPECT_EQ(namesIn(fixtures::zipEntries(folder)),
               (std::vector<std::string>{"Photos/", "Photos/.hidden", "Photos/a.txt",
                                         "Photos/empty/", "Photos/sub/", "Photos/sub/b.txt"}));
 }
@@ -157,16 +148,24 @@ TEST(Zip, LeavesOutItselfPipesAndSockets) {
               (std::vector<std::string>{"a.txt", "d/", "d/sub/", "d/sub/a.txt"}));
 }
 
-TEST(Zip, ProgressGrowsByBytesToTheEnd) {
+TEST(Zip, ProgressOfZipAndUnzipGrowsByBytesToTheEnd) {
     TempFolder temp;
     std::vector<fs::path> items;
     for (int index = 0; index < 4; ++index)
         items.push_back(temp.writeBytes("big" + std::to_string(index) + ".bin", 3 << 20));
     std::vector<double> reports;
-    ArchiveTools::zip(items, [&](double fraction) { reports.push_back(fraction); });
+    const fs::path zip =
+        ArchiveTools::zip(items, [&](double fraction) { reports.push_back(fraction); });
     ASSERT_GE(reports.size(), 8u);
     EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
     EXPECT_NEAR(reports[reports.size() / 2], 0.5, 0.1);
+    EXPECT_DOUBLE_EQ(reports.back(), 1.0);
+
+    reports.clear();
+    ArchiveTools::unzip(zip, [&](double fraction) { reports.push_back(fraction); });
+    ASSERT_GE(reports.size(), 4u);
+    EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
+    EXPECT_LT(reports.front(), 0.5);
     EXPECT_DOUBLE_EQ(reports.back(), 1.0);
 }
 

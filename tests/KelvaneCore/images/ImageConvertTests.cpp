@@ -1,7 +1,7 @@
 #include "engine/Engine.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/ImageFixtures.h"
 #include "images/ImageTools.h"
-#include "naming/ConversionError.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -15,13 +15,8 @@ using fixtures::TempFolder;
 using fixtures::VImage;
 namespace fs = std::filesystem;
 
-std::string failureOf(const fs::path& input, Recipe recipe, const ConversionOptions& options = {}) {
-    try {
-        ImageTools::convert(input, recipe, options);
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no error";
+std::string failureOf(const fs::path& input, Recipe recipe) {
+    return fixtures::failureOf([&] { ImageTools::convert(input, recipe, {}); });
 }
 
 bool isRed(const std::array<double, 4>& c) {
@@ -203,7 +198,7 @@ TEST(ImageConvert, QualityChangesLossyFormatsOnly) {
     }
 }
 
-TEST(ImageConvert, TheSizeCapScalesDownButNeverUp) {
+TEST(ImageConvert, TheLongestSideScalesDownButNeverUpAndResizeKeepsTheFormat) {
     TempFolder temp;
     ConversionOptions options;
     options.limitDimension = true;
@@ -215,20 +210,17 @@ TEST(ImageConvert, TheSizeCapScalesDownButNeverUp) {
     options.limitDimension = false;
     const fs::path full = ImageTools::convert(large, Recipe::toPNG, options);
     EXPECT_EQ(fixtures::readBack(full).width(), 400);
-}
 
-TEST(ImageConvert, ResizeKeepsTheFormatAndAppliesMaxDimensionAlways) {
-    TempFolder temp;
-    ConversionOptions options;
+    // Resizing keeps the format (or writes PNG) and always applies the longest side.
     options.maxDimension = 1024;
     const fs::path wide = fixtures::save(fixtures::markedPicture(3000, 2000), temp / "wide.png");
-    const fs::path small = fixtures::save(fixtures::markedPicture(800, 600), temp / "small.tif");
+    const fs::path tiff = fixtures::save(fixtures::markedPicture(800, 600), temp / "small.tif");
     const fs::path webp = fixtures::save(fixtures::markedPicture(300, 200), temp / "w.webp");
 
     const fs::path resized = ImageTools::convert(wide, Recipe::resize, options);
     EXPECT_EQ(resized, temp / "wide (resized).png");
     expectUpright(fixtures::readBack(resized), 1024, 683);
-    const fs::path kept = ImageTools::convert(small, Recipe::resize, options);
+    const fs::path kept = ImageTools::convert(tiff, Recipe::resize, options);
     EXPECT_EQ(kept, temp / "small (resized).tif");
     EXPECT_EQ(fixtures::readBack(kept).get_string("vips-loader"), std::string("tiffload"));
     expectUpright(fixtures::readBack(kept), 800, 600);

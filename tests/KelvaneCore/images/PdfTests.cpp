@@ -1,9 +1,9 @@
 #include "engine/Engine.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/ImageFixtures.h"
 #include "fixtures/PdfFixtures.h"
 #include "fixtures/PdfProbe.h"
 #include "images/ImageTools.h"
-#include "naming/ConversionError.h"
 
 #include <gtest/gtest.h>
 #include <mutex>
@@ -11,6 +11,7 @@
 namespace kelvane {
 namespace {
 
+using fixtures::failureOf;
 using fixtures::TempFolder;
 using fixtures::VImage;
 namespace fs = std::filesystem;
@@ -29,15 +30,6 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
         names.push_back(entry.path().filename());
     std::sort(names.begin(), names.end());
     return names;
-}
-
-template <typename Call> std::string failureOf(Call call) {
-    try {
-        call();
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no error";
 }
 
 TEST(ImagesToPdf, OnePagePerImageSizedFromItsResolution) {
@@ -200,7 +192,7 @@ TEST(PdfPages, EveryPageIsItsWholeMediaBoxUpright) {
     }
 }
 
-TEST(PdfPages, BrokenLockedAndEmptyPdfsFailWithTheirSentenceAndLeaveNoFolder) {
+TEST(PdfPages, BrokenLockedAndEmptyPdfsFailWithTheirSentenceAndABrokenIndexIsRebuilt) {
     TempFolder temp;
     const fs::path locked = writePdf(temp, "Secret.pdf", {{}}, {.locked = true});
     const fs::path empty = writePdf(temp, "Empty.pdf", {});
@@ -216,10 +208,8 @@ TEST(PdfPages, BrokenLockedAndEmptyPdfsFailWithTheirSentenceAndLeaveNoFolder) {
     EXPECT_EQ(pages(cut), "“Cut.pdf” couldn’t be opened as a PDF.");
     EXPECT_EQ(pages(text), "“Notes.pdf” couldn’t be opened as a PDF.");
     EXPECT_EQ(temp.entries(), before);
-}
 
-TEST(PdfPages, ABrokenCrossReferenceTableIsRebuilt) {
-    TempFolder temp;
+    // A broken cross-reference table is rebuilt.
     const fs::path pdf = writePdf(temp, "Xref.pdf", {{}, {}}, {.brokenXref = true});
     ConversionOptions options;
     options.pdfImageDPI = 36;

@@ -1,6 +1,6 @@
+#include "fixtures/FailureOf.h"
 #include "fixtures/ImageFixtures.h"
 #include "images/ImageTools.h"
-#include "naming/ConversionError.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,12 +21,7 @@ ConversionOptions target(double megabytes) {
 }
 
 std::string failureOf(const fs::path& input, double megabytes) {
-    try {
-        ImageTools::shrink(input, target(megabytes));
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no error";
+    return fixtures::failureOf([&] { ImageTools::shrink(input, target(megabytes)); });
 }
 
 // The widths the search passes through: each 0.75 of the one before, truncated.

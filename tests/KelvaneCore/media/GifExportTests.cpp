@@ -1,7 +1,7 @@
 #include "MediaFixtures.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/TempFolder.h"
 #include "media/VideoTools.h"
-#include "naming/ConversionError.h"
 
 #include <gtest/gtest.h>
 
@@ -91,7 +91,7 @@ TEST(GifExport, TwoSecondsAtTwelveFpsGiveTwentyFourFramesThatLoopForEver) {
     EXPECT_EQ(reports.back(), 1.0);
 }
 
-TEST(GifExport, FrameRateIsClampedAndWidthScalesDownKeepingTheShape) {
+TEST(GifExport, FrameRateIsClampedAndWidthScalesDownKeepingTheShapeUpright) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=640x360:r=30:d=1 -c:v libx264 Clip.mp4");
     const GifFacts fast =
@@ -109,10 +109,8 @@ TEST(GifExport, FrameRateIsClampedAndWidthScalesDownKeepingTheShape) {
     const GifFacts none =
         readGif(VideoTools::gif(temp / "Clip.mp4", gifOptions(12, 160, 0), [](double) {}));
     EXPECT_EQ(none.images, 1); // no seconds still gives the first frame
-}
 
-TEST(GifExport, PortraitPhoneVideoGivesUprightFrames) {
-    const fixtures::TempFolder temp;
+    // Portrait phone video gives upright frames.
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=640x360:r=10:d=0.5 -c:v libx264 flat.mp4");
     ffmpeg(temp.path(), "-i flat.mp4 -c copy -metadata:s:v:0 rotate=90 Phone.mov");
     const GifFacts facts =
@@ -138,25 +136,19 @@ TEST(GifExport, HdrVideoIsToneMappedRatherThanShownWashedOut) {
     EXPECT_LT(brightness("Hlg.mkv"), brightness("Sdr.mkv") - 5);
 }
 
-TEST(GifExport, InputsWithoutPicturesFailWithTheirSentence) {
+TEST(GifExport, InputsWithoutPicturesFailWithTheirSentenceAndCancellingComesFirst) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), "-f lavfi -i sine=d=1 -c:a aac Sound.mp4");
     temp.write("notes.mov", "not a movie");
-    const auto failure = [&](const char* name) -> std::string {
-        try {
-            VideoTools::gif(temp / name, ConversionOptions(), [](double) {});
-        } catch (const ConversionError& error) {
-            return error.message();
-        }
-        return "no failure";
+    const auto failure = [&](const char* name) {
+        return fixtures::failureOf(
+            [&] { VideoTools::gif(temp / name, ConversionOptions(), [](double) {}); });
     };
     EXPECT_EQ(failure("Sound.mp4"), "“Sound.mp4” has no video.");
     EXPECT_EQ(failure("notes.mov"), "“notes.mov” isn’t a video this computer can read.");
     EXPECT_EQ(temp.entries(), (std::vector<std::string>{"Sound.mp4", "notes.mov"}));
-}
 
-TEST(GifExport, CancellationIsCheckedBeforeTheFirstFrame) {
-    const fixtures::TempFolder temp;
+    // Cancellation is checked before the first frame.
     ffmpeg(temp.path(), "-f lavfi -i testsrc2=s=320x180:r=10:d=1 -c:v libx264 Clip.mp4");
     std::stop_source stop;
     stop.request_stop();

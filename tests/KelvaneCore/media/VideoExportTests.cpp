@@ -1,7 +1,7 @@
 #include "MediaFixtures.h"
+#include "fixtures/FailureOf.h"
 #include "fixtures/TempFolder.h"
 #include "media/VideoTools.h"
-#include "naming/ConversionError.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -22,21 +22,13 @@ namespace kelvane {
 namespace {
 
 namespace fs = std::filesystem;
+using fixtures::failureOf;
 using fixtures::ffmpeg;
 using fixtures::lavfiClip;
 using fixtures::probe;
 
 const VideoTools::Progress ignore = [](double) {
 };
-
-std::string failureOf(const std::function<void()>& run) {
-    try {
-        run();
-    } catch (const ConversionError& error) {
-        return error.message();
-    }
-    return "no failure";
-}
 
 fs::path convert(const fs::path& input, Recipe recipe) {
     return VideoTools::convert(input, recipe, ConversionOptions(), ignore);
@@ -137,7 +129,7 @@ TEST(VideoExport, BoxPresetsFitThePictureKeepingItsShapeAndNeverScaleUp) {
     }
 }
 
-TEST(VideoExport, HevcIsTaggedHvc1AndKeepsTheSizeAndEveryAudioTrack) {
+TEST(VideoExport, HevcIsTaggedHvc1KeepsEveryTrackAndHdrAndIsToneMappedForH264) {
     const fixtures::TempFolder temp;
     ffmpeg(temp.path(), lavfiClip("320x180", 1) + " -f lavfi -i sine=f=880:d=1 -map 0 -map 1 "
                                                   "-map 2 -c:v libx264 -c:a aac -shortest Two.mkv");
@@ -148,10 +140,7 @@ TEST(VideoExport, HevcIsTaggedHvc1AndKeepsTheSizeAndEveryAudioTrack) {
     EXPECT_EQ(info.first(AVMEDIA_TYPE_VIDEO).pixels, "yuv420p"); // eight bits stay eight
     EXPECT_EQ(info.count(AVMEDIA_TYPE_AUDIO), 2);
     EXPECT_TRUE(fixtures::indexFirst(fixtures::readFile(temp / "Two (converted).mp4")));
-}
 
-TEST(VideoExport, HdrKeepsTenBitsAndItsColoursInHevcAndIsToneMappedForH264) {
-    const fixtures::TempFolder temp;
     ffmpeg(temp.path(), lavfiClip("320x180", 0.5) +
                             " -pix_fmt yuv420p10le -c:v libx265 -x265-params log-level=error "
                             "-color_primaries bt2020 -color_trc arib-std-b67 -colorspace bt2020nc "
