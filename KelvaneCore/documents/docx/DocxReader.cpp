@@ -1,3 +1,4 @@
+#include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/ListNumbering.h"
@@ -551,6 +552,7 @@ std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
         numbering.read(*part);
 
     auto document = std::make_unique<QTextDocument>();
+    const DocumentFilling filling(*document);
     Docx::Notes notes;
     Docx::BodyReader(*content, relationships, zip, styles, numbering, *document, notes).read();
     for (const auto& [kind, type, fallback] :
