@@ -1,5 +1,6 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/html/HtmlChunks.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -8,6 +9,7 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QTextDocumentFragment>
 #include <QTextFragment>
 #include <QUrl>
 
@@ -18,6 +20,7 @@ namespace kelvane::DocumentFormats {
 namespace {
 
 constexpr qint64 maxImageBytes = 64 << 20;
+constexpr qsizetype runCharacters = 1 << 20;
 
 // Qt would fetch style sheets and images by itself while parsing and laying out, from any
 // path the page names (a device file would never end). This document loads nothing; the
@@ -106,14 +109,39 @@ std::unique_ptr<QTextDocument> withInlineImages(const QTextDocument& document) {
     return copy;
 }
 
+// A long page's body is read a run of paragraphs at a time, each after the page's head, and
+// appended: each run's first paragraph keeps its own format.
+void readInRuns(QTextDocument& document, const QString& html) {
+    const qsizetype body = HtmlChunks::bodyStart(html);
+    const std::vector<qsizetype> cuts =
+        body < 0 ? std::vector<qsizetype>() : HtmlChunks::cutsOf(html, body, runCharacters);
+    if (cuts.empty()) {
+        document.setHtml(html);
+        return;
+    }
+    document.setHtml(html.left(cuts.front()));
+    const QString head = html.left(body);
+    for (std::size_t i = 0; i < cuts.size(); ++i) {
+        const qsizetype end = i + 1 < cuts.size() ? cuts[i + 1] : html.size();
+        ContainedDocument run;
+        run.setBaseUrl(document.baseUrl());
+        run.setHtml(head + html.mid(cuts[i], end - cuts[i]));
+        QTextCursor cursor(&document);
+        cursor.movePosition(QTextCursor::End);
+        cursor.insertBlock(run.firstBlock().blockFormat(), run.firstBlock().charFormat());
+        cursor.insertFragment(QTextDocumentFragment(&run));
+    }
+}
+
 } // namespace
 
 std::unique_ptr<QTextDocument> readHtml(const std::filesystem::path& file) {
-    const QByteArray bytes = readSource(file);
+    QString html = decodeHtml(readSource(file));
     auto document = std::make_unique<ContainedDocument>();
     const QUrl base = QUrl::fromLocalFile(QString::fromStdString(file.string()));
     document->setBaseUrl(base);
-    document->setHtml(decodeHtml(bytes));
+    readInRuns(*document, html);
+    html.clear();
     adoptImages(*document, base);
     return document;
 }
