@@ -1,73 +1,82 @@
 #include "documents/html/HtmlChunks.h"
 
-#include <QStringView>
+#include <QByteArrayView>
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 
 namespace kelvane::HtmlChunks {
 namespace {
 
 // Elements whose content a cut must not fall in: block containers, and inline formatting that
 // may hold several paragraphs.
-constexpr std::array<QStringView, 34> holders = {
-    u"table",   u"ul",      u"ol",     u"dl",     u"div", u"pre",    u"blockquote",
-    u"section", u"article", u"header", u"footer", u"nav", u"aside",  u"main",
-    u"figure",  u"form",    u"center", u"b",      u"i",   u"u",      u"em",
-    u"strong",  u"font",    u"span",   u"a",      u"s",   u"strike", u"big",
-    u"small",   u"sub",     u"sup",    u"code",   u"tt",  u"li"};
+constexpr std::array<QByteArrayView, 34> holders = {
+    "table",  "ul",     "ol",  "dl",     "div",  "pre",    "blockquote", "section", "article",
+    "header", "footer", "nav", "aside",  "main", "figure", "form",       "center",  "b",
+    "i",      "u",      "em",  "strong", "font", "span",   "a",          "s",       "strike",
+    "big",    "small",  "sub", "sup",    "code", "tt",     "li"};
 
 // Elements whose content is not markup.
-constexpr std::array<QStringView, 4> rawText = {u"script", u"style", u"textarea", u"title"};
+constexpr std::array<QByteArrayView, 4> rawText = {"script", "style", "textarea", "title"};
 
-bool isCutBefore(QStringView name) {
-    return name == u"p" ||
-           (name.size() == 2 && name[0] == u'h' && name[1] >= u'1' && name[1] <= u'6');
+bool isCutBefore(QByteArrayView name) {
+    return name == "p" || (name.size() == 2 && name[0] == 'h' && name[1] >= '1' && name[1] <= '6');
+}
+
+// Where `text` (lower case) next begins at or after `from`, in any case.
+qsizetype indexOfAnyCase(const QByteArray& html, QByteArrayView text, qsizetype from) {
+    for (qsizetype at = html.indexOf(text[0], from); at >= 0; at = html.indexOf(text[0], at + 1))
+        if (at + text.size() <= html.size() &&
+            qstrnicmp(html.constData() + at, text.data(), static_cast<std::size_t>(text.size())) ==
+                0)
+            return at;
+    return -1;
 }
 
 struct Tag {
-    QString name; // lower case
+    QByteArray name; // lower case
     bool closing = false;
     bool selfClosing = false;
     qsizetype end = 0; // after its '>'
 };
 
-Tag tagAt(const QString& html, qsizetype at) {
+Tag tagAt(const QByteArray& html, qsizetype at) {
     Tag tag;
     qsizetype i = at + 1;
-    if (i < html.size() && html[i] == u'/') {
+    if (i < html.size() && html[i] == '/') {
         tag.closing = true;
         ++i;
     }
     const qsizetype nameStart = i;
-    while (i < html.size() && html[i].isLetterOrNumber())
+    while (i < html.size() && std::isalnum(static_cast<unsigned char>(html[i])))
         ++i;
     tag.name = html.mid(nameStart, i - nameStart).toLower();
-    const qsizetype close = html.indexOf(u'>', i);
+    const qsizetype close = html.indexOf('>', i);
     tag.end = close < 0 ? html.size() : close + 1;
-    tag.selfClosing = close > 0 && html[close - 1] == u'/';
+    tag.selfClosing = close > 0 && html[close - 1] == '/';
     return tag;
 }
 
 } // namespace
 
-qsizetype bodyStart(const QString& html) {
-    const qsizetype body = html.indexOf(QStringLiteral("<body"), 0, Qt::CaseInsensitive);
+qsizetype bodyStart(const QByteArray& html) {
+    const qsizetype body = indexOfAnyCase(html, "<body", 0);
     if (body < 0)
         return -1;
-    const qsizetype end = html.indexOf(u'>', body);
+    const qsizetype end = html.indexOf('>', body);
     return end < 0 ? -1 : end + 1;
 }
 
-std::vector<qsizetype> cutsOf(const QString& html, qsizetype from, qsizetype length) {
+std::vector<qsizetype> cutsOf(const QByteArray& html, qsizetype from, qsizetype length) {
     std::vector<qsizetype> cuts;
     if (html.size() - from < 2 * length)
         return cuts;
     int depth = 0;
     qsizetype last = from;
-    for (qsizetype at = html.indexOf(u'<', from); at >= 0; at = html.indexOf(u'<', at)) {
-        if (QStringView(html).mid(at).startsWith(u"<!--")) {
-            const qsizetype end = html.indexOf(QStringLiteral("-->"), at);
+    for (qsizetype at = html.indexOf('<', from); at >= 0; at = html.indexOf('<', at)) {
+        if (QByteArrayView(html).sliced(at).startsWith("<!--")) {
+            const qsizetype end = html.indexOf("-->", at);
             if (end < 0)
                 break;
             at = end + 3;
@@ -79,8 +88,7 @@ std::vector<qsizetype> cutsOf(const QString& html, qsizetype from, qsizetype len
             continue;
         }
         if (!tag.closing && std::find(rawText.begin(), rawText.end(), tag.name) != rawText.end()) {
-            const qsizetype end =
-                html.indexOf(QStringLiteral("</") + tag.name, tag.end, Qt::CaseInsensitive);
+            const qsizetype end = indexOfAnyCase(html, "</" + tag.name, tag.end);
             if (end < 0)
                 break;
             at = end;

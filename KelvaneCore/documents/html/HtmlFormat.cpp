@@ -13,6 +13,7 @@
 #include <QTextFragment>
 #include <QUrl>
 
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -30,13 +31,21 @@ protected:
     QVariant loadResource(int, const QUrl&) override { return QByteArray(); }
 };
 
-QString decodeHtml(const QByteArray& bytes) {
-    const auto encoding = QStringConverter::encodingForHtml(bytes);
-    QStringDecoder decoder(encoding.value_or(QStringConverter::Utf8));
-    QString text = decoder.decode(bytes);
-    if (decoder.hasError() && !encoding)
-        text = QString::fromLatin1(bytes);
-    return text;
+// The encoding the page declares, else UTF-8 where it decodes as UTF-8, else Latin-1.
+QStringConverter::Encoding encodingOf(const QByteArray& bytes) {
+    if (const auto declared = QStringConverter::encodingForHtml(bytes))
+        return *declared;
+    QStringDecoder decoder(QStringConverter::Utf8);
+    for (qsizetype at = 0; at < bytes.size() && !decoder.hasError(); at += 1 << 20)
+        (void)decoder.decode(
+            QByteArrayView(bytes).sliced(at, std::min<qsizetype>(1 << 20, bytes.size() - at)));
+    return decoder.hasError() ? QStringConverter::Latin1 : QStringConverter::Utf8;
+}
+
+// Whether the markup of a page in the encoding is plain ASCII bytes.
+bool isAsciiMarkup(QStringConverter::Encoding encoding) {
+    return encoding == QStringConverter::Utf8 || encoding == QStringConverter::Latin1 ||
+           encoding == QStringConverter::System;
 }
 
 QByteArray dataUrlBytes(const QString& url) {
@@ -111,21 +120,27 @@ std::unique_ptr<QTextDocument> withInlineImages(const QTextDocument& document) {
 
 // A long page's body is read a run of paragraphs at a time, each after the page's head, and
 // appended: each run's first paragraph keeps its own format.
-void readInRuns(QTextDocument& document, const QString& html) {
-    const qsizetype body = HtmlChunks::bodyStart(html);
+void readInRuns(QTextDocument& document, const QByteArray& bytes,
+                QStringConverter::Encoding encoding) {
+    const auto decoded = [encoding](QByteArrayView part) {
+        QStringDecoder decoder(encoding);
+        QString text = decoder.decode(part);
+        return text;
+    };
+    const qsizetype body = isAsciiMarkup(encoding) ? HtmlChunks::bodyStart(bytes) : -1;
     const std::vector<qsizetype> cuts =
-        body < 0 ? std::vector<qsizetype>() : HtmlChunks::cutsOf(html, body, runCharacters);
+        body < 0 ? std::vector<qsizetype>() : HtmlChunks::cutsOf(bytes, body, runCharacters);
     if (cuts.empty()) {
-        document.setHtml(html);
+        document.setHtml(decoded(bytes));
         return;
     }
-    document.setHtml(html.left(cuts.front()));
-    const QString head = html.left(body);
+    document.setHtml(decoded(QByteArrayView(bytes).first(cuts.front())));
+    const QString head = decoded(QByteArrayView(bytes).first(body));
     for (std::size_t i = 0; i < cuts.size(); ++i) {
-        const qsizetype end = i + 1 < cuts.size() ? cuts[i + 1] : html.size();
+        const qsizetype end = i + 1 < cuts.size() ? cuts[i + 1] : bytes.size();
         ContainedDocument run;
         run.setBaseUrl(document.baseUrl());
-        run.setHtml(head + html.mid(cuts[i], end - cuts[i]));
+        run.setHtml(head + decoded(QByteArrayView(bytes).sliced(cuts[i], end - cuts[i])));
         QTextCursor cursor(&document);
         cursor.movePosition(QTextCursor::End);
         cursor.insertBlock(run.firstBlock().blockFormat(), run.firstBlock().charFormat());
@@ -136,12 +151,12 @@ void readInRuns(QTextDocument& document, const QString& html) {
 } // namespace
 
 std::unique_ptr<QTextDocument> readHtml(const std::filesystem::path& file) {
-    QString html = decodeHtml(readSource(file));
+    QByteArray bytes = readSource(file);
     auto document = std::make_unique<ContainedDocument>();
     const QUrl base = QUrl::fromLocalFile(QString::fromStdString(file.string()));
     document->setBaseUrl(base);
-    readInRuns(*document, html);
-    html.clear();
+    readInRuns(*document, bytes, encodingOf(bytes));
+    bytes.clear();
     adoptImages(*document, base);
     return document;
 }
