@@ -80,9 +80,10 @@ packages=(
     time
 )
 
-# `--bench` adds the reference tools the benchmarks time our CLI against.
+# `--bench` adds the reference tools the benchmarks time our CLI against, and those that
+# rebuild the document fixtures (tests/fixtures/files/documents/source/make.sh).
 if [[ "${1:-}" == "--bench" ]]; then
-    packages+=(bc hyperfine libreoffice-writer-nogui libvips-tools imagemagick zip)
+    packages+=(bc hyperfine libreoffice-writer-nogui libvips-tools imagemagick zip python3-docx)
 fi
 
 missing=()

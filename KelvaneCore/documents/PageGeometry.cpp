@@ -28,7 +28,6 @@ PageGeometry geometryOf(QSizeF page, QMarginsF margins) {
     return {page,
             textArea,
             {Units::pixelsFromPoints(margins.left()), Units::pixelsFromPoints(margins.top())},
-            {},
             {}};
 }
 
@@ -65,8 +64,7 @@ PageGeometry geometryOf(const SectionPages::Page& section, PageSize paper) {
         size.height() - margins.top() - margins.bottom() < minTextPoints)
         margins = {marginPoints, marginPoints, marginPoints, marginPoints};
     PageGeometry geometry = geometryOf(size, margins);
-    geometry.header = section.header;
-    geometry.footer = section.footer;
+    geometry.section = section;
     return geometry;
 }
 

@@ -5,7 +5,6 @@
 
 #include <QPointF>
 #include <QSizeF>
-#include <QString>
 
 // Where the text of a PDF page goes: the page, its text area and the header and footer
 // lines drawn in its margins.
@@ -16,11 +15,10 @@ namespace kelvane::PdfLayout {
 constexpr int layoutDpi = 96;
 
 struct PageGeometry {
-    QSizeF page;     // points
-    QSizeF textArea; // device pixels
-    QPointF origin;  // device pixels, the text area's top-left corner
-    QString header;  // drawn in the top margin, SectionPages::pageNumberMark for the number
-    QString footer;  // in the bottom margin
+    QSizeF page;                // points
+    QSizeF textArea;            // device pixels
+    QPointF origin;             // device pixels, the text area's top-left corner
+    SectionPages::Page section; // its header and footer lines and where its numbering starts
     bool operator==(const PageGeometry&) const = default;
 };
 

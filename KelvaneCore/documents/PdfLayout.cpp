@@ -50,7 +50,8 @@ std::vector<Section> sectionsOf(const QTextDocument& document, PageSize paper) {
         const int start = topLevelPosition(block);
         if (start <= sections.back().start)
             sections.back().geometry = geometry;
-        else if (geometry != sections.back().geometry && sections.size() < maxSections)
+        else if ((geometry != sections.back().geometry || page->first || page->firstNumber > 0) &&
+                 sections.size() < maxSections)
             sections.push_back({start, geometry});
     }
     return sections;

@@ -85,6 +85,9 @@ PdfPages::PdfPages(const PageGeometry& geometry)
 
 void PdfPages::turnTo(const PageGeometry& geometry) {
     geometry_ = geometry;
+    sectionPages_ = 0;
+    if (geometry_.section.firstNumber > 0)
+        number_ = geometry_.section.firstNumber - 1;
     writer_.setPageLayout(QPageLayout(QPageSize(geometry_.page, QPageSize::Point),
                                       QPageLayout::Portrait, QMarginsF()));
     const QSize rounded = writer_.pageLayout().fullRectPoints().size();
@@ -131,8 +134,10 @@ void PdfPages::draw(QTextDocument& document, int page) {
     if (drawn_++ > 0)
         writer_.newPage();
     drawPage(painter_, document, geometry_, page);
-    drawMarginText(painter_, geometry_, geometry_.header, true, drawn_);
-    drawMarginText(painter_, geometry_, geometry_.footer, false, drawn_);
+    const SectionPages::Lines lines =
+        SectionPages::linesOn(geometry_.section, sectionPages_++, ++number_);
+    drawMarginText(painter_, geometry_, lines.header, true, number_);
+    drawMarginText(painter_, geometry_, lines.footer, false, number_);
 }
 
 } // namespace kelvane::PdfLayout

@@ -22,7 +22,8 @@ class PdfPages {
 public:
     explicit PdfPages(const PageGeometry& geometry);
 
-    // The pages drawn from here on take this geometry.
+    // The pages drawn from here on take this geometry, as a section's of their own: its first
+    // page is the next drawn.
     void turnTo(const PageGeometry& geometry);
 
     // Prepares a document for layout on these pages. Undo with `release` before the pages go.
@@ -47,6 +48,8 @@ private:
     QPainter painter_;
     std::vector<std::pair<QSize, QSizeF>> sizes_; // as the writer rounds them, and exact
     int drawn_ = 0;
+    int sectionPages_ = 0; // drawn since the pages last turned to a section's
+    int number_ = 0;       // the number of the last page drawn, as its section numbers it
 };
 
 } // namespace kelvane::PdfLayout

@@ -38,6 +38,11 @@ bool isSkipped(const QXmlStreamReader& xml);
 // Content controls, their content and custom XML: elements that only wrap what they hold.
 bool isWrapper(const QXmlStreamReader& xml);
 
+// The link of a HYPERLINK field instruction: its quoted target, or "#name" for a place in
+// the document (\l).
+QString hyperlinkOf(const QString& instruction);
+void setLink(QTextCharFormat& format, const QString& href);
+
 // Footnotes and endnotes are numbered in the order the text refers to them, each kind on its
 // own; their text follows the body, each note led by its number.
 using NoteKind = DocumentNotes::Kind;
@@ -90,8 +95,9 @@ public:
         blockUnused_ = document.isEmpty();
     }
 
-    // The body of word/document.xml.
-    void read();
+    // The body of word/document.xml; `evenPagesApart` where the settings give even pages
+    // headers and footers of their own.
+    void read(bool evenPagesApart);
     // The notes of a footnotes or endnotes part that the body referred to, in their order.
     void readNotes(NoteKind kind);
 
@@ -132,7 +138,8 @@ private:
 
     void startBlock(QTextBlockFormat block, const QTextCharFormat& chars);
     void endSection(const Section& section);
-    QString partText(const QString& relationshipId) const;
+    QString partText(const QString& relationshipId);
+    SectionPages::Lines linesOf(const Section& section, const QString& type);
     void beforeContent();
     void write(const QString& text, const QTextCharFormat& format);
     void countBlocks(int count);
@@ -160,6 +167,10 @@ private:
     // end is started, which starts a new page unless the break was continuous.
     int sectionStart_ = 0;
     bool sectionOnNewPage_ = false;
+    bool evenPagesApart_ = false;
+    // The header and footer lines of the last section, by type, for sections that name none.
+    std::map<QString, SectionPages::Lines> lastLines_;
+    std::map<QString, QString> partTexts_; // header and footer texts by relationship id
     int tableNesting_ = 0;
     int blocks_ = 0;
 };

@@ -153,7 +153,7 @@ QString xmlSafe(QStringView text) {
     return safe;
 }
 
-QByteArray contentTypesPart(const QStringList& noteParts) {
+QByteArray contentTypesPart(const QStringList& parts) {
     return xmlPart([&](QXmlStreamWriter& xml) {
         xml.writeDefaultNamespace(ns::contentTypes);
         xml.writeStartElement(ns::contentTypes, QStringLiteral("Types"));
@@ -170,13 +170,25 @@ QByteArray contentTypesPart(const QStringList& noteParts) {
         for (const QString& name :
              QStringList{QStringLiteral("document.main"), QStringLiteral("styles"),
                          QStringLiteral("numbering")} +
-                 noteParts) {
+                 parts) {
+            QString type = name;
+            while (!type.isEmpty() && type.back().isDigit())
+                type.chop(1);
             xml.writeEmptyElement(ns::contentTypes, QStringLiteral("Override"));
             xml.writeAttribute(QStringLiteral("PartName"),
                                QStringLiteral("/word/%1.xml").arg(name.section(u'.', 0, 0)));
             xml.writeAttribute(QStringLiteral("ContentType"),
-                               mainType + name + QStringLiteral("+xml"));
+                               mainType + type + QStringLiteral("+xml"));
         }
+        xml.writeEndElement();
+    });
+}
+
+QByteArray settingsPart() {
+    return xmlPart([](QXmlStreamWriter& xml) {
+        xml.writeNamespace(ns::w, QStringLiteral("w"));
+        startW(xml, "settings");
+        writeEmpty(xml, "evenAndOddHeaders");
         xml.writeEndElement();
     });
 }

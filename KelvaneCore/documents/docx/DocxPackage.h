@@ -29,13 +29,16 @@ struct ListDefinition {
 };
 
 // The fixed parts of a WordprocessingML package the writer produces around document.xml.
-// `noteParts` names the notes parts it holds as well ("footnotes", "endnotes").
-QByteArray contentTypesPart(const QStringList& noteParts);
+// `parts` names the other parts it holds as well ("footnotes", "header1", "settings"), each
+// of the type its name gives without the number.
+QByteArray contentTypesPart(const QStringList& parts);
 QByteArray packageRelationshipsPart();
 QByteArray relationshipsPart(const std::vector<Relationship>& relationships);
 // Normal and the six headings, with the document's default font as the document default.
 QByteArray stylesPart(const QFont& defaultFont);
 QByteArray numberingPart(const std::vector<ListDefinition>& lists);
+// Settings that give even pages headers and footers of their own.
+QByteArray settingsPart();
 
 using Attributes = std::initializer_list<std::pair<const char*, QString>>;
 

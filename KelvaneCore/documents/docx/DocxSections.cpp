@@ -16,6 +16,7 @@ using Ooxml::nextChild;
 using Ooxml::numericValue;
 
 constexpr double maxPageTwips = 31680; // 22 inches, the widest page the format allows
+constexpr double maxPageNumber = 1e6;
 
 double pointsOf(const QXmlStreamReader& xml, QStringView name) {
     const double twips = std::fabs(numericValue(xml, name).value_or(0));
@@ -40,17 +41,35 @@ Section readSection(QXmlStreamReader& xml) {
                        pointsOf(xml, u"bottom")};
         } else if (isW(xml, u"headerReference") || isW(xml, u"footerReference")) {
             const QString type = Ooxml::wAttribute(xml, u"type");
-            if (type.isEmpty() || type == u"default")
-                (isW(xml, u"headerReference") ? section.headerId : section.footerId) =
-                    Ooxml::rAttribute(xml, u"id");
+            (isW(xml, u"headerReference")
+                 ? section.headerIds
+                 : section.footerIds)[type.isEmpty() ? QStringLiteral("default") : type] =
+                Ooxml::rAttribute(xml, u"id");
+        } else if (isW(xml, u"titlePg")) {
+            section.titlePage = Ooxml::isOn(xml);
+        } else if (isW(xml, u"pgNumType")) {
+            section.firstNumber = static_cast<int>(
+                std::clamp(numericValue(xml, u"start").value_or(0), 0.0, maxPageNumber));
         } else if (isW(xml, u"type")) {
             section.newPage = Ooxml::wAttribute(xml, u"val") != u"continuous";
         }
         xml.skipCurrentElement();
     }
     if (size.width() > 0 && size.height() > 0)
-        section.page = SectionPages::Page{size, margins, {}, {}};
+        section.page = SectionPages::Page(size, margins);
     return section;
+}
+
+bool evenAndOddHeaders(const QByteArray& settings) {
+    QXmlStreamReader xml(settings);
+    if (!nextChild(xml) || !isW(xml, u"settings"))
+        return false;
+    while (nextChild(xml)) {
+        if (isW(xml, u"evenAndOddHeaders"))
+            return Ooxml::isOn(xml);
+        xml.skipCurrentElement();
+    }
+    return false;
 }
 
 QString headerFooterText(const QByteArray& part) {

@@ -57,6 +57,12 @@ inline const QString footnotes =
     QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/footnotes");
 inline const QString endnotes =
     QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/endnotes");
+inline const QString header =
+    QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/header");
+inline const QString footer =
+    QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/footer");
+inline const QString settings =
+    QStringLiteral("http://schemas.openxmlformats.org/officeDocument/2006/relationships/settings");
 } // namespace relationship
 
 // True for an element of the WordprocessingML vocabulary named `name`.

@@ -238,39 +238,87 @@ TEST(DocumentFixtures, GifBmpAndWmfPicturesReachThePdf) {
 }
 
 // A layout table without lines stays without them; a lined one keeps its lines and its merged
-// heading cell.
+// heading cell, in the source and in our DOCX of it.
 TEST(DocumentFixtures, TablesKeepTheirLinesAndMergedCells) {
-    for (const char* name : {"layout.docx", "layout.odt"}) {
-        const auto document = DocumentTools::read(folder / name);
+    TempFolder temp;
+    fs::copy_file(folder / "layout.docx", temp / "ours.docx");
+    const fs::path ours = DocumentTools::convert(temp / "ours.docx", Recipe::docToDOCX, {});
+    for (const fs::path& file : {folder / "layout.docx", folder / "layout.odt", ours}) {
+        const auto document = DocumentTools::read(file);
         const auto tableWith = [&](const char* word) {
             return QTextCursor(document->find(word)).currentTable();
         };
         QTextTable* layout = tableWith("meadow");
         QTextTable* lined = tableWith("Merged");
-        ASSERT_TRUE(layout && lined) << name;
-        EXPECT_EQ(layout->format().border(), 0) << name;
-        EXPECT_GT(lined->format().border(), 0) << name;
-        if (QString(name).endsWith(u"docx")) { // the ODT reader does not merge cells yet
-            EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2) << name;
+        ASSERT_TRUE(layout && lined) << file;
+        EXPECT_EQ(layout->format().border(), 0) << file;
+        EXPECT_GT(lined->format().border(), 0) << file;
+        if (file.extension() == ".docx") { // the ODT reader does not merge cells yet
+            EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2) << file;
         }
     }
 }
 
-// A landscape section between portrait ones: each starts a page of its own orientation.
+// A landscape section between portrait ones: each starts a page of its own orientation, in
+// the sources and in our DOCX of them.
 TEST(DocumentFixtures, SectionsLayOutOnPagesOfTheirOwnOrientation) {
     TempFolder temp;
-    for (const char* name : {"layout.docx", "layout.odt"}) {
-        const fs::path copy = temp / name;
-        fs::copy_file(folder / name, copy);
-        const PdfProbe pdf(DocumentTools::convert(copy, Recipe::docToPDF, {}));
-        ASSERT_EQ(pdf.pageCount(), 3) << name;
+    for (const char* name : {"layout.docx", "layout.odt"})
+        fs::copy_file(folder / name, temp / name);
+    const fs::path ours = DocumentTools::convert(temp / "layout.odt", Recipe::docToDOCX, {});
+    for (const fs::path& file : {temp / "layout.docx", temp / "layout.odt", ours}) {
+        const PdfProbe pdf(DocumentTools::convert(file, Recipe::docToPDF, {}));
+        ASSERT_EQ(pdf.pageCount(), 3) << file;
         for (int page = 0; page < 3; ++page) {
             const QSizeF size = pdf.pageSize(page);
-            EXPECT_EQ(size.width() > size.height(), page == 1) << name << " page " << page;
-            EXPECT_NEAR(std::max(size.width(), size.height()), 792, 0.5) << name; // Letter
+            EXPECT_EQ(size.width() > size.height(), page == 1) << file << " page " << page;
+            EXPECT_NEAR(std::max(size.width(), size.height()), 792, 0.5) << file; // Letter
         }
-        EXPECT_TRUE(pdf.text(1).startsWith("Landscape page")) << name;
-        EXPECT_TRUE(pdf.text(2).startsWith("Portrait again")) << name;
+        EXPECT_TRUE(pdf.text(1).startsWith("Landscape page")) << file;
+        EXPECT_TRUE(pdf.text(2).startsWith("Portrait again")) << file;
+    }
+}
+
+// The lines pdftotext finds on one page of a PDF, top to bottom.
+QStringList pageLines(const fs::path& pdf, int page) {
+    QProcess pdftotext;
+    pdftotext.start(QStringLiteral("pdftotext"),
+                    {QStringLiteral("-f"), QString::number(page), QStringLiteral("-l"),
+                     QString::number(page), QString::fromStdString(pdf.string()),
+                     QStringLiteral("-")});
+    EXPECT_TRUE(pdftotext.waitForFinished(60000)) << pdf;
+    QStringList lines =
+        QString::fromUtf8(pdftotext.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
+    for (QString& line : lines)
+        line = line.trimmed();
+    lines.removeAll(QString());
+    return lines;
+}
+
+// The first page of each section and even pages have headers and footers of their own; page
+// numbers restart in the second section, which keeps the first section's even header. Our DOCX
+// of the document keeps them all.
+TEST(DocumentFixtures, HeadersAndFootersFollowFirstAndEvenPages) {
+    TempFolder temp;
+    const std::vector<std::pair<QString, QString>> expected = {
+        {"Cover header", "Cover footer"},
+        {"Even header page 2", "Beta page of the harbour survey."},
+        {"Odd header page 3", "Survey footer"},
+        {"Even header page 4", "Delta page of the harbour survey."},
+        {"Appendix opening header", "Cover footer"},
+        {"Even header page 2", "Zeta page of the harbour survey."}};
+    fs::copy_file(folder / "headers.docx", temp / "headers.docx");
+    const fs::path ours = DocumentTools::convert(temp / "headers.docx", Recipe::docToDOCX, {});
+    for (const fs::path& file : {temp / "headers.docx", ours}) {
+        const fs::path pdf = DocumentTools::convert(file, Recipe::docToPDF, {});
+        ASSERT_EQ(PdfProbe(pdf).pageCount(), 6) << file;
+        for (int page = 1; page <= 6; ++page) {
+            const QStringList lines = pageLines(pdf, page);
+            ASSERT_GE(lines.size(), 2) << file << " page " << page;
+            const auto& [header, last] = expected[static_cast<std::size_t>(page - 1)];
+            EXPECT_EQ(lines.first(), header) << file << " page " << page;
+            EXPECT_EQ(lines.last(), last) << file << " page " << page;
+        }
     }
 }
 

@@ -14,13 +14,14 @@ std::filesystem::path writeZip(const TempFolder& temp, const char* name,
     for (const auto& [path, bytes] : parts)
         builder.add(path, bytes);
     const QByteArray zip = builder.finish();
-    return temp.write(name, std::string_view(zip.constData(), static_cast<std::size_t>(zip.size())));
+    return temp.write(name,
+                      std::string_view(zip.constData(), static_cast<std::size_t>(zip.size())));
 }
 
 TEST(ZipContainer, ReadsBackWhatTheBuilderWrote) {
     TempFolder temp;
-    const auto file = writeZip(temp, "a.docx",
-                               {{"word/document.xml", "<w:document/>"}, {"naïve/ü.txt", "ü"}});
+    const auto file =
+        writeZip(temp, "a.docx", {{"word/document.xml", "<w:document/>"}, {"naïve/ü.txt", "ü"}});
     const ZipContainer zip = ZipContainer::open(file);
     EXPECT_EQ(zip.part("word/document.xml"), QByteArray("<w:document/>"));
     EXPECT_EQ(zip.part("naïve/ü.txt"), QByteArray("ü"));
@@ -38,7 +39,8 @@ TEST(ZipContainer, BuiltArchivesEndAtTheirEndRecord) {
 
 TEST(ZipContainer, RefusesArchivesThatExpandFarBeyondTheirSize) {
     TempFolder temp;
-    const auto bomb = writeZip(temp, "bomb.docx", {{"word/document.xml", QByteArray(40 << 20, ' ')}});
+    const auto bomb =
+        writeZip(temp, "bomb.docx", {{"word/document.xml", QByteArray(40 << 20, ' ')}});
     ASSERT_LT(std::filesystem::file_size(bomb), 1u << 20);
     EXPECT_THROW(ZipContainer::open(bomb), std::runtime_error);
 }
@@ -52,8 +54,10 @@ TEST(ZipContainer, RefusesFilesThatAreNotZips) {
 }
 
 TEST(ZipContainer, RelationshipTargetsNeverLeaveTheArchive) {
-    EXPECT_EQ(ZipContainer::resolve("word/document.xml", "media/image1.png"), "word/media/image1.png");
-    EXPECT_EQ(ZipContainer::resolve("word/document.xml", "../customXml/item.xml"), "customXml/item.xml");
+    EXPECT_EQ(ZipContainer::resolve("word/document.xml", "media/image1.png"),
+              "word/media/image1.png");
+    EXPECT_EQ(ZipContainer::resolve("word/document.xml", "../customXml/item.xml"),
+              "customXml/item.xml");
     EXPECT_EQ(ZipContainer::resolve("word/document.xml", "/word/media/a.png"), "word/media/a.png");
     EXPECT_FALSE(ZipContainer::resolve("word/document.xml", "../../etc/passwd"));
     EXPECT_FALSE(ZipContainer::resolve("word/document.xml", "file:///etc/passwd"));
