@@ -1,6 +1,7 @@
 #include "documents/DocumentFilling.h"
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
+#include "documents/SectionPages.h"
 #include "fixtures/Bytes.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
@@ -126,6 +127,15 @@ TEST(DocumentPdf, LongDocumentsAreLaidOutInSlicesLosingAndRepeatingNothing) {
     document.setDefaultFont(font);
     constexpr int paragraphs = 5000;
     fillLongDocument(document, paragraphs);
+    // One section on the default pages, whose first and even pages have headers of their own.
+    SectionPages::Page section({612, 792}, {64, 64, 64, 64},
+                               QStringLiteral("Odd %1").arg(SectionPages::pageNumberMark));
+    section.first = SectionPages::Lines{QStringLiteral("Cover"), {}};
+    section.even =
+        SectionPages::Lines{QStringLiteral("Even %1").arg(SectionPages::pageNumberMark), {}};
+    QTextBlockFormat marked;
+    SectionPages::mark(marked, section);
+    QTextCursor(&document).mergeBlockFormat(marked);
 
     TempFolder temp;
     const QByteArray bytes = DocumentTools::pdf(document, PageSize::letter);
@@ -147,9 +157,18 @@ TEST(DocumentPdf, LongDocumentsAreLaidOutInSlicesLosingAndRepeatingNothing) {
     EXPECT_EQ(items, 600);
     for (int page : {1, pdf.pageCount() / 2, pdf.pageCount() - 1})
         for (const auto& [word, box] : pdf.words(page)) {
+            if (box.bottom() < 45)
+                continue; // the header
             EXPECT_GE(box.top(), 63.0) << "page " << page;
             EXPECT_LE(box.bottom(), 792 - 63.0) << "page " << page;
         }
+    // Only the section's first page is its first, whichever slice a page was laid out in.
+    for (int page = 0; page < pdf.pageCount(); ++page) {
+        const QString expected = page == 0       ? QStringLiteral("Cover")
+                                 : page % 2 == 1 ? QStringLiteral("Even %1").arg(page + 1)
+                                                 : QStringLiteral("Odd %1").arg(page + 1);
+        EXPECT_EQ(pdf.text(page, QRectF(0, 0, 612, 40)).trimmed(), expected) << "page " << page;
+    }
 
     // Plain text is laid out in slices of its own: every line is on the pages once, in order.
     QString text;
