@@ -71,10 +71,11 @@ QByteArray plainTextToPdf(const std::filesystem::path& input, const ConversionOp
     return plainTextPdf(text, startingFont(), options.pdfPageSize);
 }
 
-QByteArray outputBytes(QTextDocument& document, Recipe recipe, const ConversionOptions& options) {
+QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
+                       const ConversionOptions& options) {
     switch (recipe) {
     case Recipe::docToPDF:
-        return pdfLayingOut(document, options.pdfPageSize); // the document is ours to change
+        return pdf(document, options.pdfPageSize);
     case Recipe::docToTXT:
         return DocumentFormats::writePlainText(document);
     case Recipe::docToDOCX:

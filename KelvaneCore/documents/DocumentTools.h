@@ -33,13 +33,11 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
 // The document laid out on pages of the given size with 64-point margins, as PDF bytes.
 // Sections that give their own pages keep their orientation, margins, headers and footers,
 // and their size when it is neither Letter nor A4.
+// Laid out a slice at a time, so that memory stays bounded however long the document, and
+// layout stops at the page limit.
 QByteArray pdf(const QTextDocument& document, PageSize pageSize);
-// The same without a copy: the document is laid out itself, its page size and paint
-// device changed.
-QByteArray pdfLayingOut(QTextDocument& document, PageSize pageSize);
 
-// Plain text laid out like `pdf`, a slice at a time: memory stays bounded however long the
-// text, and layout stops at the page limit.
+// Plain text laid out like `pdf`, without a document of the whole text.
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize);
 
 } // namespace kelvane::DocumentTools

@@ -1,5 +1,6 @@
 #include "documents/doc/DocReader.h"
 
+#include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
 
 #include <QDeadlineTimer>
@@ -111,8 +112,10 @@ std::unique_ptr<QTextDocument> readDocWith(const std::filesystem::path& file,
     if (text.trimmed().isEmpty())
         throw std::runtime_error("antiword found no text");
     auto document = std::make_unique<QTextDocument>();
-    document->setUndoRedoEnabled(false);
-    appendText(*document, text);
+    {
+        const DocumentFilling filling(*document);
+        appendText(*document, text);
+    }
     return document;
 }
 

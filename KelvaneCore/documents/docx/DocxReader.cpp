@@ -1,3 +1,4 @@
+#include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
 #include "documents/ZipContainer.h"
 #include "documents/docx/DocxBodyReader.h"
@@ -53,6 +54,7 @@ std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
         numbering.read(*part);
 
     auto document = std::make_unique<QTextDocument>();
+    const DocumentFilling filling(*document);
     Docx::Notes notes;
     const auto settings = relatedPart(zip, relationships, u"settings", "word/settings.xml");
     Docx::BodyReader(*content, relationships, zip, styles, numbering, *document, notes)

@@ -1,5 +1,6 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/html/HtmlChunks.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -8,9 +9,11 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QTextDocumentFragment>
 #include <QTextFragment>
 #include <QUrl>
 
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -18,6 +21,7 @@ namespace kelvane::DocumentFormats {
 namespace {
 
 constexpr qint64 maxImageBytes = 64 << 20;
+constexpr qsizetype runCharacters = 1 << 20;
 
 // Qt would fetch style sheets and images by itself while parsing and laying out, from any
 // path the page names (a device file would never end). This document loads nothing; the
@@ -27,13 +31,21 @@ protected:
     QVariant loadResource(int, const QUrl&) override { return QByteArray(); }
 };
 
-QString decodeHtml(const QByteArray& bytes) {
-    const auto encoding = QStringConverter::encodingForHtml(bytes);
-    QStringDecoder decoder(encoding.value_or(QStringConverter::Utf8));
-    QString text = decoder.decode(bytes);
-    if (decoder.hasError() && !encoding)
-        text = QString::fromLatin1(bytes);
-    return text;
+// The encoding the page declares, else UTF-8 where it decodes as UTF-8, else Latin-1.
+QStringConverter::Encoding encodingOf(const QByteArray& bytes) {
+    if (const auto declared = QStringConverter::encodingForHtml(bytes))
+        return *declared;
+    QStringDecoder decoder(QStringConverter::Utf8);
+    for (qsizetype at = 0; at < bytes.size() && !decoder.hasError(); at += 1 << 20)
+        (void)decoder.decode(
+            QByteArrayView(bytes).sliced(at, std::min<qsizetype>(1 << 20, bytes.size() - at)));
+    return decoder.hasError() ? QStringConverter::Latin1 : QStringConverter::Utf8;
+}
+
+// Whether the markup of a page in the encoding is plain ASCII bytes.
+bool isAsciiMarkup(QStringConverter::Encoding encoding) {
+    return encoding == QStringConverter::Utf8 || encoding == QStringConverter::Latin1 ||
+           encoding == QStringConverter::System;
 }
 
 QByteArray dataUrlBytes(const QString& url) {
@@ -106,14 +118,45 @@ std::unique_ptr<QTextDocument> withInlineImages(const QTextDocument& document) {
     return copy;
 }
 
+// A long page's body is read a run of paragraphs at a time, each after the page's head, and
+// appended: each run's first paragraph keeps its own format.
+void readInRuns(QTextDocument& document, const QByteArray& bytes,
+                QStringConverter::Encoding encoding) {
+    const auto decoded = [encoding](QByteArrayView part) {
+        QStringDecoder decoder(encoding);
+        QString text = decoder.decode(part);
+        return text;
+    };
+    const qsizetype body = isAsciiMarkup(encoding) ? HtmlChunks::bodyStart(bytes) : -1;
+    const std::vector<qsizetype> cuts =
+        body < 0 ? std::vector<qsizetype>() : HtmlChunks::cutsOf(bytes, body, runCharacters);
+    if (cuts.empty()) {
+        document.setHtml(decoded(bytes));
+        return;
+    }
+    document.setHtml(decoded(QByteArrayView(bytes).first(cuts.front())));
+    const QString head = decoded(QByteArrayView(bytes).first(body));
+    for (std::size_t i = 0; i < cuts.size(); ++i) {
+        const qsizetype end = i + 1 < cuts.size() ? cuts[i + 1] : bytes.size();
+        ContainedDocument run;
+        run.setBaseUrl(document.baseUrl());
+        run.setHtml(head + decoded(QByteArrayView(bytes).sliced(cuts[i], end - cuts[i])));
+        QTextCursor cursor(&document);
+        cursor.movePosition(QTextCursor::End);
+        cursor.insertBlock(run.firstBlock().blockFormat(), run.firstBlock().charFormat());
+        cursor.insertFragment(QTextDocumentFragment(&run));
+    }
+}
+
 } // namespace
 
 std::unique_ptr<QTextDocument> readHtml(const std::filesystem::path& file) {
-    const QByteArray bytes = readSource(file);
+    QByteArray bytes = readSource(file);
     auto document = std::make_unique<ContainedDocument>();
     const QUrl base = QUrl::fromLocalFile(QString::fromStdString(file.string()));
     document->setBaseUrl(base);
-    document->setHtml(decodeHtml(bytes));
+    readInRuns(*document, bytes, encodingOf(bytes));
+    bytes.clear();
     adoptImages(*document, base);
     return document;
 }

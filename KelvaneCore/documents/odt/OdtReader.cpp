@@ -1,3 +1,4 @@
+#include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
 #include "documents/ZipContainer.h"
 #include "documents/odt/OdtBodyReader.h"
@@ -46,7 +47,7 @@ std::unique_ptr<QTextDocument> readOdt(const std::filesystem::path& file) {
     styles.read(*content);
 
     auto document = std::make_unique<QTextDocument>();
-    document->setUndoRedoEnabled(false);
+    const DocumentFilling filling(*document);
     if (const auto font = styles.defaultFont())
         document->setDefaultFont(*font);
     Odt::BodyReader(*content, styles, zip, *document).read();

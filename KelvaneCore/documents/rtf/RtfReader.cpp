@@ -1,3 +1,4 @@
+#include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentNotes.h"
 #include "documents/rtf/RtfReading.h"
@@ -394,9 +395,10 @@ std::unique_ptr<QTextDocument> readRtf(const QByteArray& rtf,
     if (!rtf.startsWith("{\\rtf"))
         throw std::runtime_error("not an RTF document");
     auto document = std::make_unique<QTextDocument>();
-    document->setUndoRedoEnabled(false); // a history of every insertion only costs memory
-    Rtf::Reader(rtf, attachments, *document).read();
-    document->setUndoRedoEnabled(true);
+    {
+        const DocumentFilling filling(*document);
+        Rtf::Reader(rtf, attachments, *document).read();
+    }
     return document;
 }
 

@@ -108,6 +108,40 @@ TEST(DocumentText, HtmlOutputDeclaresUtf8AndCarriesItsImages) {
     EXPECT_EQ(images, 1);
 }
 
+// A long page is read a run of paragraphs at a time; it reads as the page read whole does.
+TEST(DocumentRead, LongPagesReadAsTheyWouldWhole) {
+    QString html = QStringLiteral("<html><head><style>p.right { text-align: right }</style>"
+                                  "</head><body>");
+    const QString words = QStringLiteral("words ").repeated(45);
+    for (int index = 0; index < 8000; ++index) {
+        if (index % 100 == 0)
+            html += QStringLiteral("<h2>Heading %1</h2>").arg(index);
+        if (index % 1000 == 500)
+            html += QStringLiteral("<table><tr><td><p>Cell %1</p></td><td>two</td></tr></table>"
+                                   "<ul><li>first</li><li>second</li></ul>")
+                        .arg(index);
+        html += QStringLiteral("<p%1>Paragraph %2 <b>%3</b></p>\n")
+                    .arg(index % 3 == 0 ? QStringLiteral(" class=right") : QString())
+                    .arg(index)
+                    .arg(words);
+    }
+    html += QStringLiteral("</body></html>");
+    TempFolder temp;
+    const auto read = DocumentFormats::readHtml(temp.write("long.html", html.toStdString()));
+    QTextDocument whole;
+    whole.setHtml(html);
+    ASSERT_EQ(read->blockCount(), whole.blockCount());
+    for (QTextBlock ours = read->begin(), theirs = whole.begin(); theirs.isValid();
+         ours = ours.next(), theirs = theirs.next()) {
+        ASSERT_EQ(ours.text(), theirs.text());
+        ASSERT_EQ(ours.blockFormat().headingLevel(), theirs.blockFormat().headingLevel());
+        ASSERT_EQ(ours.blockFormat().alignment(), theirs.blockFormat().alignment())
+            << ours.text().left(20).toStdString();
+        ASSERT_EQ(ours.textList() != nullptr, theirs.textList() != nullptr);
+        ASSERT_EQ(ours.charFormat().fontWeight(), theirs.charFormat().fontWeight());
+    }
+}
+
 TEST(DocumentRead, UnreadableDocumentsGetTheSentenceAndLeaveNothingBehind) {
     TempFolder temp;
     const std::string png = "\x89PNG\r\n\x1a\n\0\0\0\rIHDR";

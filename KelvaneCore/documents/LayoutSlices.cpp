@@ -1,0 +1,196 @@
+#include "documents/LayoutSlices.h"
+
+#include "documents/ListNumbering.h"
+
+#include <QFontMetricsF>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocumentFragment>
+#include <QTextFrame>
+#include <QTextList>
+
+#include <map>
+#include <vector>
+
+namespace kelvane::PdfLayout {
+namespace {
+
+constexpr QChar frameStart(0xFDD0);
+
+// The table (or other frame) among the document's top-level content that holds a block, or
+// none for a block of the text itself.
+const QTextFrame* topLevelFrameOf(const QTextBlock& block) {
+    const QTextFrame* root = block.document()->rootFrame();
+    const QTextFrame* frame = QTextCursor(block).currentFrame();
+    while (frame != nullptr && frame->parentFrame() != nullptr && frame->parentFrame() != root)
+        frame = frame->parentFrame();
+    return frame == root ? nullptr : frame;
+}
+
+// The label a list shows for its item `number` (from 1); empty for bullets.
+QString labelOf(const QTextListFormat& format, int number) {
+    using ListNumbering::NumberFormat;
+    NumberFormat shown = NumberFormat::bullet;
+    switch (format.style()) {
+    case QTextListFormat::ListDecimal:
+        shown = NumberFormat::decimal;
+        break;
+    case QTextListFormat::ListLowerAlpha:
+        shown = NumberFormat::lowerLetter;
+        break;
+    case QTextListFormat::ListUpperAlpha:
+        shown = NumberFormat::upperLetter;
+        break;
+    case QTextListFormat::ListLowerRoman:
+        shown = NumberFormat::lowerRoman;
+        break;
+    case QTextListFormat::ListUpperRoman:
+        shown = NumberFormat::upperRoman;
+        break;
+    default:
+        return {};
+    }
+    const QString suffix = format.hasProperty(QTextFormat::ListNumberSuffix) ? format.numberSuffix()
+                                                                             : QStringLiteral(".");
+    return format.numberPrefix() + ListNumbering::numberText(shown, number) + suffix;
+}
+
+// A list item whose number is written out before its text, in the margin where the list would
+// have drawn it, indented as it was.
+int writeOutNumber(QTextBlock block, QTextList& list, const QString& label) {
+    QTextBlockFormat format = block.blockFormat();
+    const int indent = list.format().indent();
+    list.remove(block);
+    const QString text = label + u' ';
+    format.setIndent(format.indent() + indent);
+    format.setTextIndent(format.textIndent() -
+                         QFontMetricsF(block.charFormat().font()).horizontalAdvance(text));
+    format.clearProperty(QTextFormat::ObjectIndex);
+    QTextCursor cursor(block);
+    cursor.setBlockFormat(format);
+    cursor.insertText(text, block.charFormat());
+    return static_cast<int>(text.size());
+}
+
+} // namespace
+
+Slice::Slice(const QTextDocument& source, int start, int end)
+    : source_(source)
+    , start_(start) {
+    setUndoRedoEnabled(false);
+    setDefaultFont(source.defaultFont());
+    setDefaultTextOption(source.defaultTextOption());
+    setIndentWidth(source.indentWidth());
+    setUseDesignMetrics(source.useDesignMetrics());
+    setBaseUrl(source.baseUrl());
+    rootFrame()->setFrameFormat(source.rootFrame()->frameFormat());
+    copyRange(start, end);
+}
+
+int Slice::boundaryFrom(const QTextDocument& source, int position) {
+    QTextBlock block = source.findBlock(position);
+    while (block.isValid()) {
+        if (const QTextFrame* frame = topLevelFrameOf(block))
+            block = source.findBlock(frame->lastPosition() + 1);
+        else if (block.position() >= position)
+            return block.position();
+        else
+            block = block.next();
+    }
+    return source.characterCount() - 1;
+}
+
+int Slice::sourcePosition(int position) const {
+    int inSource = start_ + position;
+    for (const auto& [at, length] : labels_)
+        if (at < position)
+            inSource -= length;
+    return inSource;
+}
+
+QVariant Slice::loadResource(int type, const QUrl& name) {
+    return source_.resource(type, name);
+}
+
+void Slice::copyRange(int start, int end) {
+    // The last paragraph's end stays out: the slice's own last paragraph takes its text.
+    if (end > start && source_.characterAt(end - 1) == QChar::ParagraphSeparator)
+        --end;
+    // A paragraph's format travels with the separator before it: copy from there when that is
+    // a plain paragraph end, then drop the empty paragraph it makes.
+    const bool atTable = source_.characterAt(start) == frameStart;
+    const bool fromSeparator =
+        !atTable && start > 0 && source_.characterAt(start - 1) == QChar::ParagraphSeparator;
+    QTextCursor selection(const_cast<QTextDocument*>(&source_));
+    selection.setPosition(fromSeparator ? start - 1 : start);
+    selection.setPosition(end, QTextCursor::KeepAnchor);
+    QTextCursor(this).insertFragment(QTextDocumentFragment(selection));
+    if (!atTable)
+        keepFirstParagraphFormat(source_.findBlock(start), fromSeparator);
+    if (!atTable && source_.findBlock(start).position() != start)
+        continueParagraph();
+    continueListNumbers(start);
+}
+
+// The copy leaves an empty paragraph before the first one where it began at a separator, and
+// where that paragraph is a list item; the rest of the first paragraph's format is lost.
+void Slice::keepFirstParagraphFormat(const QTextBlock& original, bool hasSpareBlock) {
+    QTextCursor cursor(this);
+    if (hasSpareBlock || (original.textList() != nullptr && firstBlock().textList() == nullptr))
+        cursor.deleteChar();
+    if (original.textList() == nullptr)
+        cursor.setBlockFormat(original.blockFormat());
+    cursor.setBlockCharFormat(original.charFormat());
+}
+
+// The slice goes on with a paragraph begun on the page before: its first line is no first
+// line, without the paragraph's indent, space above, page break or list label.
+void Slice::continueParagraph() {
+    QTextBlock block = firstBlock();
+    int listIndent = 0;
+    if (QTextList* list = block.textList()) {
+        listIndent = list->format().indent();
+        list->remove(block);
+    }
+    QTextBlockFormat format = block.blockFormat();
+    format.clearProperty(QTextFormat::ObjectIndex);
+    format.setIndent(format.indent() + listIndent);
+    format.setTextIndent(0);
+    format.setTopMargin(0);
+    format.setPageBreakPolicy(QTextFormat::PageBreak_Auto);
+    QTextCursor(block).setBlockFormat(format);
+}
+
+// Numbered lists count from one in each document: the items of a list that began before the
+// slice have their numbers written out.
+void Slice::continueListNumbers(int start) {
+    std::map<const QTextList*, int> countedBefore; // items of each list before the slice's first
+    QTextBlock original = source_.findBlock(start);
+    for (QTextBlock block = firstBlock(); block.isValid() && original.isValid();
+         block = block.next(), original = original.next()) {
+        QTextList* list = block.textList();
+        if (list == nullptr || labelOf(list->format(), 1).isEmpty())
+            continue;
+        auto counted = countedBefore.find(list);
+        if (counted == countedBefore.end()) {
+            const QTextList* from = original.textList();
+            counted = countedBefore.emplace(list, from ? from->itemNumber(original) : 0).first;
+        }
+        if (counted->second == 0)
+            continue; // the list begins in the slice
+        const int position = block.position();
+        labels_.emplace_back(
+            position, writeOutNumber(block, *list, labelOf(list->format(), ++counted->second)));
+    }
+}
+
+void dropLeadingBreak(QTextDocument& document) {
+    QTextCursor start(&document);
+    if (!(start.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore))
+        return;
+    QTextBlockFormat noBreak;
+    noBreak.setPageBreakPolicy(QTextFormat::PageBreak_Auto);
+    start.mergeBlockFormat(noBreak);
+}
+
+} // namespace kelvane::PdfLayout

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "documents/PageGeometry.h"
+
+#include <QBuffer>
+#include <QByteArray>
+#include <QPainter>
+#include <QPdfWriter>
+
+#include <utility>
+#include <vector>
+
+class QTextDocument;
+
+namespace kelvane::PdfLayout {
+
+constexpr int maxPages = 5000;
+
+// One PDF being written page by page into memory, from documents laid out one after another
+// on its pages.
+class PdfPages {
+public:
+    explicit PdfPages(const PageGeometry& geometry);
+
+    // The pages drawn from here on take this geometry, as a section's of their own: its first
+    // page is the next drawn.
+    void turnTo(const PageGeometry& geometry);
+
+    // Prepares a document for layout on these pages. Undo with `release` before the pages go.
+    void lay(QTextDocument& document);
+    static void release(QTextDocument& document);
+
+    // Draws the first `count` pages of a laid-out document, as far as the page limit allows.
+    void drawFirst(QTextDocument& document, int count);
+
+    bool full() const { return drawn_ >= maxPages; }
+    double pageHeight() const { return geometry_.textArea.height(); }
+
+    QByteArray finish();
+
+private:
+    void draw(QTextDocument& document, int page);
+
+    PageGeometry geometry_;
+    QByteArray bytes_;
+    QBuffer buffer_;
+    QPdfWriter writer_{&buffer_};
+    QPainter painter_;
+    std::vector<std::pair<QSize, QSizeF>> sizes_; // as the writer rounds them, and exact
+    int drawn_ = 0;
+    int sectionPages_ = 0; // drawn since the pages last turned to a section's
+    int number_ = 0;       // the number of the last page drawn, as its section numbers it
+};
+
+} // namespace kelvane::PdfLayout
