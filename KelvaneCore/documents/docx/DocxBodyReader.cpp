@@ -1,5 +1,6 @@
 #include "documents/docx/DocxBodyReader.h"
 
+#include "documents/DocumentFilling.h"
 #include "documents/ListNumbering.h"
 #include "documents/ZipContainer.h"
 
@@ -239,6 +240,7 @@ void BodyReader::write(const QString& text, const QTextCharFormat& format) {
     if (!fields_.empty() && !fields_.back().inResult)
         return;
     beforeContent();
+    checkDocumentLength(*cursor_.document());
     const auto link = std::find_if(fields_.rbegin(), fields_.rend(),
                                    [](const Field& field) { return !field.href.isEmpty(); });
     if (link == fields_.rend() || format.isAnchor()) {

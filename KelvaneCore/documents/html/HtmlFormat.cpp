@@ -1,3 +1,4 @@
+#include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/html/HtmlChunks.h"
@@ -145,6 +146,7 @@ void readInRuns(QTextDocument& document, const QByteArray& bytes,
         cursor.movePosition(QTextCursor::End);
         cursor.insertBlock(run.firstBlock().blockFormat(), run.firstBlock().charFormat());
         cursor.insertFragment(QTextDocumentFragment(&run));
+        checkDocumentLength(document);
     }
 }
 

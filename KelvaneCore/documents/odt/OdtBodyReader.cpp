@@ -1,5 +1,6 @@
 #include "documents/odt/OdtBodyReader.h"
 
+#include "documents/DocumentFilling.h"
 #include "documents/DocumentImages.h"
 #include "documents/HiddenText.h"
 #include "documents/ZipContainer.h"
@@ -261,6 +262,7 @@ void BodyReader::writeText(QStringView text, const QTextCharFormat& format) {
 }
 
 void BodyReader::put(const QString& text, const QTextCharFormat& format) {
+    checkDocumentLength(*cursor_.document());
     if (pendingSpace_)
         cursor_.insertText(QStringLiteral(" "), pendingSpaceFormat_);
     pendingSpace_ = false;

@@ -1,5 +1,6 @@
 #include "documents/rtf/RtfBuilder.h"
 
+#include "documents/DocumentFilling.h"
 #include "documents/DocumentImages.h"
 
 #include <QTextDocument>
@@ -16,6 +17,7 @@ Builder::Builder(QTextDocument& document)
 
 void Builder::insertText(const QString& text, const QTextCharFormat& format, bool inTable) {
     enter(inTable);
+    checkDocumentLength(*cursor_.document());
     cursor_.insertText(text, format);
     blockTouched_ = true;
 }
