@@ -8,7 +8,6 @@
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
-#include <QElapsedTimer>
 #include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
@@ -515,8 +514,6 @@ TEST(DocxReader, RefusesFilesThatAreNotWordDocuments) {
 
 TEST(DocxReader, SurvivesHostileNestingAndTables) {
     TempFolder temp;
-    QElapsedTimer timer;
-    timer.start();
     constexpr int deep = 100000;
     const QByteArray deepBlocks =
         docx::documentPart("<w:sdt>" + QByteArray("<w:customXml>").repeated(deep) +
@@ -549,7 +546,6 @@ TEST(DocxReader, SurvivesHostileNestingAndTables) {
     const auto rewritten = DocumentFormats::readDocx(
         writeBytes(temp, "rewritten.docx", DocumentFormats::writeDocx(*tables)));
     EXPECT_FALSE(rewritten->find("innermost").isNull());
-    EXPECT_LT(timer.elapsed(), 60000);
 }
 
 TEST(DocxReader, IgnoresRelationshipsThatLeaveThePackageOrPointAtNonImages) {
