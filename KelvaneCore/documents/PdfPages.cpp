@@ -4,7 +4,10 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QFont>
+#include <QTextBlock>
 #include <QTextDocument>
+#include <QTextFrame>
+#include <QTextLayout>
 
 #include <algorithm>
 
@@ -21,17 +24,79 @@ constexpr double marginTextPoints = 9; // headers and footers
 constexpr double boundaryGap = 0.5;
 constexpr double overhangGap = 3;
 
-void drawPage(QPainter& painter, QTextDocument& document, const PageGeometry& geometry, int page) {
-    const double top = page * geometry.textArea.height();
+// A line is on the page its top is on, as the slices count pages.
+bool isOnOrBelow(double lineTop, double top) {
+    return lineTop + 0.5 >= top;
+}
+
+bool isOnPage(double lineTop, double top, double pageHeight) {
+    return isOnOrBelow(lineTop, top) && !isOnOrBelow(lineTop, top + pageHeight);
+}
+
+// Where a paragraph's lines are in the document.
+QRectF areaOf(const QTextBlock& paragraph) {
+    const QTextLayout* lines = paragraph.layout();
+    return lines->boundingRect().translated(lines->position());
+}
+
+// The paragraph of the text itself begun on a page before `top` whose lines go on below `y`,
+// or an invalid block. `paragraphs` are the document's own paragraphs (not those in tables),
+// top to bottom.
+QTextBlock paragraphAcross(const std::vector<QTextBlock>& paragraphs, double top, double y) {
+    const auto after =
+        std::partition_point(paragraphs.begin(), paragraphs.end(),
+                             [y](const QTextBlock& block) { return areaOf(block).bottom() < y; });
+    if (after == paragraphs.end() || isOnOrBelow(areaOf(*after).top(), top))
+        return {};
+    return *after;
+}
+
+// The lines of a paragraph that fall on the page, drawn one by one: the layout, asked to draw
+// from a line inside a paragraph, draws the line before it as well, and that line belongs on
+// the page before.
+void drawLinesOnPage(QPainter& painter, const QTextBlock& paragraph, double top,
+                     double pageHeight) {
+    const QTextLayout* lines = paragraph.layout();
+    if (const QBrush background = paragraph.blockFormat().background();
+        background.style() != Qt::NoBrush)
+        painter.fillRect(areaOf(paragraph), background);
+    painter.setPen(QAbstractTextDocumentLayout::PaintContext().palette.color(QPalette::Text));
+    for (int i = 0; i < lines->lineCount(); ++i) {
+        const QTextLine line = lines->lineAt(i);
+        if (isOnPage(lines->position().y() + line.y(), top, pageHeight))
+            line.draw(&painter, lines->position());
+    }
+}
+
+void drawPage(QPainter& painter, QTextDocument& document, const std::vector<QTextBlock>& paragraphs,
+              const PageGeometry& geometry, int page) {
+    const double pageHeight = geometry.textArea.height();
+    const double top = page * pageHeight;
     const double width = geometry.textArea.width();
-    const double height = geometry.textArea.height() - boundaryGap;
+    const double bottom = top + pageHeight - boundaryGap;
     painter.save();
     painter.translate(geometry.origin.x(), geometry.origin.y() - top);
-    painter.setClipRect(QRectF(0, top, width, height));
-    QAbstractTextDocumentLayout::PaintContext context;
-    context.clip = QRectF(0, top + overhangGap, width, height - overhangGap);
-    document.documentLayout()->draw(&painter, context);
+    painter.setClipRect(QRectF(0, top, width, bottom - top));
+    double drawFrom = top + overhangGap;
+    if (const QTextBlock across = paragraphAcross(paragraphs, top, drawFrom); across.isValid()) {
+        drawLinesOnPage(painter, across, top, pageHeight);
+        drawFrom = areaOf(across).bottom() + boundaryGap;
+    }
+    if (drawFrom < bottom) {
+        QAbstractTextDocumentLayout::PaintContext context;
+        context.clip = QRectF(0, drawFrom, width, bottom - drawFrom);
+        document.documentLayout()->draw(&painter, context);
+    }
     painter.restore();
+}
+
+// The document's own paragraphs, top to bottom, leaving out those in tables.
+std::vector<QTextBlock> paragraphsOf(const QTextDocument& document) {
+    std::vector<QTextBlock> paragraphs;
+    for (auto it = document.rootFrame()->begin(); !it.atEnd(); ++it)
+        if (const QTextBlock block = it.currentBlock(); block.isValid() && block.layout())
+            paragraphs.push_back(block);
+    return paragraphs;
 }
 
 // A header or footer line, centred in the margin above or below the text, with the page's
@@ -112,8 +177,9 @@ void PdfPages::release(QTextDocument& document) {
 }
 
 void PdfPages::drawFirst(QTextDocument& document, int count) {
+    const std::vector<QTextBlock> paragraphs = paragraphsOf(document);
     for (int page = 0; page < count && !full(); ++page)
-        draw(document, page);
+        draw(document, paragraphs, page);
 }
 
 QByteArray PdfPages::finish() {
@@ -125,7 +191,7 @@ QByteArray PdfPages::finish() {
     return std::move(bytes_);
 }
 
-void PdfPages::draw(QTextDocument& document, int page) {
+void PdfPages::draw(QTextDocument& document, const std::vector<QTextBlock>& paragraphs, int page) {
     if (!painter_.isActive()) {
         painter_.begin(&writer_);
         // Pictures go in as they are, not re-encoded as JPEG.
@@ -133,7 +199,7 @@ void PdfPages::draw(QTextDocument& document, int page) {
     }
     if (drawn_++ > 0)
         writer_.newPage();
-    drawPage(painter_, document, geometry_, page);
+    drawPage(painter_, document, paragraphs, geometry_, page);
     const SectionPages::Lines lines =
         SectionPages::linesOn(geometry_.section, sectionPages_++, ++number_);
     drawMarginText(painter_, geometry_, lines.header, true, number_);

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+class QTextBlock;
 class QTextDocument;
 
 namespace kelvane::PdfLayout {
@@ -39,7 +40,7 @@ public:
     QByteArray finish();
 
 private:
-    void draw(QTextDocument& document, int page);
+    void draw(QTextDocument& document, const std::vector<QTextBlock>& paragraphs, int page);
 
     PageGeometry geometry_;
     QByteArray bytes_;
