@@ -6,10 +6,10 @@
 #include <QFont>
 #include <QTextBlock>
 #include <QTextDocument>
-#include <QTextFrame>
 #include <QTextLayout>
 
 #include <algorithm>
+#include <cmath>
 
 namespace kelvane::PdfLayout {
 namespace {
@@ -25,78 +25,76 @@ constexpr double boundaryGap = 0.5;
 constexpr double overhangGap = 3;
 
 // A line is on the page its top is on, as the slices count pages.
-bool isOnOrBelow(double lineTop, double top) {
-    return lineTop + 0.5 >= top;
+int pageAt(double lineTop, double pageHeight) {
+    return static_cast<int>(std::floor((lineTop + 0.5) / pageHeight));
 }
 
-bool isOnPage(double lineTop, double top, double pageHeight) {
-    return isOnOrBelow(lineTop, top) && !isOnOrBelow(lineTop, top + pageHeight);
-}
-
-// Where a paragraph's lines are in the document.
-QRectF areaOf(const QTextBlock& paragraph) {
-    const QTextLayout* lines = paragraph.layout();
-    return lines->boundingRect().translated(lines->position());
-}
-
-// The paragraph of the text itself begun on a page before `top` whose lines go on below `y`,
-// or an invalid block. `paragraphs` are the document's own paragraphs (not those in tables),
-// top to bottom.
-QTextBlock paragraphAcross(const std::vector<QTextBlock>& paragraphs, double top, double y) {
-    const auto after =
-        std::partition_point(paragraphs.begin(), paragraphs.end(),
-                             [y](const QTextBlock& block) { return areaOf(block).bottom() < y; });
-    if (after == paragraphs.end() || isOnOrBelow(areaOf(*after).top(), top))
-        return {};
-    return *after;
+// The paragraphs, in tables too, whose lines run from one page onto the next.
+std::vector<Crossing> crossingsOf(QTextDocument& document, double pageHeight) {
+    const QAbstractTextDocumentLayout* layout = document.documentLayout();
+    std::vector<Crossing> crossings;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        const QTextLayout* lines = block.layout();
+        if (lines == nullptr || lines->lineCount() < 2)
+            continue;
+        // The layout places a table's paragraphs in their cells, not in the document: the
+        // paragraph's bounds start where its lines are placed from, in the document.
+        const QPointF origin = layout->blockBoundingRect(block).topLeft();
+        const double first = origin.y() + lines->lineAt(0).y();
+        const double last = origin.y() + lines->lineAt(lines->lineCount() - 1).y();
+        if (pageAt(first, pageHeight) != pageAt(last, pageHeight))
+            crossings.push_back(
+                {block, origin, pageAt(first, pageHeight), pageAt(last, pageHeight)});
+    }
+    return crossings;
 }
 
 // The lines of a paragraph that fall on the page, drawn one by one: the layout, asked to draw
 // from a line inside a paragraph, draws the line before it as well, and that line belongs on
 // the page before.
-void drawLinesOnPage(QPainter& painter, const QTextBlock& paragraph, double top,
-                     double pageHeight) {
-    const QTextLayout* lines = paragraph.layout();
-    if (const QBrush background = paragraph.blockFormat().background();
+void drawLinesOnPage(QPainter& painter, const Crossing& crossing, int page, double pageHeight) {
+    const QTextLayout* lines = crossing.paragraph.layout();
+    if (const QBrush background = crossing.paragraph.blockFormat().background();
         background.style() != Qt::NoBrush)
-        painter.fillRect(areaOf(paragraph), background);
+        painter.fillRect(lines->boundingRect().translated(crossing.origin), background);
     painter.setPen(QAbstractTextDocumentLayout::PaintContext().palette.color(QPalette::Text));
     for (int i = 0; i < lines->lineCount(); ++i) {
         const QTextLine line = lines->lineAt(i);
-        if (isOnPage(lines->position().y() + line.y(), top, pageHeight))
-            line.draw(&painter, lines->position());
+        if (pageAt(crossing.origin.y() + line.y(), pageHeight) == page)
+            line.draw(&painter, crossing.origin);
     }
 }
 
-void drawPage(QPainter& painter, QTextDocument& document, const std::vector<QTextBlock>& paragraphs,
+// Shown or hidden only while a page is drawn: the layout stays as it is.
+void setShown(QTextBlock paragraph, bool shown) {
+    paragraph.setVisible(shown);
+}
+
+void drawPage(QPainter& painter, QTextDocument& document, const std::vector<Crossing>& crossings,
               const PageGeometry& geometry, int page) {
     const double pageHeight = geometry.textArea.height();
     const double top = page * pageHeight;
     const double width = geometry.textArea.width();
-    const double bottom = top + pageHeight - boundaryGap;
+    const double height = pageHeight - boundaryGap;
     painter.save();
     painter.translate(geometry.origin.x(), geometry.origin.y() - top);
-    painter.setClipRect(QRectF(0, top, width, bottom - top));
-    double drawFrom = top + overhangGap;
-    if (const QTextBlock across = paragraphAcross(paragraphs, top, drawFrom); across.isValid()) {
-        drawLinesOnPage(painter, across, top, pageHeight);
-        drawFrom = areaOf(across).bottom() + boundaryGap;
-    }
-    if (drawFrom < bottom) {
-        QAbstractTextDocumentLayout::PaintContext context;
-        context.clip = QRectF(0, drawFrom, width, bottom - drawFrom);
-        document.documentLayout()->draw(&painter, context);
+    painter.setClipRect(QRectF(0, top, width, height));
+    // Paragraphs from the page before are kept out of the layout's drawing and drawn after it,
+    // over their table cells' backgrounds.
+    std::vector<const Crossing*> fromBefore;
+    for (const Crossing& crossing : crossings)
+        if (crossing.firstPage < page && crossing.lastPage >= page)
+            fromBefore.push_back(&crossing);
+    for (const Crossing* crossing : fromBefore)
+        setShown(crossing->paragraph, false);
+    QAbstractTextDocumentLayout::PaintContext context;
+    context.clip = QRectF(0, top + overhangGap, width, height - overhangGap);
+    document.documentLayout()->draw(&painter, context);
+    for (const Crossing* crossing : fromBefore) {
+        setShown(crossing->paragraph, true);
+        drawLinesOnPage(painter, *crossing, page, pageHeight);
     }
     painter.restore();
-}
-
-// The document's own paragraphs, top to bottom, leaving out those in tables.
-std::vector<QTextBlock> paragraphsOf(const QTextDocument& document) {
-    std::vector<QTextBlock> paragraphs;
-    for (auto it = document.rootFrame()->begin(); !it.atEnd(); ++it)
-        if (const QTextBlock block = it.currentBlock(); block.isValid() && block.layout())
-            paragraphs.push_back(block);
-    return paragraphs;
 }
 
 // A header or footer line, centred in the margin above or below the text, with the page's
@@ -177,9 +175,9 @@ void PdfPages::release(QTextDocument& document) {
 }
 
 void PdfPages::drawFirst(QTextDocument& document, int count) {
-    const std::vector<QTextBlock> paragraphs = paragraphsOf(document);
+    const std::vector<Crossing> crossings = crossingsOf(document, pageHeight());
     for (int page = 0; page < count && !full(); ++page)
-        draw(document, paragraphs, page);
+        draw(document, crossings, page);
 }
 
 QByteArray PdfPages::finish() {
@@ -191,7 +189,7 @@ QByteArray PdfPages::finish() {
     return std::move(bytes_);
 }
 
-void PdfPages::draw(QTextDocument& document, const std::vector<QTextBlock>& paragraphs, int page) {
+void PdfPages::draw(QTextDocument& document, const std::vector<Crossing>& crossings, int page) {
     if (!painter_.isActive()) {
         painter_.begin(&writer_);
         // Pictures go in as they are, not re-encoded as JPEG.
@@ -199,7 +197,7 @@ void PdfPages::draw(QTextDocument& document, const std::vector<QTextBlock>& para
     }
     if (drawn_++ > 0)
         writer_.newPage();
-    drawPage(painter_, document, paragraphs, geometry_, page);
+    drawPage(painter_, document, crossings, geometry_, page);
     const SectionPages::Lines lines =
         SectionPages::linesOn(geometry_.section, sectionPages_++, ++number_);
     drawMarginText(painter_, geometry_, lines.header, true, number_);
