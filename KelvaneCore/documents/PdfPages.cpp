@@ -6,6 +6,7 @@
 #include <QFont>
 #include <QTextBlock>
 #include <QTextDocument>
+#include <QTextFrame>
 #include <QTextLayout>
 
 #include <algorithm>
@@ -29,22 +30,33 @@ int pageAt(double lineTop, double pageHeight) {
     return static_cast<int>(std::floor((lineTop + 0.5) / pageHeight));
 }
 
+void addIfCrossing(std::vector<Crossing>& crossings, const QTextBlock& block, QPointF origin,
+                   double pageHeight) {
+    const QTextLayout* lines = block.layout();
+    if (lines == nullptr || lines->lineCount() < 2)
+        return;
+    const int first = pageAt(origin.y() + lines->lineAt(0).y(), pageHeight);
+    const int last = pageAt(origin.y() + lines->lineAt(lines->lineCount() - 1).y(), pageHeight);
+    if (first != last)
+        crossings.push_back({block, origin, first, last});
+}
+
 // The paragraphs, in tables too, whose lines run from one page onto the next.
 std::vector<Crossing> crossingsOf(QTextDocument& document, double pageHeight) {
     const QAbstractTextDocumentLayout* layout = document.documentLayout();
     std::vector<Crossing> crossings;
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        const QTextLayout* lines = block.layout();
-        if (lines == nullptr || lines->lineCount() < 2)
-            continue;
-        // The layout places a table's paragraphs in their cells, not in the document: the
-        // paragraph's bounds start where its lines are placed from, in the document.
-        const QPointF origin = layout->blockBoundingRect(block).topLeft();
-        const double first = origin.y() + lines->lineAt(0).y();
-        const double last = origin.y() + lines->lineAt(lines->lineCount() - 1).y();
-        if (pageAt(first, pageHeight) != pageAt(last, pageHeight))
-            crossings.push_back(
-                {block, origin, pageAt(first, pageHeight), pageAt(last, pageHeight)});
+    for (auto it = document.rootFrame()->begin(); !it.atEnd(); ++it) {
+        if (const QTextBlock block = it.currentBlock(); block.isValid()) {
+            if (block.layout() != nullptr)
+                addIfCrossing(crossings, block, block.layout()->position(), pageHeight);
+        } else if (const QTextFrame* frame = it.currentFrame()) {
+            // The layout places a table's paragraphs in their cells, not in the document: a
+            // paragraph's bounds start where its lines are placed from, in the document.
+            for (QTextBlock inner = document.findBlock(frame->firstPosition());
+                 inner.isValid() && inner.position() <= frame->lastPosition(); inner = inner.next())
+                addIfCrossing(crossings, inner, layout->blockBoundingRect(inner).topLeft(),
+                              pageHeight);
+        }
     }
     return crossings;
 }
