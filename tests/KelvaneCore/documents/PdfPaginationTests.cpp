@@ -188,6 +188,16 @@ TEST(DocumentPdf, LongDocumentsAreLaidOutInSlicesLosingAndRepeatingNothing) {
     plainDocument.setDefaultFont(font);
     plainDocument.setPlainText(text);
     EXPECT_EQ(plain.pageCount(), pagesLaidOutWhole(plainDocument));
+
+    // A paragraph in a table cell runs across page heads as well.
+    QTextDocument tabled;
+    tabled.setDefaultFont(font);
+    QTextCursor(&tabled).insertTable(1, 2)->cellAt(0, 0).firstCursorPosition().insertText(
+        QStringLiteral("Words in a cell that runs for pages. ").repeated(300));
+    const PdfProbe table(
+        temp.write("table.pdf", DocumentTools::pdf(tabled, PageSize::letter).toStdString()));
+    EXPECT_GT(table.pageCount(), 2);
+    expectNothingOutsideTheTextArea(table);
 }
 
 TEST(DocumentPdf, PageBreaksStartNewPagesAndThePageCountIsCapped) {
