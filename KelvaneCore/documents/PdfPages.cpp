@@ -4,9 +4,13 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QFont>
+#include <QTextBlock>
 #include <QTextDocument>
+#include <QTextFrame>
+#include <QTextLayout>
 
 #include <algorithm>
+#include <cmath>
 
 namespace kelvane::PdfLayout {
 namespace {
@@ -21,16 +25,87 @@ constexpr double marginTextPoints = 9; // headers and footers
 constexpr double boundaryGap = 0.5;
 constexpr double overhangGap = 3;
 
-void drawPage(QPainter& painter, QTextDocument& document, const PageGeometry& geometry, int page) {
-    const double top = page * geometry.textArea.height();
+// A line is on the page its top is on, as the slices count pages.
+int pageAt(double lineTop, double pageHeight) {
+    return static_cast<int>(std::floor((lineTop + 0.5) / pageHeight));
+}
+
+void addIfCrossing(std::vector<Crossing>& crossings, const QTextBlock& block, QPointF origin,
+                   double pageHeight) {
+    const QTextLayout* lines = block.layout();
+    if (lines == nullptr || lines->lineCount() < 2)
+        return;
+    const int first = pageAt(origin.y() + lines->lineAt(0).y(), pageHeight);
+    const int last = pageAt(origin.y() + lines->lineAt(lines->lineCount() - 1).y(), pageHeight);
+    if (first != last)
+        crossings.push_back({block, origin, first, last});
+}
+
+// The paragraphs, in tables too, whose lines run from one page onto the next.
+std::vector<Crossing> crossingsOf(QTextDocument& document, double pageHeight) {
+    const QAbstractTextDocumentLayout* layout = document.documentLayout();
+    std::vector<Crossing> crossings;
+    for (auto it = document.rootFrame()->begin(); !it.atEnd(); ++it) {
+        if (const QTextBlock block = it.currentBlock(); block.isValid()) {
+            if (block.layout() != nullptr)
+                addIfCrossing(crossings, block, block.layout()->position(), pageHeight);
+        } else if (const QTextFrame* frame = it.currentFrame()) {
+            // The layout places a table's paragraphs in their cells, not in the document: a
+            // paragraph's bounds start where its lines are placed from, in the document.
+            for (QTextBlock inner = document.findBlock(frame->firstPosition());
+                 inner.isValid() && inner.position() <= frame->lastPosition(); inner = inner.next())
+                addIfCrossing(crossings, inner, layout->blockBoundingRect(inner).topLeft(),
+                              pageHeight);
+        }
+    }
+    return crossings;
+}
+
+// The lines of a paragraph that fall on the page, drawn one by one: the layout, asked to draw
+// from a line inside a paragraph, draws the line before it as well, and that line belongs on
+// the page before.
+void drawLinesOnPage(QPainter& painter, const Crossing& crossing, int page, double pageHeight) {
+    const QTextLayout* lines = crossing.paragraph.layout();
+    if (const QBrush background = crossing.paragraph.blockFormat().background();
+        background.style() != Qt::NoBrush)
+        painter.fillRect(lines->boundingRect().translated(crossing.origin), background);
+    painter.setPen(QAbstractTextDocumentLayout::PaintContext().palette.color(QPalette::Text));
+    for (int i = 0; i < lines->lineCount(); ++i) {
+        const QTextLine line = lines->lineAt(i);
+        if (pageAt(crossing.origin.y() + line.y(), pageHeight) == page)
+            line.draw(&painter, crossing.origin);
+    }
+}
+
+// Shown or hidden only while a page is drawn: the layout stays as it is.
+void setShown(QTextBlock paragraph, bool shown) {
+    paragraph.setVisible(shown);
+}
+
+void drawPage(QPainter& painter, QTextDocument& document, const std::vector<Crossing>& crossings,
+              const PageGeometry& geometry, int page) {
+    const double pageHeight = geometry.textArea.height();
+    const double top = page * pageHeight;
     const double width = geometry.textArea.width();
-    const double height = geometry.textArea.height() - boundaryGap;
+    const double height = pageHeight - boundaryGap;
     painter.save();
     painter.translate(geometry.origin.x(), geometry.origin.y() - top);
     painter.setClipRect(QRectF(0, top, width, height));
+    // Paragraphs from the page before are kept out of the layout's drawing and drawn after it,
+    // over their table cells' backgrounds.
+    std::vector<const Crossing*> fromBefore;
+    for (const Crossing& crossing : crossings)
+        if (crossing.firstPage < page && crossing.lastPage >= page)
+            fromBefore.push_back(&crossing);
+    for (const Crossing* crossing : fromBefore)
+        setShown(crossing->paragraph, false);
     QAbstractTextDocumentLayout::PaintContext context;
     context.clip = QRectF(0, top + overhangGap, width, height - overhangGap);
     document.documentLayout()->draw(&painter, context);
+    for (const Crossing* crossing : fromBefore) {
+        setShown(crossing->paragraph, true);
+        drawLinesOnPage(painter, *crossing, page, pageHeight);
+    }
     painter.restore();
 }
 
@@ -112,8 +187,9 @@ void PdfPages::release(QTextDocument& document) {
 }
 
 void PdfPages::drawFirst(QTextDocument& document, int count) {
+    const std::vector<Crossing> crossings = crossingsOf(document, pageHeight());
     for (int page = 0; page < count && !full(); ++page)
-        draw(document, page);
+        draw(document, crossings, page);
 }
 
 QByteArray PdfPages::finish() {
@@ -125,7 +201,7 @@ QByteArray PdfPages::finish() {
     return std::move(bytes_);
 }
 
-void PdfPages::draw(QTextDocument& document, int page) {
+void PdfPages::draw(QTextDocument& document, const std::vector<Crossing>& crossings, int page) {
     if (!painter_.isActive()) {
         painter_.begin(&writer_);
         // Pictures go in as they are, not re-encoded as JPEG.
@@ -133,7 +209,7 @@ void PdfPages::draw(QTextDocument& document, int page) {
     }
     if (drawn_++ > 0)
         writer_.newPage();
-    drawPage(painter_, document, geometry_, page);
+    drawPage(painter_, document, crossings, geometry_, page);
     const SectionPages::Lines lines =
         SectionPages::linesOn(geometry_.section, sectionPages_++, ++number_);
     drawMarginText(painter_, geometry_, lines.header, true, number_);

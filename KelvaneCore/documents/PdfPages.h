@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QTextBlock>
 
 #include <utility>
 #include <vector>
@@ -15,6 +16,15 @@ class QTextDocument;
 namespace kelvane::PdfLayout {
 
 constexpr int maxPages = 5000;
+
+// A paragraph whose lines run from one page onto the next: where the layout put it, and the
+// pages of its first and last lines.
+struct Crossing {
+    QTextBlock paragraph;
+    QPointF origin;
+    int firstPage;
+    int lastPage;
+};
 
 // One PDF being written page by page into memory, from documents laid out one after another
 // on its pages.
@@ -39,7 +49,7 @@ public:
     QByteArray finish();
 
 private:
-    void draw(QTextDocument& document, int page);
+    void draw(QTextDocument& document, const std::vector<Crossing>& crossings, int page);
 
     PageGeometry geometry_;
     QByteArray bytes_;

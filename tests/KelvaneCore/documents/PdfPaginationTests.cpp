@@ -113,6 +113,15 @@ std::vector<int> numbersAfter(const QStringList& lines, const QString& word) {
     return numbers;
 }
 
+// Between the header and the footer, every page holds only what its text area shows: no line
+// of the page before or after is written there, clipped out of sight but found by search.
+void expectNothingOutsideTheTextArea(const PdfProbe& pdf) {
+    for (int page = 0; page < pdf.pageCount(); ++page)
+        EXPECT_EQ(pdf.text(page, QRectF(0, 40, 612, 792 - 80)).toStdString(),
+                  pdf.text(page, QRectF(0, 63, 612, 792 - 126)).toStdString())
+            << "page " << page;
+}
+
 std::vector<int> everyNth(int count, int step) {
     std::vector<int> numbers;
     for (int n = 0; n < count; n += step)
@@ -155,13 +164,7 @@ TEST(DocumentPdf, LongDocumentsAreLaidOutInSlicesLosingAndRepeatingNothing) {
         ++items;
     }
     EXPECT_EQ(items, 600);
-    for (int page : {1, pdf.pageCount() / 2, pdf.pageCount() - 1})
-        for (const auto& [word, box] : pdf.words(page)) {
-            if (box.bottom() < 45)
-                continue; // the header
-            EXPECT_GE(box.top(), 63.0) << "page " << page;
-            EXPECT_LE(box.bottom(), 792 - 63.0) << "page " << page;
-        }
+    expectNothingOutsideTheTextArea(pdf);
     // Only the section's first page is its first, whichever slice a page was laid out in.
     for (int page = 0; page < pdf.pageCount(); ++page) {
         const QString expected = page == 0       ? QStringLiteral("Cover")
@@ -173,14 +176,28 @@ TEST(DocumentPdf, LongDocumentsAreLaidOutInSlicesLosingAndRepeatingNothing) {
     // Plain text is laid out in slices of its own: every line is on the pages once, in order.
     QString text;
     for (int line = 0; line < 6000; ++line)
-        text += QStringLiteral("Line %1 of a long document that runs for many pages.\n").arg(line);
+        text +=
+            QStringLiteral("Line %1 of a long document that runs for many pages.%2\n")
+                .arg(line)
+                .arg(line % 5 == 0 ? QStringLiteral(" Its words wrap.").repeated(12) : QString());
     const PdfProbe plain(temp.write(
         "plain.pdf", DocumentTools::plainTextPdf(text, font, PageSize::letter).toStdString()));
+    expectNothingOutsideTheTextArea(plain);
     EXPECT_EQ(numbersAfter(linesOf(plain), QStringLiteral("Line")), everyNth(6000, 1));
     QTextDocument plainDocument;
     plainDocument.setDefaultFont(font);
     plainDocument.setPlainText(text);
     EXPECT_EQ(plain.pageCount(), pagesLaidOutWhole(plainDocument));
+
+    // A paragraph in a table cell runs across page heads as well.
+    QTextDocument tabled;
+    tabled.setDefaultFont(font);
+    QTextCursor(&tabled).insertTable(1, 2)->cellAt(0, 0).firstCursorPosition().insertText(
+        QStringLiteral("Words in a cell that runs for pages. ").repeated(300));
+    const PdfProbe table(
+        temp.write("table.pdf", DocumentTools::pdf(tabled, PageSize::letter).toStdString()));
+    EXPECT_GT(table.pageCount(), 2);
+    expectNothingOutsideTheTextArea(table);
 }
 
 TEST(DocumentPdf, PageBreaksStartNewPagesAndThePageCountIsCapped) {
