@@ -123,6 +123,13 @@ std::optional<QByteArray> ZipContainer::part(std::string_view name) const {
     return readEntry(reader.get(), boundOf(name));
 }
 
+std::unique_ptr<ZipPartStream> ZipContainer::stream(std::string_view name) const {
+    LibArchive::Reader reader = entry(name);
+    if (!reader)
+        return nullptr;
+    return std::make_unique<ZipPartStream>(std::move(reader), boundOf(name));
+}
+
 bool ZipContainer::contains(std::string_view name) const {
     return sizes_.find(name) != sizes_.end();
 }

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "documents/ZipPartStream.h"
 #include "libarchive/LibArchive.h"
 
 #include <QByteArray>
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +32,9 @@ public:
     // The bytes of the part at `name` ("word/document.xml"), or none. Throws
     // std::runtime_error when the entry is damaged or inflates past its limit.
     std::optional<QByteArray> part(std::string_view name) const;
+    // The part at `name` inflated as it is read, for parts too large to hold whole; none
+    // when there is no such part.
+    std::unique_ptr<ZipPartStream> stream(std::string_view name) const;
     bool contains(std::string_view name) const;
 
     // Resolves a relationship target such as "../media/image1.png" against the folder of

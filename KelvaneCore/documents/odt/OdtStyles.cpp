@@ -220,6 +220,15 @@ std::optional<double> pointsFromLength(QStringView length) {
 
 void Styles::read(const QByteArray& bytes) {
     QXmlStreamReader xml(bytes);
+    readStyles(xml);
+}
+
+void Styles::read(QIODevice& device) {
+    QXmlStreamReader xml(&device);
+    readStyles(xml);
+}
+
+void Styles::readStyles(QXmlStreamReader& xml) {
     while (!xml.atEnd()) {
         if (xml.readNext() != QXmlStreamReader::StartElement)
             continue;
