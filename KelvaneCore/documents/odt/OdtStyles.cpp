@@ -233,7 +233,7 @@ void Styles::readStyles(QXmlStreamReader& xml) {
         if (xml.readNext() != QXmlStreamReader::StartElement)
             continue;
         if (isElement(xml, ns::office, u"body")) {
-            xml.skipCurrentElement();
+            return; // styles come before the body, so a part is read no further than that
         } else if (isElement(xml, ns::style, u"font-face")) {
             fonts_[attribute(xml, ns::style, "name")] =
                 unquoted(attribute(xml, ns::svg, "font-family"));
