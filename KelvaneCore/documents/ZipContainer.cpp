@@ -20,7 +20,7 @@ std::int64_t expansionLimit(std::int64_t archiveBytes) {
     return std::min(byRatio, ZipContainer::maxExpandedBytes);
 }
 
-QByteArray readEntry(archive* a, std::int64_t& budget) {
+QByteArray readEntry(archive* a, std::int64_t bound) {
     QByteArray data;
     char buffer[1 << 16];
     for (;;) {
@@ -29,11 +29,32 @@ QByteArray readEntry(archive* a, std::int64_t& budget) {
             fail(a, "damaged entry");
         if (count == 0)
             return data;
-        budget -= count;
-        if (budget < 0)
+        bound -= count;
+        if (bound < 0)
             throw std::runtime_error("archive expands beyond the limit");
         data.append(buffer, static_cast<qsizetype>(count));
     }
+}
+
+LibArchive::Reader openArchive(const std::filesystem::path& file) {
+    LibArchive::Reader reader(archive_read_new());
+    archive_read_support_format_zip(reader.get());
+    if (archive_read_open_filename(reader.get(), file.c_str(), 1 << 16) != ARCHIVE_OK)
+        fail(reader.get(), "not a ZIP archive");
+    return reader;
+}
+
+// The name of the next regular file in the archive, or null at its end.
+const char* nextPart(archive* a, archive_entry*& entry) {
+    for (int status; (status = archive_read_next_header(a, &entry)) != ARCHIVE_EOF;) {
+        if (status < ARCHIVE_WARN)
+            fail(a, "damaged archive");
+        if (archive_entry_filetype(entry) != AE_IFREG)
+            continue;
+        if (const char* name = LibArchive::pathname(entry))
+            return name;
+    }
+    return nullptr;
 }
 
 std::vector<std::string> pathComponents(std::string_view path) {
@@ -55,39 +76,62 @@ ZipContainer ZipContainer::open(const std::filesystem::path& file) {
     if (error)
         throw std::runtime_error("unreadable file");
 
-    LibArchive::Reader reader(archive_read_new());
-    archive_read_support_format_zip(reader.get());
-    if (archive_read_open_filename(reader.get(), file.c_str(), 1 << 16) != ARCHIVE_OK)
-        fail(reader.get(), "not a ZIP archive");
-
+    const LibArchive::Reader reader = openArchive(file);
     ZipContainer container;
+    container.file_ = file;
     std::int64_t budget = expansionLimit(archiveBytes);
     archive_entry* entry = nullptr;
-    for (int status; (status = archive_read_next_header(reader.get(), &entry)) != ARCHIVE_EOF;) {
-        if (status < ARCHIVE_WARN)
-            fail(reader.get(), "damaged archive");
-        if (archive_entry_filetype(entry) != AE_IFREG)
-            continue;
-        const char* name = LibArchive::pathname(entry);
-        if (name == nullptr)
-            continue;
+    while (const char* name = nextPart(reader.get(), entry)) {
         if (archive_entry_is_encrypted(entry))
             throw std::runtime_error("encrypted entry");
-        container.parts_[name] = readEntry(reader.get(), budget);
+        std::int64_t size = -1;
+        if (archive_entry_size_is_set(entry)) {
+            size = archive_entry_size(entry);
+            budget -= size;
+            if (size < 0 || budget < 0)
+                throw std::runtime_error("archive expands beyond the limit");
+        }
+        container.sizes_.try_emplace(name, size); // the first of duplicate names is the one read
     }
-    if (container.parts_.empty())
+    if (container.sizes_.empty())
         throw std::runtime_error("empty archive");
+    container.undeclaredBudget_ = budget;
     return container;
 }
 
+LibArchive::Reader ZipContainer::entry(std::string_view name) const {
+    if (!contains(name))
+        return nullptr;
+    LibArchive::Reader reader = openArchive(file_);
+    archive_entry* entry = nullptr;
+    while (const char* found = nextPart(reader.get(), entry)) {
+        if (found == name)
+            return reader;
+    }
+    throw std::runtime_error("archive changed while being read");
+}
+
+std::int64_t ZipContainer::boundOf(std::string_view name) const {
+    const std::int64_t size = sizes_.find(name)->second;
+    return size < 0 ? undeclaredBudget_ : size;
+}
+
 std::optional<QByteArray> ZipContainer::part(std::string_view name) const {
-    if (auto found = parts_.find(name); found != parts_.end())
-        return found->second;
-    return std::nullopt;
+    const LibArchive::Reader reader = entry(name);
+    if (!reader)
+        return std::nullopt;
+    return readEntry(reader.get(), boundOf(name));
+}
+
+std::unique_ptr<ZipPartStream> ZipContainer::stream(std::string_view name) const {
+    LibArchive::Reader reader = entry(name);
+    if (!reader)
+        return nullptr;
+    return std::make_unique<ZipPartStream>(std::move(reader), boundOf(name));
 }
 
 bool ZipContainer::contains(std::string_view name) const {
-    return parts_.find(name) != parts_.end();
+    return sizes_.find(name) != sizes_.end();
 }
 
 std::optional<std::string> ZipContainer::resolve(std::string_view fromPart,

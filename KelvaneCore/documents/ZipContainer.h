@@ -1,21 +1,25 @@
 #pragma once
 
+#include "documents/ZipPartStream.h"
+#include "libarchive/LibArchive.h"
+
 #include <QByteArray>
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
-struct archive;
-
 namespace kelvane {
 
-// The parts of a ZIP-based document (DOCX, ODT), read whole into memory with limits that
-// refuse archives built to exhaust memory: the total expanded size may not pass
+// The parts of a ZIP-based document (DOCX, ODT). Opening keeps only an index of names and
+// expanded sizes; a part is inflated when asked for, so entries nobody reads are never held.
+// Limits refuse archives built to exhaust memory: the total expanded size may not pass
 // `maxExpandedBytes`, nor `maxRatio` times the archive's own size once past
-// `ratioFloorBytes`.
+// `ratioFloorBytes`. The sizes the archive declares are checked at open, and no part may
+// inflate past its declared size while being read.
 class ZipContainer {
 public:
     static constexpr std::int64_t maxExpandedBytes = 512ll << 20;
@@ -25,8 +29,12 @@ public:
     // Throws std::runtime_error when the file is not a readable ZIP or breaks a limit.
     static ZipContainer open(const std::filesystem::path& archive);
 
-    // The bytes of the part at `name` ("word/document.xml"), or none.
+    // The bytes of the part at `name` ("word/document.xml"), or none. Throws
+    // std::runtime_error when the entry is damaged or inflates past its limit.
     std::optional<QByteArray> part(std::string_view name) const;
+    // The part at `name` inflated as it is read, for parts too large to hold whole; none
+    // when there is no such part.
+    std::unique_ptr<ZipPartStream> stream(std::string_view name) const;
     bool contains(std::string_view name) const;
 
     // Resolves a relationship target such as "../media/image1.png" against the folder of
@@ -34,7 +42,16 @@ public:
     static std::optional<std::string> resolve(std::string_view fromPart, std::string_view target);
 
 private:
-    std::map<std::string, QByteArray, std::less<>> parts_;
+    // The archive positioned at the data of `name`, or none when there is no such part.
+    LibArchive::Reader entry(std::string_view name) const;
+    // How many bytes the part at `name` may inflate to.
+    std::int64_t boundOf(std::string_view name) const;
+
+    std::filesystem::path file_;
+    // Expanded sizes by name; -1 when the archive does not declare one.
+    std::map<std::string, std::int64_t, std::less<>> sizes_;
+    // What is left of the expansion limit for the parts of undeclared size.
+    std::int64_t undeclaredBudget_ = 0;
 };
 
 // Builds a ZIP in memory with Deflate and UTF-8 names, for DOCX and ODT output.

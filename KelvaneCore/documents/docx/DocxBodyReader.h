@@ -81,10 +81,10 @@ struct Table {
 // Walks w:body into a QTextDocument, one cursor moving through paragraphs and table cells.
 class BodyReader {
 public:
-    BodyReader(const QByteArray& content, const Ooxml::Relationships& relationships,
+    BodyReader(QIODevice& content, const Ooxml::Relationships& relationships,
                const ZipContainer& zip, const Styles& styles, const Numbering& numbering,
                QTextDocument& document, Notes& notes)
-        : xml_(content)
+        : xml_(&content)
         , relationships_(relationships)
         , zip_(zip)
         , styles_(styles)

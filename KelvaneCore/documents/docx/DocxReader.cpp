@@ -39,7 +39,7 @@ std::optional<QByteArray> relatedPart(const ZipContainer& zip,
 std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
     const ZipContainer zip = ZipContainer::open(file);
     const std::string mainPart = mainPartOf(zip);
-    const std::optional<QByteArray> content = zip.part(mainPart);
+    const std::unique_ptr<ZipPartStream> content = zip.stream(mainPart);
     if (!content)
         throw std::runtime_error("no word/document.xml in the package");
     const Ooxml::Relationships relationships = Ooxml::readRelationships(zip, mainPart);
@@ -59,18 +59,20 @@ std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
     const auto settings = relatedPart(zip, relationships, u"settings", "word/settings.xml");
     Docx::BodyReader(*content, relationships, zip, styles, numbering, *document, notes)
         .read(settings && Docx::evenAndOddHeaders(*settings));
+    content->check();
     for (const auto& [kind, type, fallback] :
          {std::tuple{Docx::NoteKind::footnote, u"footnotes", "word/footnotes.xml"},
           std::tuple{Docx::NoteKind::endnote, u"endnotes", "word/endnotes.xml"}}) {
         if (notes.of(kind).empty())
             continue;
         const std::string partName = relatedPartName(zip, relationships, type, fallback);
-        const auto part = zip.part(partName);
+        const auto part = zip.stream(partName);
         if (!part)
             continue;
         Docx::BodyReader(*part, Ooxml::readRelationships(zip, partName), zip, styles, numbering,
                          *document, notes)
             .readNotes(kind);
+        part->check();
     }
     return document;
 }

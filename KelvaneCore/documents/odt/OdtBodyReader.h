@@ -26,9 +26,9 @@ namespace kelvane::Odt {
 // table cells.
 class BodyReader {
 public:
-    BodyReader(const QByteArray& content, const Styles& styles, const ZipContainer& zip,
+    BodyReader(QIODevice& content, const Styles& styles, const ZipContainer& zip,
                QTextDocument& document)
-        : xml_(content)
+        : xml_(&content)
         , styles_(styles)
         , zip_(zip)
         , cursor_(&document) {}

@@ -38,19 +38,26 @@ void markFirstPage(QTextDocument& document, const Odt::Styles& styles) {
 std::unique_ptr<QTextDocument> readOdt(const std::filesystem::path& file) {
     const ZipContainer zip = ZipContainer::open(file);
     checkMimeType(zip);
-    const auto content = zip.part("content.xml");
-    if (!content)
+    if (!zip.contains("content.xml"))
         throw std::runtime_error("OpenDocument file without content.xml");
     Odt::Styles styles;
     if (const auto common = zip.part("styles.xml"))
         styles.read(*common);
-    styles.read(*content);
+    const auto automaticStyles = zip.stream("content.xml");
+    styles.read(*automaticStyles);
+    automaticStyles->check();
 
     auto document = std::make_unique<QTextDocument>();
     const DocumentFilling filling(*document);
     if (const auto font = styles.defaultFont())
         document->setDefaultFont(*font);
-    Odt::BodyReader(*content, styles, zip, *document).read();
+    const auto content = zip.stream("content.xml");
+    try {
+        Odt::BodyReader(*content, styles, zip, *document).read();
+    } catch (const std::runtime_error&) {
+        content->check(); // a part that failed to inflate says why rather than "malformed"
+        throw;
+    }
     markFirstPage(*document, styles);
     return document;
 }

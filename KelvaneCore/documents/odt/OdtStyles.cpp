@@ -220,11 +220,20 @@ std::optional<double> pointsFromLength(QStringView length) {
 
 void Styles::read(const QByteArray& bytes) {
     QXmlStreamReader xml(bytes);
+    readStyles(xml);
+}
+
+void Styles::read(QIODevice& device) {
+    QXmlStreamReader xml(&device);
+    readStyles(xml);
+}
+
+void Styles::readStyles(QXmlStreamReader& xml) {
     while (!xml.atEnd()) {
         if (xml.readNext() != QXmlStreamReader::StartElement)
             continue;
         if (isElement(xml, ns::office, u"body")) {
-            xml.skipCurrentElement();
+            return; // styles come before the body, so a part is read no further than that
         } else if (isElement(xml, ns::style, u"font-face")) {
             fonts_[attribute(xml, ns::style, "name")] =
                 unquoted(attribute(xml, ns::svg, "font-family"));

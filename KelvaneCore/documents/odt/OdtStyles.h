@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QColor>
 #include <QFont>
+#include <QIODevice>
 #include <QString>
 #include <QTextFormat>
 #include <QTextListFormat>
@@ -48,6 +49,7 @@ public:
     // Reads the font faces and styles of one part; call for styles.xml first, then for
     // content.xml, whose automatic styles win on a clash of names. Throws on malformed XML.
     void read(const QByteArray& xml);
+    void read(QIODevice& xml);
 
     // Applies the text properties of a "text" or "paragraph" style and its ancestors on top
     // of `format`; relative font sizes scale the size `format` already has.
@@ -93,6 +95,7 @@ private:
         QTextBlockFormat paragraph;
     };
 
+    void readStyles(QXmlStreamReader& xml);
     void readStyle(QXmlStreamReader& xml, Style& style);
     void readListStyle(QXmlStreamReader& xml, const QString& name);
     void readOutlineStyle(QXmlStreamReader& xml);

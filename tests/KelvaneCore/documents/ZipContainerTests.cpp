@@ -43,6 +43,27 @@ TEST(ZipContainer, RefusesArchivesThatExpandFarBeyondTheirSize) {
         writeZip(temp, "bomb.docx", {{"word/document.xml", QByteArray(40 << 20, ' ')}});
     ASSERT_LT(std::filesystem::file_size(bomb), 1u << 20);
     EXPECT_THROW(ZipContainer::open(bomb), std::runtime_error);
+
+    // A part that declares a small size passes the check at open, but is cut off as soon as it
+    // inflates beyond it, whether read whole or as a stream.
+    ZipBuilder builder;
+    builder.add("word/document.xml", QByteArray(1 << 20, 'x'));
+    QByteArray liar = builder.finish();
+    const auto declare = [&](const char* signature, qsizetype sizeOffset) {
+        const qsizetype header = liar.indexOf(signature);
+        ASSERT_GE(header, 0);
+        const char declared[4] = {100, 0, 0, 0};
+        liar.replace(header + sizeOffset, 4, declared, 4);
+    };
+    declare("PK\x03\x04", 22); // local header
+    declare("PK\x01\x02", 24); // central directory
+    const ZipContainer zip = ZipContainer::open(temp.write(
+        "liar.docx", std::string_view(liar.constData(), static_cast<std::size_t>(liar.size()))));
+    EXPECT_THROW(zip.part("word/document.xml"), std::runtime_error);
+    const auto stream = zip.stream("word/document.xml");
+    ASSERT_TRUE(stream);
+    EXPECT_LE(stream->readAll().size(), 1 << 16);
+    EXPECT_THROW(stream->check(), std::runtime_error);
 }
 
 TEST(ZipContainer, RefusesFilesThatAreNotZips) {
