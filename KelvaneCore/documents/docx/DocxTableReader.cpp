@@ -1,3 +1,4 @@
+#include "documents/TableRows.h"
 #include "documents/Units.h"
 #include "documents/docx/DocxBodyReader.h"
 
@@ -112,6 +113,7 @@ void BodyReader::readTable(int depth) {
     readTableChildren(depth, table, columns);
     if (table.table == nullptr)
         return;
+    TableRows::trim(*table.table, table.rows);
     for (const auto& [start, size] : table.merges) {
         if (size.first > 1 || size.second > 1)
             table.table->mergeCells(start.first, start.second, size.first, size.second);
@@ -171,7 +173,7 @@ void BodyReader::readRow(int depth, Table& table) {
     checkDepth(depth);
     if (table.rows > 0) {
         countBlocks(table.table->columns());
-        table.table->appendRows(1);
+        TableRows::reserve(*table.table, table.rows + 1);
     }
     ++table.rows;
     int column = 0;

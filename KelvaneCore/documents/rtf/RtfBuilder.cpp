@@ -2,6 +2,7 @@
 
 #include "documents/DocumentFilling.h"
 #include "documents/DocumentImages.h"
+#include "documents/TableRows.h"
 
 #include <QTextDocument>
 #include <QTextList>
@@ -70,6 +71,8 @@ int Builder::takeSectionStart() {
 void Builder::finish(const ParagraphEnd& end) {
     if (blockTouched_ && !needBlock_)
         applyParagraph(end);
+    if (table_)
+        TableRows::trim(*table_, row_ + 1);
 }
 
 void Builder::enter(bool inTable) {

@@ -1,3 +1,4 @@
+#include "documents/TableRows.h"
 #include "documents/rtf/RtfBuilder.h"
 
 #include <QTextTable>
@@ -106,6 +107,7 @@ void Builder::startTable() {
 }
 
 void Builder::leaveTable() {
+    TableRows::trim(*table_, row_ + 1);
     cursor_ = table_->lastCursorPosition();
     cursor_.movePosition(QTextCursor::NextBlock);
     table_ = nullptr;
@@ -133,7 +135,7 @@ void Builder::layOutRow(int row) {
     }
     if (!gridKnown_) {
         if (static_cast<int>(rowDefinition_.size()) > table_->columns()) {
-            checkSize(table_->rows(), static_cast<int>(rowDefinition_.size()));
+            checkSize(row + 1, static_cast<int>(rowDefinition_.size()));
             table_->appendColumns(static_cast<int>(rowDefinition_.size()) - table_->columns());
         }
         return;
@@ -170,7 +172,7 @@ void Builder::fitBoundary(int right, int row) {
         gridKnown_ = false;
         return;
     }
-    checkSize(table_->rows(), table_->columns() + 1);
+    checkSize(row + 1, table_->columns() + 1);
     if (edge == grid_.end()) {
         table_->appendColumns(1);
         grid_.push_back(right);
@@ -201,8 +203,8 @@ void Builder::moveToPendingCell() {
         leaveTable();
         startTable();
     } else if (rowEnded_) {
-        checkSize(table_->rows() + 1, table_->columns());
-        table_->appendRows(1);
+        checkSize(row_ + 2, table_->columns());
+        TableRows::reserve(*table_, row_ + 2);
         layOutRow(row_ + 1);
         moveToCell(row_ + 1, 0);
     } else if (cellEnded_) {
@@ -221,7 +223,7 @@ int Builder::columnOf(int cell) {
     const QTextTableCell current = table_->cellAt(row_, column_);
     const int next = current.column() + current.columnSpan();
     if (next >= table_->columns() && table_->columns() < maxColumns) {
-        checkSize(table_->rows(), table_->columns() + 1);
+        checkSize(row_ + 2, table_->columns() + 1); // rows made ahead are not counted
         table_->appendColumns(1);
     }
     return std::min(next, table_->columns() - 1);
