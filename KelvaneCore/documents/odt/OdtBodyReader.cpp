@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace kelvane::Odt {
 namespace {
@@ -239,33 +240,44 @@ void BodyReader::readInlineElement(int depth, const QTextCharFormat& format) {
 
 // White space in OpenDocument text collapses to one space and vanishes at the start and end
 // of a paragraph; text:s, text:tab and text:line-break carry the spacing that counts.
+// White space collapses to one space, and a space that ends the text waits for what follows:
+// at the end of a paragraph it is dropped. Each text goes in with one insertion, as inserting
+// word by word makes reading long documents several times slower.
 void BodyReader::writeText(QStringView text, const QTextCharFormat& format) {
     if (format.boolProperty(HiddenText::property))
         return;
     QString run;
+    bool spaceInRun = false;
     for (const QChar c : text) {
         if (!isSpace(c)) {
+            if (std::exchange(spaceInRun, false))
+                run += u' ';
             run += c;
-            continue;
-        }
-        if (!run.isEmpty()) {
-            put(run, format);
-            run.clear();
-        }
-        if (hasContent_ && !pendingSpace_) {
+        } else if (!run.isEmpty()) {
+            spaceInRun = true;
+        } else if (hasContent_ && !pendingSpace_) {
             pendingSpace_ = true;
             pendingSpaceFormat_ = format;
         }
     }
     if (!run.isEmpty())
         put(run, format);
+    if (spaceInRun) {
+        pendingSpace_ = true;
+        pendingSpaceFormat_ = format;
+    }
 }
 
 void BodyReader::put(const QString& text, const QTextCharFormat& format) {
     checkDocumentLength(*cursor_.document());
-    if (pendingSpace_)
+    if (std::exchange(pendingSpace_, false)) {
+        if (pendingSpaceFormat_ == format) {
+            cursor_.insertText(u' ' + text, format);
+            hasContent_ = true;
+            return;
+        }
         cursor_.insertText(QStringLiteral(" "), pendingSpaceFormat_);
-    pendingSpace_ = false;
+    }
     cursor_.insertText(text, format);
     hasContent_ = true;
 }
