@@ -26,7 +26,8 @@ class QTextDocument;
 //   ListDecimal/ListLowerAlpha/ListUpperAlpha/ListLowerRoman/ListUpperRoman) and indent =
 //   nesting level starting at 1;
 // - simple tables: QTextTable, one cell per grid cell, text and character formats inside;
-// - images: inserted and read through DocumentImages (original PNG/JPEG bytes kept).
+// - images: inserted and read through DocumentImages (original PNG/JPEG bytes kept; a
+//   document read from a DOCX or ODT leaves them in the package, see PackageDocument.h).
 // - list labels a QTextList cannot draw (start values, "1.2." patterns, outline numbers of
 //   headings) are text at the start of the paragraph; ListNumbering counts them for every
 //   reader alike;

@@ -1,6 +1,7 @@
 #include "documents/DocumentImages.h"
 
 #include "documents/Metafiles.h"
+#include "documents/PackageDocument.h"
 #include "documents/Units.h"
 
 #include <QBuffer>
@@ -11,6 +12,8 @@
 #include <QTextImageFormat>
 #include <QUrl>
 
+#include <stdexcept>
+
 namespace kelvane::DocumentImages {
 namespace {
 
@@ -18,14 +21,18 @@ namespace {
 constexpr double pointsPerImagePixel = 72.0 / 96.0;
 constexpr int maxImageSide = 20000; // refuse decompression bombs before decoding
 
-QSize pixelSize(const QByteArray& bytes) {
-    QBuffer buffer;
-    buffer.setData(bytes);
-    QImageReader reader(&buffer);
+QSize pixelSize(QImageReader& reader) {
     const QSize size = reader.size();
     return size.isValid() && size.width() <= maxImageSide && size.height() <= maxImageSide
                ? size
                : QSize();
+}
+
+QSize pixelSize(const QByteArray& bytes) {
+    QBuffer buffer;
+    buffer.setData(bytes);
+    QImageReader reader(&buffer);
+    return pixelSize(reader);
 }
 
 QImage decoded(const QByteArray& bytes) {
@@ -54,6 +61,43 @@ QByteArray asPng(const QByteArray& bytes) {
     return png;
 }
 
+// Names a new image resource of `document` by its format, "kelvane-image:3.png".
+QString newResourceName(const QTextDocument& document, const QString& format) {
+    return QStringLiteral("kelvane-image:%1.%2")
+        .arg(document.allFormats().size())
+        .arg(format == "png" ? "png" : "jpg");
+}
+
+void insertNamed(QTextCursor& cursor, const QString& name, QSize pixels, QSizeF displaySize) {
+    if (displaySize.isEmpty())
+        displaySize = QSizeF(pixels) * pointsPerImagePixel;
+    QTextImageFormat image;
+    image.setName(name);
+    image.setWidth(Units::pixelsFromPoints(displaySize.width()));
+    image.setHeight(Units::pixelsFromPoints(displaySize.height()));
+    cursor.insertImage(image);
+}
+
+// Leaves a PNG or JPEG part in the package, reading only as much of it as tells its size.
+bool insertLazily(QTextCursor& cursor, PackageDocument& document, const std::string& partName,
+                  QSizeF displaySize) {
+    const auto part = document.package().stream(partName);
+    if (!part)
+        return false;
+    const QString format = formatOf(part->peek(8));
+    if (format.isEmpty())
+        return false;
+    QImageReader reader(part.get(), format.toLatin1());
+    const QSize pixels = pixelSize(reader);
+    part->check();
+    if (!pixels.isValid())
+        return false;
+    const QString name = newResourceName(document, format);
+    document.addPicture(name, partName);
+    insertNamed(cursor, name, pixels, displaySize);
+    return true;
+}
+
 } // namespace
 
 QString formatOf(const QByteArray& bytes) {
@@ -71,19 +115,26 @@ bool insert(QTextCursor& cursor, const QByteArray& original, QSizeF displaySize)
     if (format.isEmpty() || !pixels.isValid())
         return false;
     QTextDocument* document = cursor.document();
-    const QString name = QStringLiteral("kelvane-image:%1.%2")
-                             .arg(document->allFormats().size())
-                             .arg(format == "png" ? "png" : "jpg");
+    const QString name = newResourceName(*document, format);
     document->addResource(QTextDocument::ImageResource, QUrl(name), bytes);
-    if (displaySize.isEmpty())
-        displaySize = QSizeF(pixels) * pointsPerImagePixel;
-
-    QTextImageFormat image;
-    image.setName(name);
-    image.setWidth(Units::pixelsFromPoints(displaySize.width()));
-    image.setHeight(Units::pixelsFromPoints(displaySize.height()));
-    cursor.insertImage(image);
+    insertNamed(cursor, name, pixels, displaySize);
     return true;
+}
+
+bool insertPart(QTextCursor& cursor, const ZipContainer& package, const std::string& partName,
+                QSizeF displaySize) {
+    try {
+        if (!package.fitsWhole(partName))
+            return false;
+        auto* document = dynamic_cast<PackageDocument*>(cursor.document());
+        if (document != nullptr && &document->package() == &package &&
+            insertLazily(cursor, *document, partName, displaySize))
+            return true;
+        const auto bytes = package.part(partName);
+        return bytes && insert(cursor, *bytes, displaySize);
+    } catch (const std::runtime_error&) {
+        return false; // a damaged picture leaves its alternative text
+    }
 }
 
 EncodedImage encoded(const QTextDocument& document, const QTextImageFormat& format) {

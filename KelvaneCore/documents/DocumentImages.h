@@ -4,9 +4,15 @@
 #include <QSizeF>
 #include <QString>
 
+#include <string>
+
 class QTextCursor;
 class QTextDocument;
 class QTextImageFormat;
+
+namespace kelvane {
+class ZipContainer;
+}
 
 namespace kelvane::DocumentImages {
 
@@ -25,6 +31,13 @@ struct EncodedImage {
 // decode (GIF, BMP, TIFF…) and Windows and enhanced metafiles are kept as PNG. Returns false,
 // inserting nothing, when the bytes do not decode.
 bool insert(QTextCursor& cursor, const QByteArray& bytes, QSizeF displaySize = {});
+// Inserts the picture in the part `partName` of a package, as `insert`. When the cursor's
+// document is the PackageDocument holding that package, a PNG or JPEG picture stays in the
+// package: only its header is read now, the rest when the picture is drawn or written.
+// Returns false, inserting nothing, when the part is missing, damaged, too large to read
+// whole or does not decode.
+bool insertPart(QTextCursor& cursor, const ZipContainer& package, const std::string& partName,
+                QSizeF displaySize = {});
 
 // The image an image format refers to; any other decodable resource is re-encoded as PNG.
 // Empty bytes when the document holds nothing usable under that name.

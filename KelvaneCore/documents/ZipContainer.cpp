@@ -2,6 +2,7 @@
 
 #include "libarchive/LibArchive.h"
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <vector>
@@ -117,10 +118,17 @@ std::int64_t ZipContainer::boundOf(std::string_view name) const {
 }
 
 std::optional<QByteArray> ZipContainer::part(std::string_view name) const {
+    if (contains(name) && !fitsWhole(name))
+        throw std::runtime_error("part too large to read: " + std::string(name));
     const LibArchive::Reader reader = entry(name);
     if (!reader)
         return std::nullopt;
-    return readEntry(reader.get(), boundOf(name));
+    return readEntry(reader.get(), std::min(boundOf(name), maxPartBytes));
+}
+
+bool ZipContainer::fitsWhole(std::string_view name) const {
+    const auto found = sizes_.find(name);
+    return found != sizes_.end() && found->second <= maxPartBytes;
 }
 
 std::unique_ptr<ZipPartStream> ZipContainer::stream(std::string_view name) const {

@@ -19,19 +19,24 @@ namespace kelvane {
 // Limits refuse archives built to exhaust memory: the total expanded size may not pass
 // `maxExpandedBytes`, nor `maxRatio` times the archive's own size once past
 // `ratioFloorBytes`. The sizes the archive declares are checked at open, and no part may
-// inflate past its declared size while being read.
+// inflate past its declared size while being read. A part read whole may not pass
+// `maxPartBytes`; only parts parsed as they inflate may be larger.
 class ZipContainer {
 public:
     static constexpr std::int64_t maxExpandedBytes = 512ll << 20;
+    static constexpr std::int64_t maxPartBytes = 64ll << 20;
     static constexpr std::int64_t ratioFloorBytes = 4ll << 20;
     static constexpr std::int64_t maxRatio = 200;
 
     // Throws std::runtime_error when the file is not a readable ZIP or breaks a limit.
     static ZipContainer open(const std::filesystem::path& archive);
 
-    // The bytes of the part at `name` ("word/document.xml"), or none. Throws
-    // std::runtime_error when the entry is damaged or inflates past its limit.
+    // The bytes of the part at `name` ("word/styles.xml"), or none. Throws
+    // std::runtime_error when the entry is damaged, inflates past its limit or is larger
+    // than `maxPartBytes`.
     std::optional<QByteArray> part(std::string_view name) const;
+    // Whether the part at `name` exists and may be read whole with `part`.
+    bool fitsWhole(std::string_view name) const;
     // The part at `name` inflated as it is read, for parts too large to hold whole; none
     // when there is no such part.
     std::unique_ptr<ZipPartStream> stream(std::string_view name) const;

@@ -11,6 +11,7 @@
 #include <QString>
 #include <QTextBlock>
 #include <QTextCharFormat>
+#include <QTextImageFormat>
 #include <QXmlStreamWriter>
 
 #include <map>
@@ -37,9 +38,11 @@ QString hexOf(const QColor& colour);
 // Twips of a length the document model gives in pixels.
 QString twipsOf(double pixels);
 
+// A picture of the document, fetched again when the package is put together so that no
+// more than one picture's bytes are held at a time.
 struct Media {
     std::string part; // "word/media/image1.png"
-    QByteArray bytes;
+    QTextImageFormat image;
 };
 
 // Writes word/document.xml and collects what it refers to: relationships, media, lists.

@@ -1,5 +1,6 @@
 #include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
+#include "documents/PackageDocument.h"
 #include "documents/ZipContainer.h"
 #include "documents/docx/DocxBodyReader.h"
 
@@ -37,7 +38,8 @@ std::optional<QByteArray> relatedPart(const ZipContainer& zip,
 } // namespace
 
 std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
-    const ZipContainer zip = ZipContainer::open(file);
+    auto document = std::make_unique<PackageDocument>(ZipContainer::open(file));
+    const ZipContainer& zip = document->package();
     const std::string mainPart = mainPartOf(zip);
     const std::unique_ptr<ZipPartStream> content = zip.stream(mainPart);
     if (!content)
@@ -53,7 +55,6 @@ std::unique_ptr<QTextDocument> readDocx(const std::filesystem::path& file) {
     if (const auto part = relatedPart(zip, relationships, u"numbering", "word/numbering.xml"))
         numbering.read(*part);
 
-    auto document = std::make_unique<QTextDocument>();
     const DocumentFilling filling(*document);
     Docx::Notes notes;
     const auto settings = relatedPart(zip, relationships, u"settings", "word/settings.xml");

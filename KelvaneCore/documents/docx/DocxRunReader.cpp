@@ -192,16 +192,16 @@ void BodyReader::readAlternateContent(int depth, QTextCharFormat& format) {
 
 void BodyReader::insertImage(const PictureReference& picture) {
     const auto relationship = relationships_.find(picture.relationshipId);
-    std::optional<QByteArray> bytes;
-    if (relationship != relationships_.end() && !relationship->second.target.empty())
-        bytes = zip_.part(relationship->second.target);
+    const bool offered = relationship != relationships_.end() &&
+                         !relationship->second.target.empty() &&
+                         zip_.contains(relationship->second.target);
     QSizeF points = picture.points;
     if (!(points.width() > 0 && points.width() <= maxImagePoints && points.height() > 0 &&
           points.height() <= maxImagePoints))
         points = {};
-    if (bytes) {
+    if (offered) {
         beforeContent();
-        if (DocumentImages::insert(cursor_, *bytes, points)) {
+        if (DocumentImages::insertPart(cursor_, zip_, relationship->second.target, points)) {
             hasContent_ = true;
             return;
         }
@@ -210,12 +210,12 @@ void BodyReader::insertImage(const PictureReference& picture) {
     // can show (a damaged metafile) leaves its alternative text.
     QString shown = picture.description.simplified();
     const auto chart = relationships_.find(picture.chartRelationshipId);
-    const auto chartPart = bytes || chart == relationships_.end() || chart->second.target.empty()
+    const auto chartPart = offered || chart == relationships_.end() || chart->second.target.empty()
                                ? std::nullopt
                                : zip_.part(chart->second.target);
     if (const QString words = chartPart ? chartText(*chartPart) : QString(); !words.isEmpty())
         shown = words;
-    if ((bytes || chartPart) && unshown_ != nullptr) {
+    if ((offered || chartPart) && unshown_ != nullptr) {
         *unshown_ = shown; // the alternative may show it
         return;
     }

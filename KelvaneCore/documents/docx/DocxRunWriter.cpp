@@ -130,7 +130,7 @@ void BodyWriter::writeImage(const QTextImageFormat& format) {
     if (id.isEmpty()) {
         const QString fileName =
             QStringLiteral("image%1.%2").arg(media.size() + 1).arg(image.format);
-        media.push_back({"word/media/" + fileName.toStdString(), image.bytes});
+        media.push_back({"word/media/" + fileName.toStdString(), format});
         id =
             addRelationship(Ooxml::relationship::image, QStringLiteral("media/") + fileName, false);
     }

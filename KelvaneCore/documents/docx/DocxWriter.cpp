@@ -1,4 +1,5 @@
 #include "documents/DocumentFormats.h"
+#include "documents/DocumentImages.h"
 #include "documents/ZipContainer.h"
 #include "documents/docx/DocxBodyWriter.h"
 #include "documents/docx/Ooxml.h"
@@ -82,7 +83,7 @@ QByteArray writeDocx(const QTextDocument& document, PageSize paper) {
     zip.add("word/styles.xml", Docx::stylesPart(document.defaultFont()));
     zip.add("word/numbering.xml", Docx::numberingPart(body.lists));
     for (const Media& image : body.media)
-        zip.add(image.part, image.bytes);
+        zip.add(image.part, DocumentImages::encoded(document, image.image).bytes);
     return zip.finish();
 }
 

@@ -348,11 +348,13 @@ QString BodyReader::readChartText() {
 
 bool BodyReader::readImage(QSizeF size) {
     QByteArray bytes;
+    std::optional<std::string> part;
     const QString href = attribute(xml_, ns::xlink, "href");
     if (!href.isEmpty()) {
         const QString target = QUrl::fromPercentEncoding(href.toUtf8());
-        if (const auto name = ZipContainer::resolve("content.xml", target.toStdString()))
-            bytes = zip_.part(*name).value_or(QByteArray());
+        part = ZipContainer::resolve("content.xml", target.toStdString());
+        if (part && !zip_.contains(*part))
+            part.reset();
         xml_.skipCurrentElement();
     } else {
         while (xml_.readNextStartElement()) {
@@ -362,12 +364,13 @@ bool BodyReader::readImage(QSizeF size) {
                 xml_.skipCurrentElement();
         }
     }
-    if (bytes.isEmpty())
+    if (bytes.isEmpty() && !part)
         return false;
     if (pendingSpace_)
         cursor_.insertText(QStringLiteral(" "), pendingSpaceFormat_);
     pendingSpace_ = false;
-    if (!DocumentImages::insert(cursor_, bytes, size))
+    if (!(part ? DocumentImages::insertPart(cursor_, zip_, *part, size)
+               : DocumentImages::insert(cursor_, bytes, size)))
         return false;
     hasContent_ = true;
     return true;

@@ -337,7 +337,7 @@ void BodyWriter::writeImage(const QTextImageFormat& format) {
         path->second = QStringLiteral("Pictures/image%1.%2")
                            .arg(pictures_.size() + 1)
                            .arg(jpeg ? "jpg" : "png");
-        pictures_.push_back({path->second, jpeg ? "image/jpeg" : "image/png", image.bytes});
+        pictures_.push_back({path->second, jpeg ? "image/jpeg" : "image/png", format});
     }
     xml_.writeStartElement("draw:frame");
     xml_.writeAttribute("draw:name", "Image" + QString::number(++frames_));

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QTextBlock>
 #include <QTextFrame>
+#include <QTextImageFormat>
 #include <QXmlStreamWriter>
 
 #include <map>
@@ -22,11 +23,12 @@ class QTextTable;
 
 namespace kelvane::Odt {
 
-// A picture the body refers to, stored in the package under `path`.
+// A picture the body refers to, stored in the package under `path`. Its bytes are fetched
+// again when the package is put together, so that no more than one picture is held at a time.
 struct Picture {
     QString path; // "Pictures/image1.png"
     QString mediaType;
-    QByteArray bytes;
+    QTextImageFormat image;
 };
 
 // Writes the children of office:text for a document, collecting the automatic styles and

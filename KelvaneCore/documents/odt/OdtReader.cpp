@@ -1,5 +1,6 @@
 #include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
+#include "documents/PackageDocument.h"
 #include "documents/ZipContainer.h"
 #include "documents/odt/OdtBodyReader.h"
 #include "documents/odt/OdtStyles.h"
@@ -36,7 +37,8 @@ void markFirstPage(QTextDocument& document, const Odt::Styles& styles) {
 } // namespace
 
 std::unique_ptr<QTextDocument> readOdt(const std::filesystem::path& file) {
-    const ZipContainer zip = ZipContainer::open(file);
+    auto document = std::make_unique<PackageDocument>(ZipContainer::open(file));
+    const ZipContainer& zip = document->package();
     checkMimeType(zip);
     if (!zip.contains("content.xml"))
         throw std::runtime_error("OpenDocument file without content.xml");
@@ -47,7 +49,6 @@ std::unique_ptr<QTextDocument> readOdt(const std::filesystem::path& file) {
     styles.read(*automaticStyles);
     automaticStyles->check();
 
-    auto document = std::make_unique<QTextDocument>();
     const DocumentFilling filling(*document);
     if (const auto font = styles.defaultFont())
         document->setDefaultFont(*font);

@@ -1,4 +1,5 @@
 #include "documents/DocumentFormats.h"
+#include "documents/DocumentImages.h"
 #include "documents/ZipContainer.h"
 #include "documents/odt/OdtBodyWriter.h"
 #include "documents/odt/OdtWriterStyles.h"
@@ -88,7 +89,7 @@ QByteArray writeOdt(const QTextDocument& document, PageSize paper) {
     zip.add("styles.xml", Odt::commonStyles(document.defaultFont(), paper));
     zip.add("meta.xml", meta(document));
     for (const Odt::Picture& picture : body.pictures())
-        zip.add(picture.path.toStdString(), picture.bytes);
+        zip.add(picture.path.toStdString(), DocumentImages::encoded(document, picture.image).bytes);
     return zip.finish();
 }
 

@@ -8,6 +8,7 @@
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
+#include <QBuffer>
 #include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
@@ -18,6 +19,7 @@
 #include <QTextList>
 #include <QTextTable>
 #include <QUrl>
+#include <QtEndian>
 
 #include <gtest/gtest.h>
 #include <tuple>
@@ -308,6 +310,111 @@ TEST(DocxReader, PicturesNoReaderDrawsShowTheirBitmapFallback) {
         const QVariant bytes = document->resource(QTextDocument::ImageResource,
                                                   QUrl(image.charFormat().toImageFormat().name()));
         EXPECT_EQ(QImage::fromData(bytes.toByteArray()).width(), shownWidth) << name;
+    }
+}
+
+// A JPEG photo, noisy enough that deflating it saves nothing.
+QByteArray photo(int width, int height) {
+    QImage image(width, height, QImage::Format_RGB32);
+    quint32 seed = 1;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            seed = seed * 1664525u + 1013904223u;
+            image.setPixel(x, y, 0xff000000u | (seed >> 8));
+        }
+    }
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPEG", 90);
+    return bytes;
+}
+
+// Text, the photo and `picture` in one paragraph.
+docx::Parts photoPackage(const QByteArray& jpeg) {
+    return docx::package(docx::documentPart("<w:p><w:r><w:t>before</w:t></w:r>" +
+                                            docx::drawing("rIdPhoto", 1270000, 952500) +
+                                            docx::drawing("rIdPicture", 635000, 317500) +
+                                            "<w:r><w:t>after</w:t></w:r></w:p>"),
+                         {{"word/media/photo.jpg", jpeg},
+                          {"word/media/picture.png", picture},
+                          {"word/_rels/document.xml.rels",
+                           docx::relationshipsPart(
+                               docx::relationship("rIdPhoto", "image", "media/photo.jpg") +
+                               docx::relationship("rIdPicture", "image", "media/picture.png"))}});
+}
+
+std::vector<QByteArray> picturesOf(const QTextDocument& document) {
+    std::vector<QByteArray> pictures;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment) {
+            const QTextCharFormat format = fragment.fragment().charFormat();
+            if (format.isImageFormat())
+                pictures.push_back(DocumentImages::encoded(document, format.toImageFormat()).bytes);
+        }
+    }
+    return pictures;
+}
+
+// The pictures pdfimages finds in a PDF, masks left out.
+qsizetype picturesIn(const fs::path& pdf) {
+    QProcess pdfimages;
+    pdfimages.start(QStringLiteral("pdfimages"),
+                    {QStringLiteral("-list"), QString::fromStdString(pdf.string())});
+    EXPECT_TRUE(pdfimages.waitForFinished(60000));
+    static const QRegularExpression row(QStringLiteral(R"(^\s*\d+\s+\d+\s+image\s)"));
+    return QString::fromUtf8(pdfimages.readAllStandardOutput()).split(u'\n').filter(row).size();
+}
+
+// Pictures stay in their package until a page or a writer asks for them: a DOCX of a JPEG
+// photo and a PNG, and our ODT of it, give both, unchanged, to the PDF, DOCX and ODT made of
+// them.
+TEST(DocxReader, PicturesReachEveryOutputFromThePackage) {
+    TempFolder temp;
+    const QByteArray jpeg = photo(320, 240);
+    const fs::path docxFile = docx::write(temp, "photos.docx", photoPackage(jpeg));
+    const fs::path odtFile = DocumentTools::convert(docxFile, Recipe::docToODT, {});
+    for (const fs::path& source : {docxFile, odtFile}) {
+        EXPECT_EQ(picturesIn(DocumentTools::convert(source, Recipe::docToPDF, {})), 2) << source;
+        for (const Recipe recipe : {Recipe::docToDOCX, Recipe::docToODT}) {
+            const fs::path output = DocumentTools::convert(source, recipe, {});
+            EXPECT_EQ(picturesOf(*DocumentTools::read(output)), (std::vector{jpeg, picture}))
+                << output;
+        }
+    }
+}
+
+// A picture whose part is gone from the file since it was read, or whose entry is damaged
+// past its header, goes missing from what is written; the rest still converts.
+TEST(DocxReader, PicturesGoneFromThePackageGoMissingAndTheRestConverts) {
+    TempFolder temp;
+    const QByteArray jpeg = photo(320, 240);
+    const fs::path changed = docx::write(temp, "changed.docx", photoPackage(jpeg));
+    const auto read = DocumentFormats::readDocx(changed);
+    docx::Parts withoutPhoto = photoPackage(jpeg);
+    std::erase_if(withoutPhoto, [](const auto& part) { return part.first.ends_with(".jpg"); });
+    docx::write(temp, "changed.docx", withoutPhoto);
+
+    QByteArray damaged = QByteArray::fromStdString(
+        fixtures::readFile(docx::write(temp, "damaged.docx", photoPackage(jpeg))));
+    const qsizetype header = damaged.indexOf("word/media/photo.jpg") - 30;
+    ASSERT_GT(header, 0);
+    const qsizetype data = header + 30 +
+                           qFromLittleEndian<quint16>(damaged.constData() + header + 26) +
+                           qFromLittleEndian<quint16>(damaged.constData() + header + 28);
+    damaged.replace(data + jpeg.size() * 3 / 4, 64, QByteArray(64, '\x55'));
+    const auto readDamaged = DocumentFormats::readDocx(writeBytes(temp, "damaged.docx", damaged));
+
+    for (const QTextDocument* document : {read.get(), readDamaged.get()}) {
+        // Reading saw only the photo's header, whole then.
+        EXPECT_EQ(document->toPlainText().count(QChar::ObjectReplacementCharacter), 2);
+        const auto written = DocumentFormats::readDocx(
+            writeBytes(temp, "written.docx", DocumentFormats::writeDocx(*document)));
+        EXPECT_EQ(picturesOf(*written), std::vector{picture});
+        const fixtures::PdfProbe pdf(
+            writeBytes(temp, "written.pdf", DocumentTools::pdf(*document, PageSize::a4)));
+        ASSERT_EQ(pdf.pageCount(), 1);
+        EXPECT_EQ(pdf.text(0).simplified(), "before after");
     }
 }
 

@@ -15,6 +15,7 @@
 #include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
+#include <string>
 
 namespace kelvane {
 namespace {
@@ -29,10 +30,14 @@ fs::path writeFile(const TempFolder& temp, const char* name, const QByteArray& b
                       std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
 }
 
+// A document read from a package draws its pictures from the file, so each file written
+// here stays until the tests end.
 std::unique_ptr<QTextDocument> writeAndRead(const QTextDocument& source) {
-    TempFolder temp;
+    static const TempFolder temp;
+    static int written = 0;
+    const std::string name = "written" + std::to_string(++written) + ".odt";
     return DocumentFormats::readOdt(
-        writeFile(temp, "written.odt", DocumentFormats::writeOdt(source)));
+        writeFile(temp, name.c_str(), DocumentFormats::writeOdt(source)));
 }
 
 QByteArray partOf(const QByteArray& odt, std::string_view name) {

@@ -64,6 +64,21 @@ TEST(ZipContainer, RefusesArchivesThatExpandFarBeyondTheirSize) {
     ASSERT_TRUE(stream);
     EXPECT_LE(stream->readAll().size(), 1 << 16);
     EXPECT_THROW(stream->check(), std::runtime_error);
+
+    // A part larger than a part read whole may be is refused whole, yet streams; stored, it
+    // keeps the archive within its ratio.
+    ZipBuilder large;
+    const QByteArray styles(ZipContainer::maxPartBytes + 1, 'x');
+    large.add("word/styles.xml", styles, ZipBuilder::Compression::store);
+    large.add("word/settings.xml", "<w:settings/>");
+    const QByteArray largeZip = large.finish();
+    const ZipContainer stored = ZipContainer::open(
+        temp.write("large.docx", std::string_view(largeZip.constData(),
+                                                  static_cast<std::size_t>(largeZip.size()))));
+    EXPECT_FALSE(stored.fitsWhole("word/styles.xml"));
+    EXPECT_THROW(stored.part("word/styles.xml"), std::runtime_error);
+    EXPECT_EQ(stored.stream("word/styles.xml")->readAll().size(), styles.size());
+    EXPECT_EQ(stored.part("word/settings.xml"), QByteArray("<w:settings/>"));
 }
 
 TEST(ZipContainer, RefusesFilesThatAreNotZips) {
