@@ -1,5 +1,7 @@
 #pragma once
 
+#include "documents/JpegStandIns.h"
+
 #include <QTextDocument>
 
 #include <optional>
@@ -17,8 +19,9 @@ public:
     // The content of `source` from `start` up to `end`, both where a top-level paragraph or
     // table begins (`end` may also be the end of the document), or `start` inside a paragraph
     // begun on an earlier page. Pictures are fetched from
-    // `source`, which must outlive the slice.
-    Slice(const QTextDocument& source, int start, int end);
+    // `source`, which must outlive the slice; JPEG pictures are drawn as `standIns` of them
+    // when given.
+    Slice(const QTextDocument& source, int start, int end, JpegStandIns* standIns = nullptr);
 
     // Where `source` begins the first top-level paragraph at or after `position`, outside any
     // table; its end when there is none.
@@ -35,8 +38,10 @@ private:
     void keepFirstParagraphFormat(const QTextBlock& original, bool hasSpareBlock);
     void continueParagraph();
     void continueListNumbers(int start);
+    void sizeStandIns();
 
     const QTextDocument& source_;
+    JpegStandIns* standIns_;
     int start_;
     std::vector<std::pair<int, int>> labels_; // list numbers written out: where, how long
 };

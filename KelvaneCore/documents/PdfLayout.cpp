@@ -59,12 +59,13 @@ std::vector<Section> sectionsOf(const QTextDocument& document, PageSize paper) {
 
 // Draws the document from `start` up to `end` on pages of its own, a slice at a time, until
 // the page limit.
-void drawSection(PdfPages& pages, const QTextDocument& document, int start, int end) {
+void drawSection(PdfPages& pages, const QTextDocument& document, PdfLayout::JpegStandIns& standIns,
+                 int start, int end) {
     while (!pages.full()) {
         const int sliceEnd =
             std::min(end, PdfLayout::Slice::boundaryFrom(document, start + sliceCharacters));
         const bool last = sliceEnd >= end;
-        PdfLayout::Slice slice(document, start, sliceEnd);
+        PdfLayout::Slice slice(document, start, sliceEnd, &standIns);
         PdfLayout::dropLeadingBreak(slice);
         pages.lay(slice);
         int count = slice.pageCount();
@@ -93,18 +94,30 @@ qsizetype textSliceEnd(const QString& text, qsizetype from) {
     return lineEnd >= 0 && lineEnd - end < longestLineSearch ? lineEnd + 1 : end;
 }
 
-} // namespace
-
-QByteArray pdf(const QTextDocument& document, PageSize pageSize) {
+// The pages as the PDF writer draws them, JPEG pictures as their stand-ins.
+QByteArray drawnPages(const QTextDocument& document, PageSize pageSize,
+                      PdfLayout::JpegStandIns& standIns) {
     const std::vector<Section> sections = sectionsOf(document, pageSize);
     PdfPages pages(sections.front().geometry);
     const int documentEnd = document.characterCount() - 1;
     for (std::size_t i = 0; i < sections.size() && !pages.full(); ++i) {
         pages.turnTo(sections[i].geometry);
-        drawSection(pages, document, sections[i].start,
+        drawSection(pages, document, standIns, sections[i].start,
                     i + 1 < sections.size() ? sections[i + 1].start : documentEnd);
     }
     return pages.finish();
+}
+
+} // namespace
+
+QByteArray pdf(const QTextDocument& document, PageSize pageSize) {
+    PdfLayout::JpegStandIns standIns(document);
+    return standIns.embedded(drawnPages(document, pageSize, standIns));
+}
+
+void writePdf(const QTextDocument& document, PageSize pageSize, const std::filesystem::path& file) {
+    PdfLayout::JpegStandIns standIns(document);
+    standIns.write(drawnPages(document, pageSize, standIns), file);
 }
 
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize) {

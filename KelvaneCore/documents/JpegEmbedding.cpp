@@ -1,0 +1,128 @@
+// The library's headers use only standard smart pointers.
+#define POINTERHOLDER_TRANSITION 4
+
+#include "documents/JpegStandIns.h"
+
+#include <QTextDocument>
+#include <qpdf/Buffer.hh>
+#include <qpdf/Pipeline.hh>
+#include <qpdf/QPDF.hh>
+#include <qpdf/QPDFObjectHandle.hh>
+#include <qpdf/QPDFPageDocumentHelper.hh>
+#include <qpdf/QPDFPageObjectHelper.hh>
+#include <qpdf/QPDFWriter.hh>
+
+#include <fstream>
+#include <map>
+#include <stdexcept>
+
+namespace kelvane::PdfLayout {
+namespace {
+
+bool hasInteger(QPDFObjectHandle dictionary, const char* key, long long value) {
+    QPDFObjectHandle number = dictionary.getKey(key);
+    return number.isInteger() && number.getIntValue() == value;
+}
+
+// The picture a stand-in image of the PDF names: an eight-bit colour image of two pixels.
+const JpegStandIns::Picture* pictureDrawnAs(QPDFObjectHandle image, const JpegStandIns& standIns) {
+    QPDFObjectHandle dictionary = image.getDict();
+    if (!hasInteger(dictionary, "/Width", 2) || !hasInteger(dictionary, "/Height", 1) ||
+        !hasInteger(dictionary, "/BitsPerComponent", 8) ||
+        !dictionary.getKey("/ColorSpace").isNameAndEquals("/DeviceRGB") ||
+        dictionary.hasKey("/SMask") || dictionary.hasKey("/Mask"))
+        return nullptr;
+    const std::shared_ptr<Buffer> pixels = image.getStreamData(qpdf_dl_generalized);
+    return standIns.pictureOf(QByteArray(reinterpret_cast<const char*>(pixels->getBuffer()),
+                                         static_cast<qsizetype>(pixels->getSize())));
+}
+
+// The image takes the picture's JPEG bytes, read from the document when the PDF is written.
+void giveBytes(QPDFObjectHandle image, const JpegStandIns::Picture& picture,
+               const QTextDocument& source) {
+    QPDFObjectHandle dictionary = image.getDict();
+    dictionary.replaceKey("/Width", QPDFObjectHandle::newInteger(picture.jpeg.pixels.width()));
+    dictionary.replaceKey("/Height", QPDFObjectHandle::newInteger(picture.jpeg.pixels.height()));
+    dictionary.replaceKey(
+        "/ColorSpace",
+        QPDFObjectHandle::newName(picture.jpeg.components == 1 ? "/DeviceGray" : "/DeviceRGB"));
+    dictionary.removeKey("/DecodeParms");
+    const QUrl name = picture.name;
+    image.replaceStreamData(
+        [&source, name](Pipeline* pipeline) {
+            const QByteArray bytes =
+                source.resource(QTextDocument::ImageResource, name).toByteArray();
+            pipeline->write(reinterpret_cast<const unsigned char*>(bytes.constData()),
+                            static_cast<std::size_t>(bytes.size()));
+            pipeline->finish();
+        },
+        QPDFObjectHandle::newName("/DCTDecode"), QPDFObjectHandle::newNull());
+}
+
+// Gives each stand-in of the PDF its picture. A picture drawn more than once is kept once:
+// every page that shows it refers to the first image that took its bytes.
+void replaceStandIns(QPDF& pdf, const JpegStandIns& standIns, const QTextDocument& source) {
+    std::map<QPDFObjGen, const JpegStandIns::Picture*> seen;
+    std::map<const JpegStandIns::Picture*, QPDFObjectHandle> placed;
+    for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(pdf).getAllPages()) {
+        page.forEachImage(
+            true, [&](QPDFObjectHandle& image, QPDFObjectHandle& images, const std::string& key) {
+                auto found = seen.find(image.getObjGen());
+                if (found == seen.end())
+                    found = seen.emplace(image.getObjGen(), pictureDrawnAs(image, standIns)).first;
+                const JpegStandIns::Picture* picture = found->second;
+                if (picture == nullptr)
+                    return;
+                if (const auto first = placed.find(picture); first != placed.end()) {
+                    images.replaceKey(key, first->second);
+                } else {
+                    giveBytes(image, *picture, source);
+                    placed.emplace(picture, image);
+                }
+            });
+    }
+}
+
+void configure(QPDFWriter& writer) {
+    // The PDF writer's own streams go through untouched.
+    writer.setDecodeLevel(qpdf_dl_none);
+    writer.setCompressStreams(false);
+}
+
+} // namespace
+
+QByteArray JpegStandIns::embedded(const QByteArray& drawn) const {
+    if (pictures_.empty())
+        return drawn;
+    QPDF pdf;
+    pdf.setSuppressWarnings(true);
+    pdf.processMemoryFile("drawn pages", drawn.constData(), static_cast<std::size_t>(drawn.size()));
+    replaceStandIns(pdf, *this, source_);
+    QPDFWriter writer(pdf);
+    writer.setOutputMemory();
+    configure(writer);
+    writer.write();
+    const std::shared_ptr<Buffer> written = writer.getBufferSharedPointer();
+    return QByteArray(reinterpret_cast<const char*>(written->getBuffer()),
+                      static_cast<qsizetype>(written->getSize()));
+}
+
+void JpegStandIns::write(const QByteArray& drawn, const std::filesystem::path& file) const {
+    if (pictures_.empty()) {
+        std::ofstream out(file, std::ios::binary | std::ios::trunc);
+        out.write(drawn.constData(), static_cast<std::streamsize>(drawn.size()));
+        out.close();
+        if (!out)
+            throw std::runtime_error("the PDF could not be written");
+        return;
+    }
+    QPDF pdf;
+    pdf.setSuppressWarnings(true);
+    pdf.processMemoryFile("drawn pages", drawn.constData(), static_cast<std::size_t>(drawn.size()));
+    replaceStandIns(pdf, *this, source_);
+    QPDFWriter writer(pdf, file.c_str());
+    configure(writer);
+    writer.write();
+}
+
+} // namespace kelvane::PdfLayout
