@@ -4,6 +4,7 @@
 #include "documents/Metafiles.h"
 #include "documents/Units.h"
 #include "documents/ZipContainer.h"
+#include "fixtures/Bytes.h"
 #include "fixtures/DocxFixtures.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
@@ -621,6 +622,66 @@ TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
     EXPECT_NEAR(pdf.pageSize(1).width(), 841.89, 0.5); // the chosen paper, turned
     EXPECT_EQ(pdf.text(0).simplified(), "Upright Page 1");
     EXPECT_EQ(pdf.text(1).simplified(), "Sideways Page 2");
+}
+
+// A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand;
+// one scrambled inside and one cut short still leave a PDF a reader opens.
+TEST(DocxPdf, JpegPicturesKeepTheirBytesAndDamagedOnesLeaveAReadablePdf) {
+    QImage colour(64, 32, QImage::Format_RGB32);
+    colour.fill(QColor(200, 40, 40));
+    QImage gray(32, 32, QImage::Format_Grayscale8);
+    gray.fill(QColor(90, 90, 90));
+    const QByteArray red = fixtures::jpegBytes(colour);
+    const QByteArray dark = fixtures::jpegBytes(gray);
+    QByteArray scrambled = red; // its scan's data, between the scan header and the end marker
+    for (qsizetype i = red.indexOf("\xff\xda") + 16; i < scrambled.size() - 2; i += 3)
+        scrambled[i] = 0x55;
+    const QByteArray pictures[] = {red, dark, scrambled, red.left(red.size() * 2 / 3)};
+    QByteArray body = "<w:p><w:r><w:t>Before</w:t></w:r></w:p>";
+    QByteArray relationships;
+    docx::Parts parts;
+    for (int i = 0; i < 4; ++i) {
+        const QByteArray id = "rIdJpeg" + QByteArray::number(i);
+        const QByteArray part = "media/photo" + QByteArray::number(i) + ".jpg";
+        body += "<w:p>" + docx::drawing(id.constData(), 914400, 914400) + "</w:p>";
+        relationships += docx::relationship(id.constData(), "image", part.constData());
+        parts.push_back({"word/" + part.toStdString(), pictures[i]});
+    }
+    body += "<w:p><w:r><w:t>After</w:t></w:r></w:p>";
+    parts.push_back({"word/_rels/document.xml.rels", docx::relationshipsPart(relationships)});
+    TempFolder temp;
+    const fs::path input =
+        docx::write(temp, "photos.docx", docx::package(docx::documentPart(body), parts));
+
+    const fs::path file = DocumentTools::convert(input, Recipe::docToPDF, {});
+    const QByteArray inMemory = DocumentTools::pdf(*DocumentFormats::readDocx(input), PageSize::a4);
+    for (const QByteArray& pdf : {QByteArray::fromStdString(fixtures::readFile(file)), inMemory}) {
+        EXPECT_TRUE(pdf.contains(red));
+        EXPECT_TRUE(pdf.contains(dark));
+    }
+    const fixtures::PdfProbe pdf(file);
+    ASSERT_EQ(pdf.pageCount(), 1);
+    EXPECT_EQ(pdf.text(0).simplified(), "Before After");
+    const auto words = pdf.words(0);
+    const QImage page = pdf.picture(0);
+    // Down the middle of the pictures from below "Before": the red one, then the gray one an
+    // inch further down.
+    const auto near = [](QColor shown, QColor expected) {
+        return std::abs(shown.red() - expected.red()) < 30 &&
+               std::abs(shown.green() - expected.green()) < 30 &&
+               std::abs(shown.blue() - expected.blue()) < 30;
+    };
+    std::optional<int> redTop, grayTop;
+    for (int y = static_cast<int>(words.front().second.bottom()); y < page.height(); ++y) {
+        const QColor shown = page.pixelColor(100, y);
+        if (!redTop && near(shown, QColor(200, 40, 40)))
+            redTop = y;
+        if (redTop && !grayTop && near(shown, QColor(90, 90, 90)))
+            grayTop = y;
+    }
+    ASSERT_TRUE(redTop && grayTop);
+    EXPECT_LT(*redTop - words.front().second.bottom(), 8);
+    EXPECT_NEAR(*grayTop - *redTop, 72, 8);
 }
 
 } // namespace
