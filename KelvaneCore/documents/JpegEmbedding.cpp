@@ -12,7 +12,6 @@
 #include <qpdf/QPDFPageObjectHelper.hh>
 #include <qpdf/QPDFWriter.hh>
 
-#include <fstream>
 #include <map>
 #include <stdexcept>
 
@@ -83,6 +82,29 @@ void replaceStandIns(QPDF& pdf, const JpegStandIns& standIns, const QTextDocumen
     }
 }
 
+bool isWhole(QPDFObjectHandle number, int value) {
+    return number.isNumber() && number.getNumericValue() == value;
+}
+
+// The PDF writer rounds the page to whole points (A4 becomes 595 × 842): the pages take their
+// exact size again.
+void setExactPageSizes(QPDF& pdf, const PageSizes& sizes) {
+    for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(pdf).getAllPages()) {
+        QPDFObjectHandle box = page.getObjectHandle().getKey("/MediaBox");
+        if (!box.isArray() || box.getArrayNItems() != 4 || !isWhole(box.getArrayItem(0), 0) ||
+            !isWhole(box.getArrayItem(1), 0))
+            continue;
+        for (const auto& [rounded, exact] : sizes) {
+            if (isWhole(box.getArrayItem(2), rounded.width()) &&
+                isWhole(box.getArrayItem(3), rounded.height())) {
+                box.setArrayItem(2, QPDFObjectHandle::newReal(exact.width(), 6));
+                box.setArrayItem(3, QPDFObjectHandle::newReal(exact.height(), 6));
+                break;
+            }
+        }
+    }
+}
+
 void configure(QPDFWriter& writer) {
     // The PDF writer's own streams go through untouched.
     writer.setDecodeLevel(qpdf_dl_none);
@@ -107,19 +129,13 @@ QByteArray JpegStandIns::embedded(const QByteArray& drawn) const {
                       static_cast<qsizetype>(written->getSize()));
 }
 
-void JpegStandIns::write(const QByteArray& drawn, const std::filesystem::path& file) const {
-    if (pictures_.empty()) {
-        std::ofstream out(file, std::ios::binary | std::ios::trunc);
-        out.write(drawn.constData(), static_cast<std::streamsize>(drawn.size()));
-        out.close();
-        if (!out)
-            throw std::runtime_error("the PDF could not be written");
-        return;
-    }
+void JpegStandIns::write(const std::filesystem::path& drawn, const PageSizes& sizes,
+                         const std::filesystem::path& file) const {
     QPDF pdf;
     pdf.setSuppressWarnings(true);
-    pdf.processMemoryFile("drawn pages", drawn.constData(), static_cast<std::size_t>(drawn.size()));
+    pdf.processFile(drawn.c_str());
     replaceStandIns(pdf, *this, source_);
+    setExactPageSizes(pdf, sizes);
     QPDFWriter writer(pdf, file.c_str());
     configure(writer);
     writer.write();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "documents/PdfPages.h"
+
 #include <QByteArray>
 #include <QImage>
 #include <QSize>
@@ -41,7 +43,10 @@ public:
     // The PDF `drawn` with the pictures in place of their stand-ins. Throws
     // std::runtime_error when the PDF cannot be read back or written.
     QByteArray embedded(const QByteArray& drawn) const;
-    void write(const QByteArray& drawn, const std::filesystem::path& file) const;
+    // The same from the PDF in the file `drawn` to `file`, with the pages given their exact
+    // sizes, streaming every picture through.
+    void write(const std::filesystem::path& drawn, const PageSizes& sizes,
+               const std::filesystem::path& file) const;
 
     // The picture a stand-in names, from its pixels: none for any other image.
     struct Picture {

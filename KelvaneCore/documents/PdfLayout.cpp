@@ -4,12 +4,14 @@
 #include "documents/SectionPages.h"
 
 #include <QFont>
+#include <QTemporaryFile>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextFrame>
 
 #include <algorithm>
+#include <stdexcept>
 #include <vector>
 
 namespace kelvane::DocumentTools {
@@ -95,29 +97,39 @@ qsizetype textSliceEnd(const QString& text, qsizetype from) {
 }
 
 // The pages as the PDF writer draws them, JPEG pictures as their stand-ins.
-QByteArray drawnPages(const QTextDocument& document, PageSize pageSize,
-                      PdfLayout::JpegStandIns& standIns) {
-    const std::vector<Section> sections = sectionsOf(document, pageSize);
-    PdfPages pages(sections.front().geometry);
+void drawPages(PdfPages& pages, const std::vector<Section>& sections, const QTextDocument& document,
+               PdfLayout::JpegStandIns& standIns) {
     const int documentEnd = document.characterCount() - 1;
     for (std::size_t i = 0; i < sections.size() && !pages.full(); ++i) {
         pages.turnTo(sections[i].geometry);
         drawSection(pages, document, standIns, sections[i].start,
                     i + 1 < sections.size() ? sections[i + 1].start : documentEnd);
     }
-    return pages.finish();
 }
 
 } // namespace
 
 QByteArray pdf(const QTextDocument& document, PageSize pageSize) {
+    const std::vector<Section> sections = sectionsOf(document, pageSize);
     PdfLayout::JpegStandIns standIns(document);
-    return standIns.embedded(drawnPages(document, pageSize, standIns));
+    PdfPages pages(sections.front().geometry);
+    drawPages(pages, sections, document, standIns);
+    return standIns.embedded(pages.finish());
 }
 
 void writePdf(const QTextDocument& document, PageSize pageSize, const std::filesystem::path& file) {
+    // The pages are drawn into a file of their own, never held whole in memory.
+    QTemporaryFile drawn;
+    if (!drawn.open())
+        throw std::runtime_error("no room for the drawn pages");
+    const std::vector<Section> sections = sectionsOf(document, pageSize);
     PdfLayout::JpegStandIns standIns(document);
-    standIns.write(drawnPages(document, pageSize, standIns), file);
+    PdfPages pages(sections.front().geometry, &drawn);
+    drawPages(pages, sections, document, standIns);
+    pages.finish();
+    if (!drawn.flush())
+        throw std::runtime_error("the drawn pages could not be written");
+    standIns.write(drawn.fileName().toStdString(), pages.pageSizes(), file);
 }
 
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize) {

@@ -624,8 +624,9 @@ TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
     EXPECT_EQ(pdf.text(1).simplified(), "Sideways Page 2");
 }
 
-// A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand;
-// one scrambled inside and one cut short still leave a PDF a reader opens.
+// A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand,
+// on pages of the exact paper size; one scrambled inside and one cut short still leave a PDF a
+// reader opens.
 TEST(DocxPdf, JpegPicturesKeepTheirBytesAndDamagedOnesLeaveAReadablePdf) {
     QImage colour(64, 32, QImage::Format_RGB32);
     colour.fill(QColor(200, 40, 40));
@@ -653,7 +654,9 @@ TEST(DocxPdf, JpegPicturesKeepTheirBytesAndDamagedOnesLeaveAReadablePdf) {
     const fs::path input =
         docx::write(temp, "photos.docx", docx::package(docx::documentPart(body), parts));
 
-    const fs::path file = DocumentTools::convert(input, Recipe::docToPDF, {});
+    ConversionOptions a4;
+    a4.pdfPageSize = PageSize::a4;
+    const fs::path file = DocumentTools::convert(input, Recipe::docToPDF, a4);
     const QByteArray inMemory = DocumentTools::pdf(*DocumentFormats::readDocx(input), PageSize::a4);
     for (const QByteArray& pdf : {QByteArray::fromStdString(fixtures::readFile(file)), inMemory}) {
         EXPECT_TRUE(pdf.contains(red));
@@ -661,6 +664,7 @@ TEST(DocxPdf, JpegPicturesKeepTheirBytesAndDamagedOnesLeaveAReadablePdf) {
     }
     const fixtures::PdfProbe pdf(file);
     ASSERT_EQ(pdf.pageCount(), 1);
+    EXPECT_NEAR(pdf.pageSize(0).width(), 595.28, 0.005); // not rounded to whole points
     EXPECT_EQ(pdf.text(0).simplified(), "Before After");
     const auto words = pdf.words(0);
     const QImage page = pdf.picture(0);
