@@ -75,7 +75,7 @@ int writeOutNumber(QTextBlock block, QTextList& list, const QString& label) {
 
 } // namespace
 
-Slice::Slice(const QTextDocument& source, int start, int end, JpegStandIns* standIns)
+Slice::Slice(const QTextDocument& source, int start, int end, PictureStandIns* standIns)
     : source_(source)
     , standIns_(standIns)
     , start_(start) {
@@ -119,7 +119,7 @@ QVariant Slice::loadResource(int type, const QUrl& name) {
 }
 
 // A picture without a width or height of its own would be laid out at its stand-in's size:
-// it takes them from its JPEG, as the layout would have from the decoded picture.
+// it takes them from its bytes, as the layout would have from the decoded picture.
 void Slice::sizeStandIns() {
     if (standIns_ == nullptr)
         return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "documents/JpegStandIns.h"
+#include "documents/PictureStandIns.h"
 
 #include <QTextDocument>
 
@@ -19,9 +19,9 @@ public:
     // The content of `source` from `start` up to `end`, both where a top-level paragraph or
     // table begins (`end` may also be the end of the document), or `start` inside a paragraph
     // begun on an earlier page. Pictures are fetched from
-    // `source`, which must outlive the slice; JPEG pictures are drawn as `standIns` of them
+    // `source`, which must outlive the slice; pictures are drawn as their `standIns`
     // when given.
-    Slice(const QTextDocument& source, int start, int end, JpegStandIns* standIns = nullptr);
+    Slice(const QTextDocument& source, int start, int end, PictureStandIns* standIns = nullptr);
 
     // Where `source` begins the first top-level paragraph at or after `position`, outside any
     // table; its end when there is none.
@@ -41,7 +41,7 @@ private:
     void sizeStandIns();
 
     const QTextDocument& source_;
-    JpegStandIns* standIns_;
+    PictureStandIns* standIns_;
     int start_;
     std::vector<std::pair<int, int>> labels_; // list numbers written out: where, how long
 };

@@ -61,8 +61,8 @@ std::vector<Section> sectionsOf(const QTextDocument& document, PageSize paper) {
 
 // Draws the document from `start` up to `end` on pages of its own, a slice at a time, until
 // the page limit.
-void drawSection(PdfPages& pages, const QTextDocument& document, PdfLayout::JpegStandIns& standIns,
-                 int start, int end) {
+void drawSection(PdfPages& pages, const QTextDocument& document,
+                 PdfLayout::PictureStandIns& standIns, int start, int end) {
     while (!pages.full()) {
         const int sliceEnd =
             std::min(end, PdfLayout::Slice::boundaryFrom(document, start + sliceCharacters));
@@ -96,9 +96,9 @@ qsizetype textSliceEnd(const QString& text, qsizetype from) {
     return lineEnd >= 0 && lineEnd - end < longestLineSearch ? lineEnd + 1 : end;
 }
 
-// The pages as the PDF writer draws them, JPEG pictures as their stand-ins.
+// The pages as the PDF writer draws them, pictures as their stand-ins where they have one.
 void drawPages(PdfPages& pages, const std::vector<Section>& sections, const QTextDocument& document,
-               PdfLayout::JpegStandIns& standIns) {
+               PdfLayout::PictureStandIns& standIns) {
     const int documentEnd = document.characterCount() - 1;
     for (std::size_t i = 0; i < sections.size() && !pages.full(); ++i) {
         pages.turnTo(sections[i].geometry);
@@ -111,7 +111,7 @@ void drawPages(PdfPages& pages, const std::vector<Section>& sections, const QTex
 
 QByteArray pdf(const QTextDocument& document, PageSize pageSize) {
     const std::vector<Section> sections = sectionsOf(document, pageSize);
-    PdfLayout::JpegStandIns standIns(document);
+    PdfLayout::PictureStandIns standIns(document);
     PdfPages pages(sections.front().geometry);
     drawPages(pages, sections, document, standIns);
     return standIns.embedded(pages.finish());
@@ -123,7 +123,7 @@ void writePdf(const QTextDocument& document, PageSize pageSize, const std::files
     if (!drawn.open())
         throw std::runtime_error("no room for the drawn pages");
     const std::vector<Section> sections = sectionsOf(document, pageSize);
-    PdfLayout::JpegStandIns standIns(document);
+    PdfLayout::PictureStandIns standIns(document);
     PdfPages pages(sections.front().geometry, &drawn);
     drawPages(pages, sections, document, standIns);
     pages.finish();

@@ -625,8 +625,8 @@ TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
 }
 
 // A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand,
-// on pages of the exact paper size; one scrambled inside and one cut short still leave a PDF a
-// reader opens.
+// as does a PNG, on pages of the exact paper size; a JPEG scrambled inside and one cut short
+// still leave a PDF a reader opens.
 TEST(DocxPdf, JpegPicturesKeepTheirBytesAndDamagedOnesLeaveAReadablePdf) {
     QImage colour(64, 32, QImage::Format_RGB32);
     colour.fill(QColor(200, 40, 40));
@@ -637,11 +637,12 @@ TEST(DocxPdf, JpegPicturesKeepTheirBytesAndDamagedOnesLeaveAReadablePdf) {
     QByteArray scrambled = red; // its scan's data, between the scan header and the end marker
     for (qsizetype i = red.indexOf("\xff\xda") + 16; i < scrambled.size() - 2; i += 3)
         scrambled[i] = 0x55;
-    const QByteArray pictures[] = {red, dark, scrambled, red.left(red.size() * 2 / 3)};
+    const QByteArray pictures[] = {red, dark, docx::png(40, 40, QColor(30, 60, 220)), scrambled,
+                                   red.left(red.size() * 2 / 3)};
     QByteArray body = "<w:p><w:r><w:t>Before</w:t></w:r></w:p>";
     QByteArray relationships;
     docx::Parts parts;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 5; ++i) {
         const QByteArray id = "rIdJpeg" + QByteArray::number(i);
         const QByteArray part = "media/photo" + QByteArray::number(i) + ".jpg";
         body += "<w:p>" + docx::drawing(id.constData(), 914400, 914400) + "</w:p>";
@@ -668,24 +669,27 @@ TEST(DocxPdf, JpegPicturesKeepTheirBytesAndDamagedOnesLeaveAReadablePdf) {
     EXPECT_EQ(pdf.text(0).simplified(), "Before After");
     const auto words = pdf.words(0);
     const QImage page = pdf.picture(0);
-    // Down the middle of the pictures from below "Before": the red one, then the gray one an
-    // inch further down.
+    // Down the middle of the pictures from below "Before": the red one, then the gray one and
+    // the blue one, each an inch further down.
     const auto near = [](QColor shown, QColor expected) {
         return std::abs(shown.red() - expected.red()) < 30 &&
                std::abs(shown.green() - expected.green()) < 30 &&
                std::abs(shown.blue() - expected.blue()) < 30;
     };
-    std::optional<int> redTop, grayTop;
+    std::optional<int> redTop, grayTop, blueTop;
     for (int y = static_cast<int>(words.front().second.bottom()); y < page.height(); ++y) {
         const QColor shown = page.pixelColor(100, y);
         if (!redTop && near(shown, QColor(200, 40, 40)))
             redTop = y;
         if (redTop && !grayTop && near(shown, QColor(90, 90, 90)))
             grayTop = y;
+        if (grayTop && !blueTop && near(shown, QColor(30, 60, 220)))
+            blueTop = y;
     }
-    ASSERT_TRUE(redTop && grayTop);
+    ASSERT_TRUE(redTop && grayTop && blueTop);
     EXPECT_LT(*redTop - words.front().second.bottom(), 8);
     EXPECT_NEAR(*grayTop - *redTop, 72, 8);
+    EXPECT_NEAR(*blueTop - *grayTop, 72, 8);
 }
 
 } // namespace

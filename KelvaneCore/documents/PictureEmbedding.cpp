@@ -1,7 +1,7 @@
 // The library's headers use only standard smart pointers.
 #define POINTERHOLDER_TRANSITION 4
 
-#include "documents/JpegStandIns.h"
+#include "documents/PictureStandIns.h"
 
 #include <QTextDocument>
 #include <qpdf/Buffer.hh>
@@ -24,7 +24,8 @@ bool hasInteger(QPDFObjectHandle dictionary, const char* key, long long value) {
 }
 
 // The picture a stand-in image of the PDF names: an eight-bit colour image of two pixels.
-const JpegStandIns::Picture* pictureDrawnAs(QPDFObjectHandle image, const JpegStandIns& standIns) {
+const PictureStandIns::Picture* pictureDrawnAs(QPDFObjectHandle image,
+                                               const PictureStandIns& standIns) {
     QPDFObjectHandle dictionary = image.getDict();
     if (!hasInteger(dictionary, "/Width", 2) || !hasInteger(dictionary, "/Height", 1) ||
         !hasInteger(dictionary, "/BitsPerComponent", 8) ||
@@ -36,40 +37,56 @@ const JpegStandIns::Picture* pictureDrawnAs(QPDFObjectHandle image, const JpegSt
                                          static_cast<qsizetype>(pixels->getSize())));
 }
 
-// The image takes the picture's JPEG bytes, read from the document when the PDF is written.
-void giveBytes(QPDFObjectHandle image, const JpegStandIns::Picture& picture,
+// The picture's JPEG as it is, or its PNG's compressed rows.
+void writePicture(const QTextDocument& source, const PictureStandIns::Picture& picture,
+                  Pipeline* pipeline) {
+    QByteArray bytes = source.resource(QTextDocument::ImageResource, picture.name).toByteArray();
+    if (picture.plain.kind == PlainPicture::Kind::png)
+        bytes = pngRows(bytes);
+    pipeline->write(reinterpret_cast<const unsigned char*>(bytes.constData()),
+                    static_cast<std::size_t>(bytes.size()));
+    pipeline->finish();
+}
+
+// A PNG's rows each begin with the filter that predicts them from the row above.
+QPDFObjectHandle pngPredictors(const PlainPicture& png) {
+    QPDFObjectHandle parameters = QPDFObjectHandle::newDictionary();
+    parameters.replaceKey("/Predictor", QPDFObjectHandle::newInteger(15));
+    parameters.replaceKey("/Colors", QPDFObjectHandle::newInteger(png.components));
+    parameters.replaceKey("/BitsPerComponent", QPDFObjectHandle::newInteger(8));
+    parameters.replaceKey("/Columns", QPDFObjectHandle::newInteger(png.pixels.width()));
+    return parameters;
+}
+
+// The image takes the picture's bytes, read from the document when the PDF is written.
+void giveBytes(QPDFObjectHandle image, const PictureStandIns::Picture& picture,
                const QTextDocument& source) {
+    const PlainPicture& plain = picture.plain;
     QPDFObjectHandle dictionary = image.getDict();
-    dictionary.replaceKey("/Width", QPDFObjectHandle::newInteger(picture.jpeg.pixels.width()));
-    dictionary.replaceKey("/Height", QPDFObjectHandle::newInteger(picture.jpeg.pixels.height()));
-    dictionary.replaceKey(
-        "/ColorSpace",
-        QPDFObjectHandle::newName(picture.jpeg.components == 1 ? "/DeviceGray" : "/DeviceRGB"));
+    dictionary.replaceKey("/Width", QPDFObjectHandle::newInteger(plain.pixels.width()));
+    dictionary.replaceKey("/Height", QPDFObjectHandle::newInteger(plain.pixels.height()));
+    dictionary.replaceKey("/ColorSpace", QPDFObjectHandle::newName(
+                                             plain.components == 1 ? "/DeviceGray" : "/DeviceRGB"));
     dictionary.removeKey("/DecodeParms");
-    const QUrl name = picture.name;
+    const bool png = plain.kind == PlainPicture::Kind::png;
     image.replaceStreamData(
-        [&source, name](Pipeline* pipeline) {
-            const QByteArray bytes =
-                source.resource(QTextDocument::ImageResource, name).toByteArray();
-            pipeline->write(reinterpret_cast<const unsigned char*>(bytes.constData()),
-                            static_cast<std::size_t>(bytes.size()));
-            pipeline->finish();
-        },
-        QPDFObjectHandle::newName("/DCTDecode"), QPDFObjectHandle::newNull());
+        [&source, &picture](Pipeline* pipeline) { writePicture(source, picture, pipeline); },
+        QPDFObjectHandle::newName(png ? "/FlateDecode" : "/DCTDecode"),
+        png ? pngPredictors(plain) : QPDFObjectHandle::newNull());
 }
 
 // Gives each stand-in of the PDF its picture. A picture drawn more than once is kept once:
 // every page that shows it refers to the first image that took its bytes.
-void replaceStandIns(QPDF& pdf, const JpegStandIns& standIns, const QTextDocument& source) {
-    std::map<QPDFObjGen, const JpegStandIns::Picture*> seen;
-    std::map<const JpegStandIns::Picture*, QPDFObjectHandle> placed;
+void replaceStandIns(QPDF& pdf, const PictureStandIns& standIns, const QTextDocument& source) {
+    std::map<QPDFObjGen, const PictureStandIns::Picture*> seen;
+    std::map<const PictureStandIns::Picture*, QPDFObjectHandle> placed;
     for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(pdf).getAllPages()) {
         page.forEachImage(
             true, [&](QPDFObjectHandle& image, QPDFObjectHandle& images, const std::string& key) {
                 auto found = seen.find(image.getObjGen());
                 if (found == seen.end())
                     found = seen.emplace(image.getObjGen(), pictureDrawnAs(image, standIns)).first;
-                const JpegStandIns::Picture* picture = found->second;
+                const PictureStandIns::Picture* picture = found->second;
                 if (picture == nullptr)
                     return;
                 if (const auto first = placed.find(picture); first != placed.end()) {
@@ -113,7 +130,7 @@ void configure(QPDFWriter& writer) {
 
 } // namespace
 
-QByteArray JpegStandIns::embedded(const QByteArray& drawn) const {
+QByteArray PictureStandIns::embedded(const QByteArray& drawn) const {
     if (pictures_.empty())
         return drawn;
     QPDF pdf;
@@ -129,8 +146,8 @@ QByteArray JpegStandIns::embedded(const QByteArray& drawn) const {
                       static_cast<qsizetype>(written->getSize()));
 }
 
-void JpegStandIns::write(const std::filesystem::path& drawn, const PageSizes& sizes,
-                         const std::filesystem::path& file) const {
+void PictureStandIns::write(const std::filesystem::path& drawn, const PageSizes& sizes,
+                            const std::filesystem::path& file) const {
     QPDF pdf;
     pdf.setSuppressWarnings(true);
     pdf.processFile(drawn.c_str());
