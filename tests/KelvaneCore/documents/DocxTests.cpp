@@ -627,7 +627,7 @@ TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
 // A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand,
 // as does a PNG, on pages of the exact paper size; a JPEG scrambled inside and one cut short
 // still leave a PDF a reader opens.
-TEST(DocxPdf, JpegPicturesKeepTheirBytesAndDamagedOnesLeaveAReadablePdf) {
+TEST(DocxPdf, PicturesGoInAsTheyCameAndDamagedOnesLeaveAReadablePdf) {
     QImage colour(64, 32, QImage::Format_RGB32);
     colour.fill(QColor(200, 40, 40));
     QImage gray(32, 32, QImage::Format_Grayscale8);
