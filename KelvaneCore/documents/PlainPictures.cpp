@@ -37,6 +37,13 @@ quint32 longAt(const QByteArray& bytes, qsizetype at) {
            static_cast<quint32>(wordAt(bytes, at + 2));
 }
 
+// Deflate data, as a PDF reader inflates it.
+bool isZlibHeader(const QByteArray& bytes, qsizetype at) {
+    const int method = byteAt(bytes, at);
+    return (method & 0x0f) == 8 && (method >> 4) <= 7 &&
+           (method << 8 | byteAt(bytes, at + 1)) % 31 == 0;
+}
+
 // Calls `chunk(type, at, length)` for each chunk of a PNG, its data at `at`, until it returns
 // false. False when the chunks run past the end of the bytes.
 template <typename Chunk> bool forEachChunk(const QByteArray& bytes, Chunk chunk) {
@@ -104,16 +111,18 @@ std::optional<PlainPicture> plainPng(const QByteArray& bytes) {
     const quint32 height = longAt(bytes, header + 4);
     if (width == 0 || height == 0 || width > 0x7fffffff || height > 0x7fffffff)
         return std::nullopt;
-    bool rows = false;
+    qsizetype rows = 0; // where the first image data chunk's data begins
     bool transparent = false;
     bool ended = false;
-    const bool whole = forEachChunk(bytes, [&](const QByteArray& type, qsizetype, qsizetype) {
-        rows = rows || type == "IDAT";
-        transparent = transparent || type == "tRNS";
-        ended = type == "IEND";
-        return !ended;
-    });
-    if (!whole || !rows || transparent || !ended)
+    const bool whole =
+        forEachChunk(bytes, [&](const QByteArray& type, qsizetype at, qsizetype length) {
+            if (type == "IDAT" && rows == 0 && length >= 2)
+                rows = at;
+            transparent = transparent || type == "tRNS";
+            ended = type == "IEND";
+            return !ended;
+        });
+    if (!whole || rows == 0 || transparent || !ended || !isZlibHeader(bytes, rows))
         return std::nullopt;
     return PlainPicture{PlainPicture::Kind::png,
                         QSize(static_cast<int>(width), static_cast<int>(height)),
