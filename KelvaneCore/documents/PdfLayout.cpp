@@ -2,9 +2,11 @@
 #include "documents/LayoutSlices.h"
 #include "documents/PdfPages.h"
 #include "documents/SectionPages.h"
+#include "naming/PendingOutput.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFont>
-#include <QTemporaryFile>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -118,9 +120,11 @@ QByteArray pdf(const QTextDocument& document, PageSize pageSize) {
 }
 
 void writePdf(const QTextDocument& document, PageSize pageSize, const std::filesystem::path& file) {
-    // The pages are drawn into a file of their own, never held whole in memory.
-    QTemporaryFile drawn;
-    if (!drawn.open())
+    // The pages are drawn into a file of their own, never held whole in memory, that nothing
+    // outlives the conversion.
+    const PendingOutput scratch = PendingOutput::file(QDir::tempPath().toStdString(), "pdf");
+    QFile drawn(QString::fromStdString(scratch.path().string()));
+    if (!drawn.open(QIODevice::WriteOnly))
         throw std::runtime_error("no room for the drawn pages");
     const std::vector<Section> sections = sectionsOf(document, pageSize);
     PdfLayout::PictureStandIns standIns(document);
@@ -129,7 +133,7 @@ void writePdf(const QTextDocument& document, PageSize pageSize, const std::files
     pages.finish();
     if (!drawn.flush())
         throw std::runtime_error("the drawn pages could not be written");
-    standIns.write(drawn.fileName().toStdString(), pages.pageSizes(), file);
+    standIns.write(scratch.path(), pages.pageSizes(), file);
 }
 
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize) {
