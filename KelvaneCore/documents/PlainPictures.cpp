@@ -48,12 +48,12 @@ bool isZlibHeader(const QByteArray& bytes, qsizetype at) {
 // false. False when the chunks run past the end of the bytes.
 template <typename Chunk> bool forEachChunk(const QByteArray& bytes, Chunk chunk) {
     for (qsizetype at = pngSignatureSize; at + 12 <= bytes.size();) {
-        const quint32 length = longAt(bytes, at);
-        if (length > static_cast<quint32>(bytes.size() - at - 12))
+        const auto length = static_cast<qsizetype>(longAt(bytes, at));
+        if (length > bytes.size() - at - 12)
             return false;
-        if (!chunk(bytes.mid(at + 4, 4), at + 8, static_cast<qsizetype>(length)))
+        if (!chunk(bytes.mid(at + 4, 4), at + 8, length))
             return true;
-        at += 12 + static_cast<qsizetype>(length);
+        at += 12 + length;
     }
     return false;
 }

@@ -625,8 +625,8 @@ TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
 }
 
 // A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand,
-// as does a PNG, on pages of the exact paper size; a JPEG scrambled inside and one cut short
-// still leave a PDF a reader opens.
+// as does a PNG, on pages of the exact paper size; a JPEG scrambled inside, one cut short and a
+// PNG whose chunk lies about its length still leave a PDF a reader opens.
 TEST(DocxPdf, PicturesGoInAsTheyCameAndDamagedOnesLeaveAReadablePdf) {
     QImage colour(64, 32, QImage::Format_RGB32);
     colour.fill(QColor(200, 40, 40));
@@ -637,12 +637,14 @@ TEST(DocxPdf, PicturesGoInAsTheyCameAndDamagedOnesLeaveAReadablePdf) {
     QByteArray scrambled = red; // its scan's data, between the scan header and the end marker
     for (qsizetype i = red.indexOf("\xff\xda") + 16; i < scrambled.size() - 2; i += 3)
         scrambled[i] = 0x55;
-    const QByteArray pictures[] = {red, dark, docx::png(40, 40, QColor(30, 60, 220)), scrambled,
-                                   red.left(red.size() * 2 / 3)};
+    const QByteArray blue = docx::png(40, 40, QColor(30, 60, 220));
+    QByteArray lying = blue; // its first chunk after the header claims to run past the end
+    lying.replace(33, 4, QByteArray("\x7f\xff\xff\x00", 4));
+    const QByteArray pictures[] = {red, dark, blue, scrambled, red.left(red.size() * 2 / 3), lying};
     QByteArray body = "<w:p><w:r><w:t>Before</w:t></w:r></w:p>";
     QByteArray relationships;
     docx::Parts parts;
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 6; ++i) {
         const QByteArray id = "rIdJpeg" + QByteArray::number(i);
         const QByteArray part = "media/photo" + QByteArray::number(i) + ".jpg";
         body += "<w:p>" + docx::drawing(id.constData(), 914400, 914400) + "</w:p>";
