@@ -53,9 +53,18 @@ QPDFObjectHandle pngPredictors(const PlainPicture& png) {
     QPDFObjectHandle parameters = QPDFObjectHandle::newDictionary();
     parameters.replaceKey("/Predictor", QPDFObjectHandle::newInteger(15));
     parameters.replaceKey("/Colors", QPDFObjectHandle::newInteger(png.components));
-    parameters.replaceKey("/BitsPerComponent", QPDFObjectHandle::newInteger(8));
+    parameters.replaceKey("/BitsPerComponent", QPDFObjectHandle::newInteger(png.bitsPerComponent));
     parameters.replaceKey("/Columns", QPDFObjectHandle::newInteger(png.pixels.width()));
     return parameters;
+}
+
+QPDFObjectHandle colourSpace(const PlainPicture& plain) {
+    if (!plain.palette.isEmpty())
+        return QPDFObjectHandle::newArray(
+            {QPDFObjectHandle::newName("/Indexed"), QPDFObjectHandle::newName("/DeviceRGB"),
+             QPDFObjectHandle::newInteger(plain.palette.size() / 3 - 1),
+             QPDFObjectHandle::newString(plain.palette.toStdString())});
+    return QPDFObjectHandle::newName(plain.components == 1 ? "/DeviceGray" : "/DeviceRGB");
 }
 
 // The image takes the picture's bytes, read from the document when the PDF is written.
@@ -65,8 +74,9 @@ void giveBytes(QPDFObjectHandle image, const PictureStandIns::Picture& picture,
     QPDFObjectHandle dictionary = image.getDict();
     dictionary.replaceKey("/Width", QPDFObjectHandle::newInteger(plain.pixels.width()));
     dictionary.replaceKey("/Height", QPDFObjectHandle::newInteger(plain.pixels.height()));
-    dictionary.replaceKey("/ColorSpace", QPDFObjectHandle::newName(
-                                             plain.components == 1 ? "/DeviceGray" : "/DeviceRGB"));
+    dictionary.replaceKey("/BitsPerComponent",
+                          QPDFObjectHandle::newInteger(plain.bitsPerComponent));
+    dictionary.replaceKey("/ColorSpace", colourSpace(plain));
     dictionary.removeKey("/DecodeParms");
     const bool png = plain.kind == PlainPicture::Kind::png;
     image.replaceStreamData(

@@ -22,7 +22,9 @@ std::optional<PlainPicture> frameOf(const QByteArray& bytes, int marker, qsizety
         return std::nullopt;
     const PlainPicture jpeg{PlainPicture::Kind::jpeg,
                             QSize(wordAt(bytes, at + 3), wordAt(bytes, at + 1)),
-                            byteAt(bytes, at + 5)};
+                            byteAt(bytes, at + 5),
+                            8,
+                            {}};
     if (byteAt(bytes, at) != 8 || jpeg.pixels.isEmpty() ||
         (jpeg.components != 1 && jpeg.components != 3))
         return std::nullopt;
@@ -102,8 +104,11 @@ std::optional<PlainPicture> plainPng(const QByteArray& bytes) {
         bytes.mid(12, 4) != "IHDR")
         return std::nullopt;
     const qsizetype header = 16;
-    const int colourType = byteAt(bytes, header + 9);
-    if (byteAt(bytes, header + 8) != 8 || (colourType != 0 && colourType != 2) ||
+    const int depth = byteAt(bytes, header + 8);
+    const int colourType = byteAt(bytes, header + 9); // gray 0, colour 2, palette 3
+    const bool sampled = colourType == 0 || colourType == 3;
+    if (!((colourType == 2 && depth == 8) ||
+          (sampled && (depth == 1 || depth == 2 || depth == 4 || depth == 8))) ||
         byteAt(bytes, header + 10) != 0 || byteAt(bytes, header + 11) != 0 ||
         byteAt(bytes, header + 12) != 0)
         return std::nullopt;
@@ -112,21 +117,27 @@ std::optional<PlainPicture> plainPng(const QByteArray& bytes) {
     if (width == 0 || height == 0 || width > 0x7fffffff || height > 0x7fffffff)
         return std::nullopt;
     qsizetype rows = 0; // where the first image data chunk's data begins
+    QByteArray palette;
     bool transparent = false;
     bool ended = false;
     const bool whole =
         forEachChunk(bytes, [&](const QByteArray& type, qsizetype at, qsizetype length) {
             if (type == "IDAT" && rows == 0 && length >= 2)
                 rows = at;
+            if (type == "PLTE" && colourType == 3)
+                palette = bytes.mid(at, length);
             transparent = transparent || type == "tRNS";
             ended = type == "IEND";
             return !ended;
         });
     if (!whole || rows == 0 || transparent || !ended || !isZlibHeader(bytes, rows))
         return std::nullopt;
+    if (colourType == 3 &&
+        (palette.isEmpty() || palette.size() % 3 != 0 || palette.size() / 3 > (1 << depth)))
+        return std::nullopt;
     return PlainPicture{PlainPicture::Kind::png,
                         QSize(static_cast<int>(width), static_cast<int>(height)),
-                        colourType == 0 ? 1 : 3};
+                        colourType == 2 ? 3 : 1, depth, palette};
 }
 
 std::optional<PlainPicture> plainPicture(const QByteArray& bytes) {

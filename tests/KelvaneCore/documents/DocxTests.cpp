@@ -625,26 +625,31 @@ TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
 }
 
 // A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand,
-// as does a PNG, on pages of the exact paper size; a JPEG scrambled inside, one cut short and a
-// PNG whose chunk lies about its length still leave a PDF a reader opens.
+// as do a colour and a palette PNG, on pages of the exact paper size; a JPEG scrambled inside, one
+// cut short and a PNG whose chunk lies about its length still leave a PDF a reader opens.
 TEST(DocxPdf, PicturesGoInAsTheyCameAndDamagedOnesLeaveAReadablePdf) {
     QImage colour(64, 32, QImage::Format_RGB32);
     colour.fill(QColor(200, 40, 40));
     QImage gray(32, 32, QImage::Format_Grayscale8);
     gray.fill(QColor(90, 90, 90));
-    const QByteArray red = fixtures::jpegBytes(colour);
-    const QByteArray dark = fixtures::jpegBytes(gray);
+    const QByteArray red = fixtures::encodedBytes(colour, "JPEG");
+    const QByteArray dark = fixtures::encodedBytes(gray, "JPEG");
     QByteArray scrambled = red; // its scan's data, between the scan header and the end marker
     for (qsizetype i = red.indexOf("\xff\xda") + 16; i < scrambled.size() - 2; i += 3)
         scrambled[i] = 0x55;
     const QByteArray blue = docx::png(40, 40, QColor(30, 60, 220));
     QByteArray lying = blue; // its first chunk after the header claims to run past the end
     lying.replace(33, 4, QByteArray("\x7f\xff\xff\x00", 4));
-    const QByteArray pictures[] = {red, dark, blue, scrambled, red.left(red.size() * 2 / 3), lying};
+    QImage indexed(40, 40, QImage::Format_Indexed8);
+    indexed.setColorTable({qRgb(0, 0, 0), qRgb(40, 160, 60)});
+    indexed.fill(1);
+    const QByteArray green = fixtures::encodedBytes(indexed, "PNG");
+    const QByteArray pictures[] = {red,  dark, blue, green, scrambled, red.left(red.size() * 2 / 3),
+                                   lying};
     QByteArray body = "<w:p><w:r><w:t>Before</w:t></w:r></w:p>";
     QByteArray relationships;
     docx::Parts parts;
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 7; ++i) {
         const QByteArray id = "rIdJpeg" + QByteArray::number(i);
         const QByteArray part = "media/photo" + QByteArray::number(i) + ".jpg";
         body += "<w:p>" + docx::drawing(id.constData(), 914400, 914400) + "</w:p>";
@@ -671,14 +676,14 @@ TEST(DocxPdf, PicturesGoInAsTheyCameAndDamagedOnesLeaveAReadablePdf) {
     EXPECT_EQ(pdf.text(0).simplified(), "Before After");
     const auto words = pdf.words(0);
     const QImage page = pdf.picture(0);
-    // Down the middle of the pictures from below "Before": the red one, then the gray one and
-    // the blue one, each an inch further down.
+    // Down the middle of the pictures from below "Before": the red one, then the gray, blue
+    // and green ones, each an inch further down.
     const auto near = [](QColor shown, QColor expected) {
         return std::abs(shown.red() - expected.red()) < 30 &&
                std::abs(shown.green() - expected.green()) < 30 &&
                std::abs(shown.blue() - expected.blue()) < 30;
     };
-    std::optional<int> redTop, grayTop, blueTop;
+    std::optional<int> redTop, grayTop, blueTop, greenTop;
     for (int y = static_cast<int>(words.front().second.bottom()); y < page.height(); ++y) {
         const QColor shown = page.pixelColor(100, y);
         if (!redTop && near(shown, QColor(200, 40, 40)))
@@ -687,11 +692,14 @@ TEST(DocxPdf, PicturesGoInAsTheyCameAndDamagedOnesLeaveAReadablePdf) {
             grayTop = y;
         if (grayTop && !blueTop && near(shown, QColor(30, 60, 220)))
             blueTop = y;
+        if (blueTop && !greenTop && near(shown, QColor(40, 160, 60)))
+            greenTop = y;
     }
-    ASSERT_TRUE(redTop && grayTop && blueTop);
+    ASSERT_TRUE(redTop && grayTop && blueTop && greenTop);
     EXPECT_LT(*redTop - words.front().second.bottom(), 8);
     EXPECT_NEAR(*grayTop - *redTop, 72, 8);
     EXPECT_NEAR(*blueTop - *grayTop, 72, 8);
+    EXPECT_NEAR(*greenTop - *blueTop, 72, 8);
 }
 
 } // namespace
