@@ -87,7 +87,7 @@ Slice::Slice(const QTextDocument& source, int start, int end, PictureStandIns* s
     setBaseUrl(source.baseUrl());
     rootFrame()->setFrameFormat(source.rootFrame()->frameFormat());
     copyRange(start, end);
-    sizeStandIns();
+    findPictures();
 }
 
 int Slice::boundaryFrom(const QTextDocument& source, int position) {
@@ -112,25 +112,32 @@ int Slice::sourcePosition(int position) const {
 }
 
 QVariant Slice::loadResource(int type, const QUrl& name) {
-    if (standIns_ != nullptr && type == ImageResource)
+    // Only pictures shown in the text have stand-ins: a background tiled from one would not be
+    // given its picture.
+    if (standIns_ != nullptr && type == ImageResource && pictures_.contains(name))
         if (const auto standIn = standIns_->standIn(name))
             return *standIn;
     return source_.resource(type, name);
 }
 
-// A picture without a width or height of its own would be laid out at its stand-in's size:
-// it takes them from its bytes, as the layout would have from the decoded picture.
-void Slice::sizeStandIns() {
+// The pictures shown in the text. One without a width or height of its own would be laid out
+// at its stand-in's size: it takes them from its bytes, as the layout would have from the
+// decoded picture.
+void Slice::findPictures() {
     if (standIns_ == nullptr)
         return;
     std::vector<std::pair<int, QTextImageFormat>> unsized; // where, and the format to give
     for (QTextBlock block = begin(); block.isValid(); block = block.next()) {
         for (auto it = block.begin(); !it.atEnd(); ++it) {
             QTextImageFormat format = it.fragment().charFormat().toImageFormat();
-            if (!format.isValid() || (format.hasProperty(QTextFormat::ImageWidth) &&
-                                      format.hasProperty(QTextFormat::ImageHeight)))
+            if (!format.isValid())
                 continue;
-            const auto pixels = standIns_->pixelSize(QUrl(format.name()));
+            const QUrl name = baseUrl().resolved(QUrl(format.name()));
+            pictures_.insert(name);
+            if (format.hasProperty(QTextFormat::ImageWidth) &&
+                format.hasProperty(QTextFormat::ImageHeight))
+                continue;
+            const auto pixels = standIns_->pixelSize(name);
             if (!pixels)
                 continue;
             const double aspect = static_cast<double>(pixels->height()) / pixels->width();

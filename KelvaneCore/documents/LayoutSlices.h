@@ -5,6 +5,7 @@
 #include <QTextDocument>
 
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -38,10 +39,11 @@ private:
     void keepFirstParagraphFormat(const QTextBlock& original, bool hasSpareBlock);
     void continueParagraph();
     void continueListNumbers(int start);
-    void sizeStandIns();
+    void findPictures();
 
     const QTextDocument& source_;
     PictureStandIns* standIns_;
+    std::set<QUrl> pictures_; // the names of the pictures shown in the text
     int start_;
     std::vector<std::pair<int, int>> labels_; // list numbers written out: where, how long
 };
