@@ -19,6 +19,7 @@ packages=(
     libvips-dev
     libcairo2-dev
     libpoppler-private-dev
+    libqpdf-dev
     libavformat-dev
     libavcodec-dev
     libavfilter-dev

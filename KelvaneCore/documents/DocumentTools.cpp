@@ -71,6 +71,19 @@ QByteArray plainTextToPdf(const std::filesystem::path& input, const ConversionOp
     return plainTextPdf(text, startingFont(), options.pdfPageSize);
 }
 
+// A PDF can be larger than memory should hold: it is written straight into the result.
+std::filesystem::path publishPdf(const QTextDocument& document, const std::filesystem::path& input,
+                                 const ConversionOptions& options) {
+    const std::filesystem::path folder = input.parent_path();
+    PendingOutput pending = PendingOutput::file(folder.empty() ? "." : folder, "pdf");
+    try {
+        writePdf(document, options.pdfPageSize, pending.path());
+    } catch (const std::exception&) {
+        throw ConversionError::couldNotWrite("pdf");
+    }
+    return pending.publish([&] { return OutputNaming::url(input, "pdf"); });
+}
+
 QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
                        const ConversionOptions& options) {
     switch (recipe) {
@@ -144,6 +157,8 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
         if (!extension)
             throw ConversionError::unsupportedRecipe();
         ext = std::string(*extension);
+        if (recipe == Recipe::docToPDF)
+            return publishPdf(*document, input, options);
         try {
             bytes = outputBytes(*document, recipe, options);
         } catch (const std::exception&) {

@@ -35,7 +35,12 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
 // and their size when it is neither Letter nor A4.
 // Laid out a slice at a time, so that memory stays bounded however long the document, and
 // layout stops at the page limit.
+// JPEG and plain PNG pictures go in as the bytes they came in; other pictures lossless.
 QByteArray pdf(const QTextDocument& document, PageSize pageSize);
+
+// The same PDF written to `file`, those pictures read from the document only as they are
+// written. Throws std::exception when the file cannot be written.
+void writePdf(const QTextDocument& document, PageSize pageSize, const std::filesystem::path& file);
 
 // Plain text laid out like `pdf`, without a document of the whole text.
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize);

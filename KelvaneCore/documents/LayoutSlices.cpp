@@ -9,6 +9,7 @@
 #include <QTextFrame>
 #include <QTextList>
 
+#include <cmath>
 #include <map>
 #include <vector>
 
@@ -74,8 +75,9 @@ int writeOutNumber(QTextBlock block, QTextList& list, const QString& label) {
 
 } // namespace
 
-Slice::Slice(const QTextDocument& source, int start, int end)
+Slice::Slice(const QTextDocument& source, int start, int end, PictureStandIns* standIns)
     : source_(source)
+    , standIns_(standIns)
     , start_(start) {
     setUndoRedoEnabled(false);
     setDefaultFont(source.defaultFont());
@@ -85,6 +87,7 @@ Slice::Slice(const QTextDocument& source, int start, int end)
     setBaseUrl(source.baseUrl());
     rootFrame()->setFrameFormat(source.rootFrame()->frameFormat());
     copyRange(start, end);
+    findPictures();
 }
 
 int Slice::boundaryFrom(const QTextDocument& source, int position) {
@@ -109,7 +112,53 @@ int Slice::sourcePosition(int position) const {
 }
 
 QVariant Slice::loadResource(int type, const QUrl& name) {
+    // Only pictures shown in the text have stand-ins: a background tiled from one would not be
+    // given its picture.
+    if (standIns_ != nullptr && type == ImageResource && pictures_.contains(name))
+        if (const auto standIn = standIns_->standIn(name))
+            return *standIn;
     return source_.resource(type, name);
+}
+
+// The pictures shown in the text. One without a width or height of its own would be laid out
+// at its stand-in's size: it takes them from its bytes, as the layout would have from the
+// decoded picture.
+void Slice::findPictures() {
+    if (standIns_ == nullptr)
+        return;
+    std::vector<std::pair<int, QTextImageFormat>> unsized; // where, and the format to give
+    for (QTextBlock block = begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            QTextImageFormat format = it.fragment().charFormat().toImageFormat();
+            if (!format.isValid())
+                continue;
+            const QUrl name = baseUrl().resolved(QUrl(format.name()));
+            pictures_.insert(name);
+            if (format.hasProperty(QTextFormat::ImageWidth) &&
+                format.hasProperty(QTextFormat::ImageHeight))
+                continue;
+            const auto pixels = standIns_->pixelSize(name);
+            if (!pixels)
+                continue;
+            const double aspect = static_cast<double>(pixels->height()) / pixels->width();
+            if (format.hasProperty(QTextFormat::ImageWidth)) {
+                format.setHeight(std::round(format.width() * aspect));
+            } else if (format.hasProperty(QTextFormat::ImageHeight)) {
+                format.setWidth(std::round(format.height() / aspect));
+            } else {
+                format.setWidth(pixels->width());
+                format.setHeight(pixels->height());
+            }
+            for (int i = 0; i < it.fragment().length(); ++i)
+                unsized.emplace_back(it.fragment().position() + i, format);
+        }
+    }
+    for (const auto& [position, format] : unsized) {
+        QTextCursor cursor(this);
+        cursor.setPosition(position);
+        cursor.setPosition(position + 1, QTextCursor::KeepAnchor);
+        cursor.setCharFormat(format);
+    }
 }
 
 void Slice::copyRange(int start, int end) {

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "documents/PictureStandIns.h"
+
 #include <QTextDocument>
 
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -17,8 +20,9 @@ public:
     // The content of `source` from `start` up to `end`, both where a top-level paragraph or
     // table begins (`end` may also be the end of the document), or `start` inside a paragraph
     // begun on an earlier page. Pictures are fetched from
-    // `source`, which must outlive the slice.
-    Slice(const QTextDocument& source, int start, int end);
+    // `source`, which must outlive the slice; pictures are drawn as their `standIns`
+    // when given.
+    Slice(const QTextDocument& source, int start, int end, PictureStandIns* standIns = nullptr);
 
     // Where `source` begins the first top-level paragraph at or after `position`, outside any
     // table; its end when there is none.
@@ -35,8 +39,11 @@ private:
     void keepFirstParagraphFormat(const QTextBlock& original, bool hasSpareBlock);
     void continueParagraph();
     void continueListNumbers(int start);
+    void findPictures();
 
     const QTextDocument& source_;
+    PictureStandIns* standIns_;
+    std::set<QUrl> pictures_; // the names of the pictures shown in the text
     int start_;
     std::vector<std::pair<int, int>> labels_; // list numbers written out: where, how long
 };

@@ -2,7 +2,10 @@
 #include "documents/LayoutSlices.h"
 #include "documents/PdfPages.h"
 #include "documents/SectionPages.h"
+#include "naming/PendingOutput.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFont>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -10,6 +13,7 @@
 #include <QTextFrame>
 
 #include <algorithm>
+#include <stdexcept>
 #include <vector>
 
 namespace kelvane::DocumentTools {
@@ -59,12 +63,13 @@ std::vector<Section> sectionsOf(const QTextDocument& document, PageSize paper) {
 
 // Draws the document from `start` up to `end` on pages of its own, a slice at a time, until
 // the page limit.
-void drawSection(PdfPages& pages, const QTextDocument& document, int start, int end) {
+void drawSection(PdfPages& pages, const QTextDocument& document,
+                 PdfLayout::PictureStandIns& standIns, int start, int end) {
     while (!pages.full()) {
         const int sliceEnd =
             std::min(end, PdfLayout::Slice::boundaryFrom(document, start + sliceCharacters));
         const bool last = sliceEnd >= end;
-        PdfLayout::Slice slice(document, start, sliceEnd);
+        PdfLayout::Slice slice(document, start, sliceEnd, &standIns);
         PdfLayout::dropLeadingBreak(slice);
         pages.lay(slice);
         int count = slice.pageCount();
@@ -93,18 +98,42 @@ qsizetype textSliceEnd(const QString& text, qsizetype from) {
     return lineEnd >= 0 && lineEnd - end < longestLineSearch ? lineEnd + 1 : end;
 }
 
+// The pages as the PDF writer draws them, pictures as their stand-ins where they have one.
+void drawPages(PdfPages& pages, const std::vector<Section>& sections, const QTextDocument& document,
+               PdfLayout::PictureStandIns& standIns) {
+    const int documentEnd = document.characterCount() - 1;
+    for (std::size_t i = 0; i < sections.size() && !pages.full(); ++i) {
+        pages.turnTo(sections[i].geometry);
+        drawSection(pages, document, standIns, sections[i].start,
+                    i + 1 < sections.size() ? sections[i + 1].start : documentEnd);
+    }
+}
+
 } // namespace
 
 QByteArray pdf(const QTextDocument& document, PageSize pageSize) {
     const std::vector<Section> sections = sectionsOf(document, pageSize);
+    PdfLayout::PictureStandIns standIns(document);
     PdfPages pages(sections.front().geometry);
-    const int documentEnd = document.characterCount() - 1;
-    for (std::size_t i = 0; i < sections.size() && !pages.full(); ++i) {
-        pages.turnTo(sections[i].geometry);
-        drawSection(pages, document, sections[i].start,
-                    i + 1 < sections.size() ? sections[i + 1].start : documentEnd);
-    }
-    return pages.finish();
+    drawPages(pages, sections, document, standIns);
+    return standIns.embedded(pages.finish());
+}
+
+void writePdf(const QTextDocument& document, PageSize pageSize, const std::filesystem::path& file) {
+    // The pages are drawn into a file of their own, never held whole in memory, that nothing
+    // outlives the conversion.
+    const PendingOutput scratch = PendingOutput::file(QDir::tempPath().toStdString(), "pdf");
+    QFile drawn(QString::fromStdString(scratch.path().string()));
+    if (!drawn.open(QIODevice::WriteOnly))
+        throw std::runtime_error("no room for the drawn pages");
+    const std::vector<Section> sections = sectionsOf(document, pageSize);
+    PdfLayout::PictureStandIns standIns(document);
+    PdfPages pages(sections.front().geometry, &drawn);
+    drawPages(pages, sections, document, standIns);
+    pages.finish();
+    if (!drawn.flush())
+        throw std::runtime_error("the drawn pages could not be written");
+    standIns.write(scratch.path(), pages.pageSizes(), file);
 }
 
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize) {

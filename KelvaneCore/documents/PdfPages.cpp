@@ -150,8 +150,9 @@ void setExactPageSize(QByteArray& bytes, QSize rounded, QSizeF exact) {
 
 } // namespace
 
-PdfPages::PdfPages(const PageGeometry& geometry)
-    : buffer_(&bytes_) {
+PdfPages::PdfPages(const PageGeometry& geometry, QIODevice* device)
+    : buffer_(&bytes_)
+    , writer_(device != nullptr ? device : &buffer_) {
     buffer_.open(QIODevice::WriteOnly);
     writer_.setCreator(QStringLiteral("Kelvane"));
     writer_.setResolution(layoutDpi);

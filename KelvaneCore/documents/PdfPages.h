@@ -26,11 +26,14 @@ struct Crossing {
     int lastPage;
 };
 
-// One PDF being written page by page into memory, from documents laid out one after another
-// on its pages.
+// The sizes of the pages, as the PDF writer rounds them to whole points and exact.
+using PageSizes = std::vector<std::pair<QSize, QSizeF>>;
+
+// One PDF being written page by page, into memory or into `device`, from documents laid out
+// one after another on its pages.
 class PdfPages {
 public:
-    explicit PdfPages(const PageGeometry& geometry);
+    explicit PdfPages(const PageGeometry& geometry, QIODevice* device = nullptr);
 
     // The pages drawn from here on take this geometry, as a section's of their own: its first
     // page is the next drawn.
@@ -46,7 +49,10 @@ public:
     bool full() const { return drawn_ >= maxPages; }
     double pageHeight() const { return geometry_.textArea.height(); }
 
+    // The PDF's bytes when written into memory, its pages at their exact sizes; nothing when
+    // written into a device, where the pages keep the sizes the writer rounded.
     QByteArray finish();
+    const PageSizes& pageSizes() const { return sizes_; }
 
 private:
     void draw(QTextDocument& document, const std::vector<Crossing>& crossings, int page);
@@ -54,9 +60,9 @@ private:
     PageGeometry geometry_;
     QByteArray bytes_;
     QBuffer buffer_;
-    QPdfWriter writer_{&buffer_};
+    QPdfWriter writer_;
     QPainter painter_;
-    std::vector<std::pair<QSize, QSizeF>> sizes_; // as the writer rounds them, and exact
+    PageSizes sizes_;
     int drawn_ = 0;
     int sectionPages_ = 0; // drawn since the pages last turned to a section's
     int number_ = 0;       // the number of the last page drawn, as its section numbers it

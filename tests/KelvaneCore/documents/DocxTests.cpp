@@ -4,6 +4,7 @@
 #include "documents/Metafiles.h"
 #include "documents/Units.h"
 #include "documents/ZipContainer.h"
+#include "fixtures/Bytes.h"
 #include "fixtures/DocxFixtures.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
@@ -728,6 +729,78 @@ TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
     EXPECT_NEAR(pdf.pageSize(1).width(), 841.89, 0.5); // the chosen paper, turned
     EXPECT_EQ(pdf.text(0).simplified(), "Upright Page 1");
     EXPECT_EQ(pdf.text(1).simplified(), "Sideways Page 2");
+}
+
+// A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand,
+// as do a colour and a palette PNG, on pages of the exact paper size; a JPEG scrambled inside, one
+// cut short and a PNG whose chunk lies about its length still leave a PDF a reader opens.
+TEST(DocxPdf, PicturesGoInAsTheyCameAndDamagedOnesLeaveAReadablePdf) {
+    QImage colour(64, 32, QImage::Format_RGB32);
+    colour.fill(QColor(200, 40, 40));
+    QImage gray(32, 32, QImage::Format_Grayscale8);
+    gray.fill(QColor(90, 90, 90));
+    const QByteArray red = fixtures::encodedBytes(colour, "JPEG");
+    const QByteArray dark = fixtures::encodedBytes(gray, "JPEG");
+    QByteArray scrambled = red; // its scan's data, between the scan header and the end marker
+    for (qsizetype i = red.indexOf("\xff\xda") + 16; i < scrambled.size() - 2; i += 3)
+        scrambled[i] = 0x55;
+    const QByteArray blue = docx::png(40, 40, QColor(30, 60, 220));
+    QByteArray lying = blue; // its first chunk after the header claims to run past the end
+    lying.replace(33, 4, QByteArray("\x7f\xff\xff\x00", 4));
+    QImage indexed(40, 40, QImage::Format_Indexed8);
+    indexed.setColorTable({qRgb(0, 0, 0), qRgb(40, 160, 60)});
+    indexed.fill(1);
+    const QByteArray green = fixtures::encodedBytes(indexed, "PNG");
+    const QByteArray pictures[] = {red,  dark, blue, green, scrambled, red.left(red.size() * 2 / 3),
+                                   lying};
+    QByteArray body = "<w:p><w:r><w:t>Before</w:t></w:r></w:p>";
+    QByteArray relationships;
+    docx::Parts parts;
+    for (int i = 0; i < 7; ++i) {
+        const QByteArray id = "rIdJpeg" + QByteArray::number(i);
+        const QByteArray part = "media/photo" + QByteArray::number(i) + ".jpg";
+        body += "<w:p>" + docx::drawing(id.constData(), 914400, 914400) + "</w:p>";
+        relationships += docx::relationship(id.constData(), "image", part.constData());
+        parts.push_back({"word/" + part.toStdString(), pictures[i]});
+    }
+    body += "<w:p><w:r><w:t>After</w:t></w:r></w:p>";
+    parts.push_back({"word/_rels/document.xml.rels", docx::relationshipsPart(relationships)});
+    TempFolder temp;
+    const fs::path input =
+        docx::write(temp, "photos.docx", docx::package(docx::documentPart(body), parts));
+
+    ConversionOptions a4;
+    a4.pdfPageSize = PageSize::a4;
+    const fs::path file = DocumentTools::convert(input, Recipe::docToPDF, a4);
+    const QByteArray inMemory = DocumentTools::pdf(*DocumentFormats::readDocx(input), PageSize::a4);
+    for (const QByteArray& pdf : {QByteArray::fromStdString(fixtures::readFile(file)), inMemory}) {
+        EXPECT_TRUE(pdf.contains(red));
+        EXPECT_TRUE(pdf.contains(dark));
+    }
+    const fixtures::PdfProbe pdf(file);
+    ASSERT_EQ(pdf.pageCount(), 1);
+    EXPECT_NEAR(pdf.pageSize(0).width(), 595.28, 0.005); // not rounded to whole points
+    EXPECT_EQ(pdf.text(0).simplified(), "Before After");
+    const auto words = pdf.words(0);
+    const QImage page = pdf.picture(0);
+    // Down the middle of the pictures from below "Before": the red one, then the gray, blue
+    // and green ones, each an inch further down.
+    const auto near = [](QColor shown, QColor expected) {
+        return std::abs(shown.red() - expected.red()) < 30 &&
+               std::abs(shown.green() - expected.green()) < 30 &&
+               std::abs(shown.blue() - expected.blue()) < 30;
+    };
+    const QColor inTurn[] = {QColor(200, 40, 40), QColor(90, 90, 90), QColor(30, 60, 220),
+                             QColor(40, 160, 60)};
+    const int below = static_cast<int>(words.front().second.bottom());
+    std::vector<int> tops;
+    for (int y = below; y < page.height() && tops.size() < std::size(inTurn); ++y)
+        if (near(page.pixelColor(100, y), inTurn[tops.size()]))
+            tops.push_back(y);
+    ASSERT_EQ(tops.size(), std::size(inTurn));
+    EXPECT_LT(tops.front() - below, 8);
+    for (std::size_t i = 1; i < tops.size(); ++i)
+        EXPECT_NEAR(tops[i] - tops[i - 1], 72, 8) << i;
 }
 
 } // namespace

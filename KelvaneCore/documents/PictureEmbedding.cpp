@@ -1,0 +1,171 @@
+// The library's headers use only standard smart pointers.
+#define POINTERHOLDER_TRANSITION 4
+
+#include "documents/PictureStandIns.h"
+
+#include <QTextDocument>
+#include <qpdf/Buffer.hh>
+#include <qpdf/Pipeline.hh>
+#include <qpdf/QPDF.hh>
+#include <qpdf/QPDFObjectHandle.hh>
+#include <qpdf/QPDFPageDocumentHelper.hh>
+#include <qpdf/QPDFPageObjectHelper.hh>
+#include <qpdf/QPDFWriter.hh>
+
+#include <map>
+#include <stdexcept>
+
+namespace kelvane::PdfLayout {
+namespace {
+
+bool hasInteger(QPDFObjectHandle dictionary, const char* key, long long value) {
+    QPDFObjectHandle number = dictionary.getKey(key);
+    return number.isInteger() && number.getIntValue() == value;
+}
+
+// The picture a stand-in image of the PDF names: an eight-bit colour image of two pixels.
+const PictureStandIns::Picture* pictureDrawnAs(QPDFObjectHandle image,
+                                               const PictureStandIns& standIns) {
+    QPDFObjectHandle dictionary = image.getDict();
+    if (!hasInteger(dictionary, "/Width", 2) || !hasInteger(dictionary, "/Height", 1) ||
+        !hasInteger(dictionary, "/BitsPerComponent", 8) ||
+        !dictionary.getKey("/ColorSpace").isNameAndEquals("/DeviceRGB") ||
+        dictionary.hasKey("/SMask") || dictionary.hasKey("/Mask"))
+        return nullptr;
+    const std::shared_ptr<Buffer> pixels = image.getStreamData(qpdf_dl_generalized);
+    return standIns.pictureOf(QByteArray(reinterpret_cast<const char*>(pixels->getBuffer()),
+                                         static_cast<qsizetype>(pixels->getSize())));
+}
+
+// The picture's JPEG as it is, or its PNG's compressed rows.
+void writePicture(const QTextDocument& source, const PictureStandIns::Picture& picture,
+                  Pipeline* pipeline) {
+    QByteArray bytes = source.resource(QTextDocument::ImageResource, picture.name).toByteArray();
+    if (picture.plain.kind == PlainPicture::Kind::png)
+        bytes = pngRows(bytes);
+    pipeline->write(reinterpret_cast<const unsigned char*>(bytes.constData()),
+                    static_cast<std::size_t>(bytes.size()));
+    pipeline->finish();
+}
+
+// A PNG's rows each begin with the filter that predicts them from the row above.
+QPDFObjectHandle pngPredictors(const PlainPicture& png) {
+    QPDFObjectHandle parameters = QPDFObjectHandle::newDictionary();
+    parameters.replaceKey("/Predictor", QPDFObjectHandle::newInteger(15));
+    parameters.replaceKey("/Colors", QPDFObjectHandle::newInteger(png.components));
+    parameters.replaceKey("/BitsPerComponent", QPDFObjectHandle::newInteger(png.bitsPerComponent));
+    parameters.replaceKey("/Columns", QPDFObjectHandle::newInteger(png.pixels.width()));
+    return parameters;
+}
+
+QPDFObjectHandle colourSpace(const PlainPicture& plain) {
+    if (!plain.palette.isEmpty())
+        return QPDFObjectHandle::newArray(
+            {QPDFObjectHandle::newName("/Indexed"), QPDFObjectHandle::newName("/DeviceRGB"),
+             QPDFObjectHandle::newInteger(plain.palette.size() / 3 - 1),
+             QPDFObjectHandle::newString(plain.palette.toStdString())});
+    return QPDFObjectHandle::newName(plain.components == 1 ? "/DeviceGray" : "/DeviceRGB");
+}
+
+// The image takes the picture's bytes, read from the document when the PDF is written.
+void giveBytes(QPDFObjectHandle image, const PictureStandIns::Picture& picture,
+               const QTextDocument& source) {
+    const PlainPicture& plain = picture.plain;
+    QPDFObjectHandle dictionary = image.getDict();
+    dictionary.replaceKey("/Width", QPDFObjectHandle::newInteger(plain.pixels.width()));
+    dictionary.replaceKey("/Height", QPDFObjectHandle::newInteger(plain.pixels.height()));
+    dictionary.replaceKey("/BitsPerComponent",
+                          QPDFObjectHandle::newInteger(plain.bitsPerComponent));
+    dictionary.replaceKey("/ColorSpace", colourSpace(plain));
+    dictionary.removeKey("/DecodeParms");
+    const bool png = plain.kind == PlainPicture::Kind::png;
+    image.replaceStreamData(
+        [&source, &picture](Pipeline* pipeline) { writePicture(source, picture, pipeline); },
+        QPDFObjectHandle::newName(png ? "/FlateDecode" : "/DCTDecode"),
+        png ? pngPredictors(plain) : QPDFObjectHandle::newNull());
+}
+
+// Gives each stand-in of the PDF its picture. A picture drawn more than once is kept once:
+// every page that shows it refers to the first image that took its bytes.
+void replaceStandIns(QPDF& pdf, const PictureStandIns& standIns, const QTextDocument& source) {
+    std::map<QPDFObjGen, const PictureStandIns::Picture*> seen;
+    std::map<const PictureStandIns::Picture*, QPDFObjectHandle> placed;
+    for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(pdf).getAllPages()) {
+        page.forEachImage(
+            true, [&](QPDFObjectHandle& image, QPDFObjectHandle& images, const std::string& key) {
+                auto found = seen.find(image.getObjGen());
+                if (found == seen.end())
+                    found = seen.emplace(image.getObjGen(), pictureDrawnAs(image, standIns)).first;
+                const PictureStandIns::Picture* picture = found->second;
+                if (picture == nullptr)
+                    return;
+                if (const auto first = placed.find(picture); first != placed.end()) {
+                    images.replaceKey(key, first->second);
+                } else {
+                    giveBytes(image, *picture, source);
+                    placed.emplace(picture, image);
+                }
+            });
+    }
+}
+
+bool isWhole(QPDFObjectHandle number, int value) {
+    return number.isNumber() && number.getNumericValue() == value;
+}
+
+// The PDF writer rounds the page to whole points (A4 becomes 595 × 842): the pages take their
+// exact size again.
+void setExactPageSizes(QPDF& pdf, const PageSizes& sizes) {
+    for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(pdf).getAllPages()) {
+        QPDFObjectHandle box = page.getObjectHandle().getKey("/MediaBox");
+        if (!box.isArray() || box.getArrayNItems() != 4 || !isWhole(box.getArrayItem(0), 0) ||
+            !isWhole(box.getArrayItem(1), 0))
+            continue;
+        for (const auto& [rounded, exact] : sizes) {
+            if (isWhole(box.getArrayItem(2), rounded.width()) &&
+                isWhole(box.getArrayItem(3), rounded.height())) {
+                box.setArrayItem(2, QPDFObjectHandle::newReal(exact.width(), 6));
+                box.setArrayItem(3, QPDFObjectHandle::newReal(exact.height(), 6));
+                break;
+            }
+        }
+    }
+}
+
+void configure(QPDFWriter& writer) {
+    // The PDF writer's own streams go through untouched.
+    writer.setDecodeLevel(qpdf_dl_none);
+    writer.setCompressStreams(false);
+}
+
+} // namespace
+
+QByteArray PictureStandIns::embedded(const QByteArray& drawn) const {
+    if (pictures_.empty())
+        return drawn;
+    QPDF pdf;
+    pdf.setSuppressWarnings(true);
+    pdf.processMemoryFile("drawn pages", drawn.constData(), static_cast<std::size_t>(drawn.size()));
+    replaceStandIns(pdf, *this, source_);
+    QPDFWriter writer(pdf);
+    writer.setOutputMemory();
+    configure(writer);
+    writer.write();
+    const std::shared_ptr<Buffer> written = writer.getBufferSharedPointer();
+    return QByteArray(reinterpret_cast<const char*>(written->getBuffer()),
+                      static_cast<qsizetype>(written->getSize()));
+}
+
+void PictureStandIns::write(const std::filesystem::path& drawn, const PageSizes& sizes,
+                            const std::filesystem::path& file) const {
+    QPDF pdf;
+    pdf.setSuppressWarnings(true);
+    pdf.processFile(drawn.c_str());
+    replaceStandIns(pdf, *this, source_);
+    setExactPageSizes(pdf, sizes);
+    QPDFWriter writer(pdf, file.c_str());
+    configure(writer);
+    writer.write();
+}
+
+} // namespace kelvane::PdfLayout

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "documents/PdfPages.h"
+#include "documents/PlainPictures.h"
+
+#include <QByteArray>
+#include <QImage>
+#include <QSize>
+#include <QUrl>
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <vector>
+
+class QTextDocument;
+
+namespace kelvane::PdfLayout {
+
+// JPEG and plain PNG pictures go into the PDF as the bytes they came in, neither decoded nor
+// encoded again. While pages are drawn, each is a tiny image that names it; once the pages are
+// written, each tiny image in the PDF is given its picture's bytes, fetched from the document
+// only then.
+class PictureStandIns {
+public:
+    // Pictures are fetched from `source`, which must outlive the stand-ins.
+    explicit PictureStandIns(const QTextDocument& source)
+        : source_(source) {}
+
+    // The image to draw in place of the source's picture `name`; none for a picture drawn as
+    // it is.
+    std::optional<QImage> standIn(const QUrl& name);
+
+    // The pixel size of the picture `name` when it has a stand-in.
+    std::optional<QSize> pixelSize(const QUrl& name);
+
+    // The PDF `drawn` with the pictures in place of their stand-ins. Throws
+    // std::runtime_error when the PDF cannot be read back or written.
+    QByteArray embedded(const QByteArray& drawn) const;
+    // The same from the PDF in the file `drawn` to `file`, with the pages given their exact
+    // sizes, streaming every picture through.
+    void write(const std::filesystem::path& drawn, const PageSizes& sizes,
+               const std::filesystem::path& file) const;
+
+    struct Picture {
+        QUrl name;
+        PlainPicture plain;
+    };
+    // The picture a stand-in names, from its pixels: none for any other image.
+    const Picture* pictureOf(const QByteArray& pixels) const;
+
+private:
+    const std::optional<std::size_t>& known(const QUrl& name);
+
+    const QTextDocument& source_;
+    std::map<QUrl, std::optional<std::size_t>> known_; // index in pictures_, none: drawn as is
+    std::vector<Picture> pictures_;
+    std::vector<QImage> images_; // the stand-in of each picture
+};
+
+} // namespace kelvane::PdfLayout
