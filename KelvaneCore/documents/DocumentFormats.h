@@ -3,6 +3,7 @@
 #include "options/ConversionOptions.h"
 
 #include <QByteArray>
+#include <QIODevice>
 
 #include <filesystem>
 #include <memory>
@@ -58,6 +59,9 @@ QString readPlainTextString(const std::filesystem::path& file);
 QByteArray writeDocx(const QTextDocument& document, PageSize paper = PageSize::letter);
 QByteArray writeRtf(const QTextDocument& document, PageSize paper = PageSize::letter);
 QByteArray writeOdt(const QTextDocument& document, PageSize paper = PageSize::letter);
+// The same packages written into `output` as they are built, pictures stored as they are.
+void writeDocx(const QTextDocument& document, PageSize paper, QIODevice& output);
+void writeOdt(const QTextDocument& document, PageSize paper, QIODevice& output);
 QByteArray writeHtml(const QTextDocument& document);
 QByteArray writePlainText(const QTextDocument& document);
 

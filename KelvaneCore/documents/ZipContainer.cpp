@@ -171,18 +171,28 @@ std::optional<std::string> ZipContainer::resolve(std::string_view fromPart,
 }
 
 ZipBuilder::ZipBuilder()
+    : memoryOutput_(&memory_)
+    , archive_(archive_write_new()) {
+    memoryOutput_.open(QIODevice::WriteOnly);
+    open(memoryOutput_);
+}
+
+ZipBuilder::ZipBuilder(QIODevice& output)
     : archive_(archive_write_new()) {
+    open(output);
+}
+
+void ZipBuilder::open(QIODevice& output) {
     archive_write_set_format_zip(archive_);
     // libarchive pads the last block with zeros by default; a ZIP must end at its
     // end-of-central-directory record or strict readers refuse it.
     archive_write_set_bytes_in_last_block(archive_, 1);
     archive_write_set_options(archive_, "zip:compression=deflate,hdrcharset=UTF-8");
-    const auto append = [](archive*, void* output, const void* buffer, size_t length) {
-        static_cast<QByteArray*>(output)->append(static_cast<const char*>(buffer),
-                                                 static_cast<qsizetype>(length));
-        return static_cast<la_ssize_t>(length);
+    const auto append = [](archive*, void* device, const void* buffer, size_t length) {
+        return static_cast<la_ssize_t>(static_cast<QIODevice*>(device)->write(
+            static_cast<const char*>(buffer), static_cast<qint64>(length)));
     };
-    if (archive_write_open(archive_, &output_, nullptr, append, nullptr) != ARCHIVE_OK)
+    if (archive_write_open(archive_, &output, nullptr, append, nullptr) != ARCHIVE_OK)
         fail(archive_, "cannot start the archive");
 }
 
@@ -215,7 +225,8 @@ void ZipBuilder::add(std::string_view name, const QByteArray& bytes, Compression
 QByteArray ZipBuilder::finish() {
     if (archive_write_close(archive_) != ARCHIVE_OK)
         fail(archive_, "cannot finish the archive");
-    return output_;
+    memoryOutput_.close();
+    return std::move(memory_);
 }
 
 } // namespace kelvane

@@ -3,7 +3,9 @@
 #include "documents/ZipPartStream.h"
 #include "libarchive/LibArchive.h"
 
+#include <QBuffer>
 #include <QByteArray>
+#include <QIODevice>
 
 #include <filesystem>
 #include <map>
@@ -66,19 +68,27 @@ public:
     // fixed offset without inflating anything.
     enum class Compression { deflate, store };
 
+    // Builds the archive in memory, for `finish` to return.
     ZipBuilder();
+    // Writes the archive into `output` as it is built, so that large entries such as pictures
+    // never pile up in memory.
+    explicit ZipBuilder(QIODevice& output);
     ~ZipBuilder();
     ZipBuilder(const ZipBuilder&) = delete;
     ZipBuilder& operator=(const ZipBuilder&) = delete;
 
     void add(std::string_view name, const QByteArray& bytes,
              Compression compression = Compression::deflate);
-    // The finished archive. Throws std::runtime_error when libarchive fails.
+    // Writes the archive's directory, and returns the archive when it was built in memory.
+    // Throws std::runtime_error when libarchive or the output fails.
     QByteArray finish();
 
 private:
+    void open(QIODevice& output);
+
+    QByteArray memory_;
+    QBuffer memoryOutput_;
     ::archive* archive_;
-    QByteArray output_;
 };
 
 } // namespace kelvane

@@ -4,6 +4,7 @@
 #include "documents/docx/DocxBodyWriter.h"
 #include "documents/docx/Ooxml.h"
 
+#include <QBuffer>
 #include <QTextDocument>
 
 namespace kelvane::Docx {
@@ -49,6 +50,14 @@ using Docx::BodyWriter;
 using Docx::Media;
 
 QByteArray writeDocx(const QTextDocument& document, PageSize paper) {
+    QByteArray bytes;
+    QBuffer output(&bytes);
+    output.open(QIODevice::WriteOnly);
+    writeDocx(document, paper, output);
+    return bytes;
+}
+
+void writeDocx(const QTextDocument& document, PageSize paper, QIODevice& output) {
     BodyWriter body(document, paper);
     const QByteArray content = body.write();
     std::vector<std::pair<QString, QByteArray>> notes;
@@ -67,7 +76,7 @@ QByteArray writeDocx(const QTextDocument& document, PageSize paper) {
         parts << QStringLiteral("settings");
     // Notes refer to pictures and links by the ids of the body, so they share its relationships.
     const QByteArray relationships = Docx::relationshipsPart(body.relationships);
-    ZipBuilder zip;
+    ZipBuilder zip(output);
     zip.add("[Content_Types].xml", Docx::contentTypesPart(parts));
     zip.add("_rels/.rels", Docx::packageRelationshipsPart());
     zip.add("word/document.xml", content);
@@ -83,8 +92,9 @@ QByteArray writeDocx(const QTextDocument& document, PageSize paper) {
     zip.add("word/styles.xml", Docx::stylesPart(document.defaultFont()));
     zip.add("word/numbering.xml", Docx::numberingPart(body.lists));
     for (const Media& image : body.media)
-        zip.add(image.part, DocumentImages::encoded(document, image.image).bytes);
-    return zip.finish();
+        zip.add(image.part, DocumentImages::encoded(document, image.image).bytes,
+                ZipBuilder::Compression::store); // PNG and JPEG are compressed already
+    zip.finish();
 }
 
 } // namespace kelvane::DocumentFormats

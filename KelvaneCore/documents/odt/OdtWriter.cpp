@@ -4,6 +4,7 @@
 #include "documents/odt/OdtBodyWriter.h"
 #include "documents/odt/OdtWriterStyles.h"
 
+#include <QBuffer>
 #include <QTextDocument>
 #include <QXmlStreamWriter>
 
@@ -78,19 +79,28 @@ QByteArray meta(const QTextDocument& document) {
 } // namespace
 
 QByteArray writeOdt(const QTextDocument& document, PageSize paper) {
+    QByteArray bytes;
+    QBuffer output(&bytes);
+    output.open(QIODevice::WriteOnly);
+    writeOdt(document, paper, output);
+    return bytes;
+}
+
+void writeOdt(const QTextDocument& document, PageSize paper, QIODevice& output) {
     Odt::AutomaticStyles styles(document.defaultFont());
     Odt::BodyWriter body(document, styles);
     const QByteArray text = body.write();
 
-    ZipBuilder zip;
+    ZipBuilder zip(output);
     zip.add("mimetype", mimeType.toUtf8(), ZipBuilder::Compression::store);
     zip.add("META-INF/manifest.xml", manifest(body.pictures()));
     zip.add("content.xml", content(styles, text));
     zip.add("styles.xml", Odt::commonStyles(document.defaultFont(), paper));
     zip.add("meta.xml", meta(document));
     for (const Odt::Picture& picture : body.pictures())
-        zip.add(picture.path.toStdString(), DocumentImages::encoded(document, picture.image).bytes);
-    return zip.finish();
+        zip.add(picture.path.toStdString(), DocumentImages::encoded(document, picture.image).bytes,
+                ZipBuilder::Compression::store); // PNG and JPEG are compressed already
+    zip.finish();
 }
 
 } // namespace kelvane::DocumentFormats
