@@ -7,8 +7,11 @@
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
 
+#include <QFile>
 #include <QFont>
 #include <QTextDocument>
+
+#include <stdexcept>
 
 namespace kelvane::DocumentTools {
 namespace {
@@ -71,32 +74,42 @@ QByteArray plainTextToPdf(const std::filesystem::path& input, const ConversionOp
     return plainTextPdf(text, startingFont(), options.pdfPageSize);
 }
 
-// A PDF can be larger than memory should hold: it is written straight into the result.
-std::filesystem::path publishPdf(const QTextDocument& document, const std::filesystem::path& input,
-                                 const ConversionOptions& options) {
+// A PDF, DOCX or ODT can be larger than memory should hold: it is written straight into the
+// result.
+template <typename Write>
+std::filesystem::path publishWritten(const std::filesystem::path& input, const std::string& ext,
+                                     const Write& write) {
     const std::filesystem::path folder = input.parent_path();
-    PendingOutput pending = PendingOutput::file(folder.empty() ? "." : folder, "pdf");
+    PendingOutput pending = PendingOutput::file(folder.empty() ? "." : folder, ext);
     try {
-        writePdf(document, options.pdfPageSize, pending.path());
+        write(pending.path());
     } catch (const std::exception&) {
-        throw ConversionError::couldNotWrite("pdf");
+        throw ConversionError::couldNotWrite(ext);
     }
-    return pending.publish([&] { return OutputNaming::url(input, "pdf"); });
+    return pending.publish([&] { return OutputNaming::url(input, ext); });
 }
 
+void writePackage(const QTextDocument& document, Recipe recipe, PageSize paper,
+                  const std::filesystem::path& file) {
+    QFile output(QString::fromStdString(file.string()));
+    if (!output.open(QIODevice::WriteOnly))
+        throw std::runtime_error("the package cannot be written");
+    if (recipe == Recipe::docToDOCX)
+        DocumentFormats::writeDocx(document, paper, output);
+    else
+        DocumentFormats::writeOdt(document, paper, output);
+    if (!output.flush())
+        throw std::runtime_error("the package could not be written whole");
+}
+
+// The text formats, built in memory: they hold no pictures, or only a page's worth.
 QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
                        const ConversionOptions& options) {
     switch (recipe) {
-    case Recipe::docToPDF:
-        return pdf(document, options.pdfPageSize);
     case Recipe::docToTXT:
         return DocumentFormats::writePlainText(document);
-    case Recipe::docToDOCX:
-        return DocumentFormats::writeDocx(document, options.pdfPageSize);
     case Recipe::docToHTML:
         return DocumentFormats::writeHtml(document);
-    case Recipe::docToODT:
-        return DocumentFormats::writeOdt(document, options.pdfPageSize);
     default:
         return DocumentFormats::writeRtf(document, options.pdfPageSize);
     }
@@ -158,7 +171,13 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
             throw ConversionError::unsupportedRecipe();
         ext = std::string(*extension);
         if (recipe == Recipe::docToPDF)
-            return publishPdf(*document, input, options);
+            return publishWritten(input, ext, [&](const std::filesystem::path& file) {
+                writePdf(*document, options.pdfPageSize, file);
+            });
+        if (recipe == Recipe::docToDOCX || recipe == Recipe::docToODT)
+            return publishWritten(input, ext, [&](const std::filesystem::path& file) {
+                writePackage(*document, recipe, options.pdfPageSize, file);
+            });
         try {
             bytes = outputBytes(*document, recipe, options);
         } catch (const std::exception&) {
