@@ -63,6 +63,9 @@ QByteArray writeOdt(const QTextDocument& document, PageSize paper = PageSize::le
 void writeDocx(const QTextDocument& document, PageSize paper, QIODevice& output);
 void writeOdt(const QTextDocument& document, PageSize paper, QIODevice& output);
 QByteArray writeHtml(const QTextDocument& document);
+// HTML and RTF written into `output`, each picture's data fetched only as it is written.
+void writeHtml(const QTextDocument& document, QIODevice& output);
+void writeRtf(const QTextDocument& document, PageSize paper, QIODevice& output);
 QByteArray writePlainText(const QTextDocument& document);
 
 // Reads a whole source file, refusing anything larger than maxSourceBytes.

@@ -74,8 +74,8 @@ QByteArray plainTextToPdf(const std::filesystem::path& input, const ConversionOp
     return plainTextPdf(text, startingFont(), options.pdfPageSize);
 }
 
-// A PDF, DOCX or ODT can be larger than memory should hold: it is written straight into the
-// result.
+// A PDF, DOCX, ODT, HTML or RTF result can be larger than memory should hold: it is written
+// straight into the result file.
 template <typename Write>
 std::filesystem::path publishWritten(const std::filesystem::path& input, const std::string& ext,
                                      const Write& write) {
@@ -89,30 +89,26 @@ std::filesystem::path publishWritten(const std::filesystem::path& input, const s
     return pending.publish([&] { return OutputNaming::url(input, ext); });
 }
 
-void writePackage(const QTextDocument& document, Recipe recipe, PageSize paper,
-                  const std::filesystem::path& file) {
-    QFile output(QString::fromStdString(file.string()));
-    if (!output.open(QIODevice::WriteOnly))
-        throw std::runtime_error("the package cannot be written");
-    if (recipe == Recipe::docToDOCX)
-        DocumentFormats::writeDocx(document, paper, output);
-    else
-        DocumentFormats::writeOdt(document, paper, output);
-    if (!output.flush())
-        throw std::runtime_error("the package could not be written whole");
+bool carriesPictures(Recipe recipe) {
+    return recipe == Recipe::docToDOCX || recipe == Recipe::docToODT ||
+           recipe == Recipe::docToHTML || recipe == Recipe::docToRTF;
 }
 
-// The text formats, built in memory: they hold no pictures, or only a page's worth.
-QByteArray outputBytes(const QTextDocument& document, Recipe recipe,
-                       const ConversionOptions& options) {
-    switch (recipe) {
-    case Recipe::docToTXT:
-        return DocumentFormats::writePlainText(document);
-    case Recipe::docToHTML:
-        return DocumentFormats::writeHtml(document);
-    default:
-        return DocumentFormats::writeRtf(document, options.pdfPageSize);
-    }
+void writeCarryingPictures(const QTextDocument& document, Recipe recipe, PageSize paper,
+                           const std::filesystem::path& file) {
+    QFile output(QString::fromStdString(file.string()));
+    if (!output.open(QIODevice::WriteOnly))
+        throw std::runtime_error("the result cannot be written");
+    if (recipe == Recipe::docToDOCX)
+        DocumentFormats::writeDocx(document, paper, output);
+    else if (recipe == Recipe::docToODT)
+        DocumentFormats::writeOdt(document, paper, output);
+    else if (recipe == Recipe::docToHTML)
+        DocumentFormats::writeHtml(document, output);
+    else
+        DocumentFormats::writeRtf(document, paper, output);
+    if (!output.flush())
+        throw std::runtime_error("the result could not be written whole");
 }
 
 } // namespace
@@ -174,12 +170,13 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
             return publishWritten(input, ext, [&](const std::filesystem::path& file) {
                 writePdf(*document, options.pdfPageSize, file);
             });
-        if (recipe == Recipe::docToDOCX || recipe == Recipe::docToODT)
+        if (carriesPictures(recipe))
             return publishWritten(input, ext, [&](const std::filesystem::path& file) {
-                writePackage(*document, recipe, options.pdfPageSize, file);
+                writeCarryingPictures(*document, recipe, options.pdfPageSize, file);
             });
         try {
-            bytes = outputBytes(*document, recipe, options);
+            // Plain text holds no pictures: it is built in memory.
+            bytes = DocumentFormats::writePlainText(*document);
         } catch (const std::exception&) {
             throw ConversionError::couldNotWrite(ext);
         }

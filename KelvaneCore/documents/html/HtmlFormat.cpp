@@ -1,10 +1,13 @@
 #include "documents/DocumentFilling.h"
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/PictureSlots.h"
 #include "documents/html/HtmlChunks.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QStringConverter>
 #include <QStringDecoder>
 #include <QTextBlock>
@@ -101,20 +104,38 @@ std::vector<ImagePlacement> imagesOf(const QTextDocument& document) {
     return images;
 }
 
-// A copy whose images name themselves as data URLs, so the page carries its pictures.
-std::unique_ptr<QTextDocument> withInlineImages(const QTextDocument& document) {
+// Where a picture's data URL goes; a picture whose bytes cannot be had keeps its name.
+void writeSource(const QTextDocument& document, const QTextImageFormat& format, QIODevice& output) {
+    const auto encoded = DocumentImages::encoded(document, format);
+    if (encoded.bytes.isEmpty()) {
+        PictureData::writeAll(format.name().toHtmlEscaped().toUtf8(), output);
+        return;
+    }
+    PictureData::writeAll(QStringLiteral("data:image/%1;base64,").arg(encoded.format).toLatin1(),
+                          output);
+    PictureData::writeBase64(encoded.bytes, output);
+}
+
+// A copy whose images name marks, one for each picture, that become data URLs as the page
+// is written, so the page carries its pictures.
+std::unique_ptr<QTextDocument> withPictureMarks(const QTextDocument& document,
+                                                PictureSlots& pictures) {
     std::unique_ptr<QTextDocument> copy(document.clone());
+    QHash<QString, QString> marks;
     for (const ImagePlacement& image : imagesOf(document)) {
-        const auto encoded = DocumentImages::encoded(document, image.format);
-        if (encoded.bytes.isEmpty())
-            continue;
-        QTextImageFormat inlined = image.format;
-        inlined.setName(QStringLiteral("data:image/%1;base64,%2")
-                            .arg(encoded.format, QString::fromLatin1(encoded.bytes.toBase64())));
+        auto mark = marks.constFind(image.format.name());
+        if (mark == marks.constEnd())
+            mark = marks.insert(image.format.name(),
+                                QString::fromLatin1(pictures.add(
+                                    [&document, format = image.format](QIODevice& output) {
+                                        writeSource(document, format, output);
+                                    })));
+        QTextImageFormat marked = image.format;
+        marked.setName(*mark);
         QTextCursor cursor(copy.get());
         cursor.setPosition(image.position);
         cursor.setPosition(image.position + 1, QTextCursor::KeepAnchor);
-        cursor.setCharFormat(inlined);
+        cursor.setCharFormat(marked);
     }
     return copy;
 }
@@ -163,11 +184,20 @@ std::unique_ptr<QTextDocument> readHtml(const std::filesystem::path& file) {
     return document;
 }
 
-QByteArray writeHtml(const QTextDocument& document) {
-    QString html = withInlineImages(document)->toHtml();
+void writeHtml(const QTextDocument& document, QIODevice& output) {
+    PictureSlots pictures;
+    QString html = withPictureMarks(document, pictures)->toHtml();
     if (!html.contains("charset", Qt::CaseInsensitive))
         html.replace("<head>", "<head><meta charset=\"utf-8\" />");
-    return html.toUtf8();
+    pictures.copy(html.toUtf8(), output);
+}
+
+QByteArray writeHtml(const QTextDocument& document) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    writeHtml(document, buffer);
+    return bytes;
 }
 
 } // namespace kelvane::DocumentFormats

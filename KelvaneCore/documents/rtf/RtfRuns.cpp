@@ -50,22 +50,22 @@ void appendCharacterProperties(QByteArray& out, const QTextCharFormat& format,
         out += "\\highlight" + QByteArray::number(color);
 }
 
-void appendImage(QByteArray& out, const QTextDocument& document, const QTextImageFormat& format) {
+void writePicture(const QTextDocument& document, const QTextImageFormat& format,
+                  QIODevice& output) {
     const DocumentImages::EncodedImage image = DocumentImages::encoded(document, format);
     if (image.bytes.isEmpty())
         return;
     QBuffer buffer;
     buffer.setData(image.bytes);
     const QSize pixels = QImageReader(&buffer).size();
-    out += image.format == "png" ? "{\\pict\\pngblip" : "{\\pict\\jpegblip";
-    out += "\\picw" + QByteArray::number(pixels.width()) + "\\pich" +
-           QByteArray::number(pixels.height());
-    out += "\\picwgoal" + number(Units::twipsFromPoints(image.sizeInPoints.width())) +
-           "\\pichgoal" + number(Units::twipsFromPoints(image.sizeInPoints.height())) + "\n";
-    const QByteArray hex = image.bytes.toHex();
-    for (qsizetype at = 0; at < hex.size(); at += hexLineLength)
-        out += hex.mid(at, hexLineLength) + '\n';
-    out += '}';
+    QByteArray header = image.format == "png" ? "{\\pict\\pngblip" : "{\\pict\\jpegblip";
+    header += "\\picw" + QByteArray::number(pixels.width()) + "\\pich" +
+              QByteArray::number(pixels.height());
+    header += "\\picwgoal" + number(Units::twipsFromPoints(image.sizeInPoints.width())) +
+              "\\pichgoal" + number(Units::twipsFromPoints(image.sizeInPoints.height())) + "\n";
+    PictureData::writeAll(header, output);
+    PictureData::writeHexLines(image.bytes, hexLineLength, output);
+    PictureData::writeAll("}", output);
 }
 
 void openLink(QByteArray& out, const QString& href) {
@@ -160,7 +160,7 @@ void appendText(QByteArray& out, QStringView text) {
 }
 
 void appendRuns(QByteArray& out, const QTextBlock& block, const StyleTables& tables,
-                const NoteWriter& notes) {
+                PictureSlots& pictures, const NoteWriter& notes) {
     const int headingLevel = std::clamp(block.blockFormat().headingLevel(), 0, 6);
     QString link;
     for (auto it = block.begin(); !it.atEnd(); ++it) {
@@ -179,7 +179,10 @@ void appendRuns(QByteArray& out, const QTextBlock& block, const StyleTables& tab
         if (format.isImageFormat()) {
             // Identical images side by side share one fragment, one character each.
             for (int i = 0; i < fragment.length(); ++i)
-                appendImage(out, *block.document(), format.toImageFormat());
+                out += pictures.add([document = block.document(),
+                                     image = format.toImageFormat()](QIODevice& output) {
+                    writePicture(*document, image, output);
+                });
             continue;
         }
         out += '{';

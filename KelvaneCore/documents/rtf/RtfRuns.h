@@ -1,6 +1,7 @@
 #pragma once
 
 #include "documents/DocumentNotes.h"
+#include "documents/PictureSlots.h"
 
 #include <QByteArray>
 #include <QColor>
@@ -48,9 +49,10 @@ void appendText(QByteArray& out, QStringView text);
 // Writes the note a mark refers to, where the mark stands; false to keep the mark as text.
 using NoteWriter = std::function<bool(QByteArray& out, const DocumentNotes::Note& note)>;
 
-// A block's characters: one group per fragment, images as \pict, hyperlinks as fields.
-// Headings without their own size and weight get those of their level.
+// A block's characters: one group per fragment, images as marks in `pictures` that become
+// \pict groups as the text is written out, hyperlinks as fields. Headings without their own
+// size and weight get those of their level.
 void appendRuns(QByteArray& out, const QTextBlock& block, const StyleTables& tables,
-                const NoteWriter& notes = {});
+                PictureSlots& pictures, const NoteWriter& notes = {});
 
 } // namespace kelvane::Rtf

@@ -3,6 +3,7 @@
 #include "documents/Units.h"
 #include "documents/rtf/RtfRuns.h"
 
+#include <QBuffer>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextFrame>
@@ -54,10 +55,11 @@ bool isBullet(const QTextList& list) {
 
 class Writer {
 public:
-    Writer(const QTextDocument& document, PageSize paper)
+    Writer(const QTextDocument& document, PageSize paper, PictureSlots& pictures)
         : document_(document)
         , paper_(paper)
-        , tables_(document) {}
+        , tables_(document)
+        , pictures_(pictures) {}
 
     QByteArray write();
 
@@ -84,6 +86,7 @@ private:
     PageSize paper_;
     bool bodyStarted_ = false; // a paragraph is written: a new section ends another
     Rtf::StyleTables tables_;
+    PictureSlots& pictures_;
     std::vector<const QTextList*> lists_;
     std::map<const QTextList*, int> listNumbers_;
     // The paragraphs of each note, by kind and number; written where the text refers to it.
@@ -185,7 +188,7 @@ bool Writer::writeNote(QByteArray& out, const DocumentNotes::Note& note) {
     };
     for (std::size_t i = 0; i < found->second.size(); ++i) {
         out += i == 0 ? "\\pard\\plain " : "\\par\\pard\\plain ";
-        Rtf::appendRuns(out, found->second[i], tables_, ownNumber);
+        Rtf::appendRuns(out, found->second[i], tables_, pictures_, ownNumber);
     }
     out += "}";
     return true;
@@ -274,9 +277,9 @@ void Writer::writeBlock(const QTextBlock& block, const char* ending, bool inTabl
             Rtf::appendText(out_, list->itemText(block));
         out_ += "\\tab}";
     }
-    Rtf::appendRuns(out_, block, tables_, [this](QByteArray& out, const DocumentNotes::Note& note) {
-        return writeNote(out, note);
-    });
+    Rtf::appendRuns(
+        out_, block, tables_, pictures_,
+        [this](QByteArray& out, const DocumentNotes::Note& note) { return writeNote(out, note); });
     out_ += ending;
 }
 
@@ -375,8 +378,17 @@ void Writer::writeCell(const QTextTableCell& cell) {
 
 } // namespace
 
+void writeRtf(const QTextDocument& document, PageSize paper, QIODevice& output) {
+    PictureSlots pictures;
+    pictures.copy(Writer(document, paper, pictures).write(), output);
+}
+
 QByteArray writeRtf(const QTextDocument& document, PageSize paper) {
-    return Writer(document, paper).write();
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    writeRtf(document, paper, buffer);
+    return bytes;
 }
 
 } // namespace kelvane::DocumentFormats
