@@ -1,10 +1,10 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/WrittenBytes.h"
 #include "documents/ZipContainer.h"
 #include "documents/docx/DocxBodyWriter.h"
 #include "documents/docx/Ooxml.h"
 
-#include <QBuffer>
 #include <QTextDocument>
 
 namespace kelvane::Docx {
@@ -50,11 +50,7 @@ using Docx::BodyWriter;
 using Docx::Media;
 
 QByteArray writeDocx(const QTextDocument& document, PageSize paper) {
-    QByteArray bytes;
-    QBuffer output(&bytes);
-    output.open(QIODevice::WriteOnly);
-    writeDocx(document, paper, output);
-    return bytes;
+    return writtenBytes([&](QIODevice& output) { writeDocx(document, paper, output); });
 }
 
 void writeDocx(const QTextDocument& document, PageSize paper, QIODevice& output) {

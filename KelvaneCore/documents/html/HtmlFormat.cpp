@@ -2,9 +2,9 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/PictureSlots.h"
+#include "documents/WrittenBytes.h"
 #include "documents/html/HtmlChunks.h"
 
-#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -193,11 +193,7 @@ void writeHtml(const QTextDocument& document, QIODevice& output) {
 }
 
 QByteArray writeHtml(const QTextDocument& document) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    writeHtml(document, buffer);
-    return bytes;
+    return writtenBytes([&](QIODevice& output) { writeHtml(document, output); });
 }
 
 } // namespace kelvane::DocumentFormats

@@ -1,10 +1,10 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
+#include "documents/WrittenBytes.h"
 #include "documents/ZipContainer.h"
 #include "documents/odt/OdtBodyWriter.h"
 #include "documents/odt/OdtWriterStyles.h"
 
-#include <QBuffer>
 #include <QTextDocument>
 #include <QXmlStreamWriter>
 
@@ -79,11 +79,7 @@ QByteArray meta(const QTextDocument& document) {
 } // namespace
 
 QByteArray writeOdt(const QTextDocument& document, PageSize paper) {
-    QByteArray bytes;
-    QBuffer output(&bytes);
-    output.open(QIODevice::WriteOnly);
-    writeOdt(document, paper, output);
-    return bytes;
+    return writtenBytes([&](QIODevice& output) { writeOdt(document, paper, output); });
 }
 
 void writeOdt(const QTextDocument& document, PageSize paper, QIODevice& output) {

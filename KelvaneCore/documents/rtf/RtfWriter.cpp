@@ -1,9 +1,9 @@
 #include "documents/DocumentFormats.h"
 #include "documents/SectionPages.h"
 #include "documents/Units.h"
+#include "documents/WrittenBytes.h"
 #include "documents/rtf/RtfRuns.h"
 
-#include <QBuffer>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextFrame>
@@ -384,11 +384,7 @@ void writeRtf(const QTextDocument& document, PageSize paper, QIODevice& output) 
 }
 
 QByteArray writeRtf(const QTextDocument& document, PageSize paper) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    writeRtf(document, paper, buffer);
-    return bytes;
+    return writtenBytes([&](QIODevice& output) { writeRtf(document, paper, output); });
 }
 
 } // namespace kelvane::DocumentFormats
