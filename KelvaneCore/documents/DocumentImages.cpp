@@ -12,6 +12,8 @@
 #include <QTextImageFormat>
 #include <QUrl>
 
+#include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace kelvane::DocumentImages {
@@ -135,6 +137,23 @@ bool insertPart(QTextCursor& cursor, const ZipContainer& package, const std::str
     } catch (const std::runtime_error&) {
         return false; // a damaged picture leaves its alternative text
     }
+}
+
+QVariant forDrawing(const QVariant& resource) {
+    if (resource.typeId() != QMetaType::QByteArray)
+        return resource;
+    QBuffer buffer;
+    buffer.setData(resource.toByteArray());
+    QImageReader reader(&buffer);
+    const QSize pixels = reader.size();
+    const double count = double(pixels.width()) * pixels.height();
+    if (!pixels.isValid() || count <= double(maxDrawnPixels))
+        return resource;
+    const double scale = std::sqrt(double(maxDrawnPixels) / count);
+    reader.setScaledSize(QSize(std::max(1, static_cast<int>(pixels.width() * scale)),
+                               std::max(1, static_cast<int>(pixels.height() * scale))));
+    const QImage image = reader.read();
+    return image.isNull() ? resource : QVariant(image);
 }
 
 EncodedImage encoded(const QTextDocument& document, const QTextImageFormat& format) {

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QSizeF>
 #include <QString>
+#include <QVariant>
 
 #include <string>
 
@@ -42,6 +43,12 @@ bool insertPart(QTextCursor& cursor, const ZipContainer& package, const std::str
 // The image an image format refers to; any other decodable resource is re-encoded as PNG.
 // Empty bytes when the document holds nothing usable under that name.
 EncodedImage encoded(const QTextDocument& document, const QTextImageFormat& format);
+
+// A picture resource as a page draws it: one of more pixels than a page needs is decoded down
+// to `maxDrawnPixels`, so that drawing it holds neither it whole nor the copies the PDF writer
+// makes of it. Anything else is returned as it is.
+constexpr qint64 maxDrawnPixels = 16'000'000;
+QVariant forDrawing(const QVariant& resource);
 
 // "png" or "jpeg" from the bytes' signature, or empty.
 QString formatOf(const QByteArray& bytes);

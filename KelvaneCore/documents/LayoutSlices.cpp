@@ -1,5 +1,6 @@
 #include "documents/LayoutSlices.h"
 
+#include "documents/DocumentImages.h"
 #include "documents/ListNumbering.h"
 
 #include <QFontMetricsF>
@@ -117,7 +118,8 @@ QVariant Slice::loadResource(int type, const QUrl& name) {
     if (standIns_ != nullptr && type == ImageResource && pictures_.contains(name))
         if (const auto standIn = standIns_->standIn(name))
             return *standIn;
-    return source_.resource(type, name);
+    const QVariant resource = source_.resource(type, name);
+    return type == ImageResource ? DocumentImages::forDrawing(resource) : resource;
 }
 
 // The pictures shown in the text. One without a width or height of its own would be laid out
