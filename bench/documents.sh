@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Document benchmark: a DOCX of about 100 pages (text, headings, tables, pictures) to PDF with our CLI,
 # against LibreOffice's converter (cold: a fresh profile each run) and pandoc's DOCX to HTML
-# on the same file. Prints seconds (median of the runs) and the ratio ours/theirs. Then, for
+# on the same file. Prints seconds (median of the runs) and the ratio ours/theirs; then one
+# run each on a DOCX of photos (PHOTOS, default 20), with the size of both PDFs. Then, for
 # the report and every committed document fixture, the seconds of one run of each, the page
 # counts of both PDFs and the words each kept of those pandoc reads in the source (RTF: in its
 # DOCX twin).
@@ -32,17 +33,32 @@ pandoc_html=$(time_runs pandoc -f docx -t html "$work/report.docx" -o "$work/pan
 printf 'pandoc docx→html   %6.3f s  ratio ours/theirs %.2f\n' "$pandoc_html" "$(echo "$ours / $pandoc_html" | bc -l)"
 
 if command -v soffice >/dev/null 2>&1; then
-    soffice_cold() {
+    soffice_cold_file() { # FILE: converted with a fresh profile into $work/soffice
         local profile
         profile=$(mktemp -d "$work/profile-XXXXXX")
-        soffice -env:UserInstallation=file://"$profile" --headless --convert-to pdf --outdir "$work/soffice" "$work/report.docx"
+        soffice -env:UserInstallation=file://"$profile" --headless --convert-to pdf --outdir "$work/soffice" "$1"
     }
+    soffice_cold() { soffice_cold_file "$work/report.docx"; }
     office=$(time_runs soffice_cold)
     soffice_cold >/dev/null 2>&1
     office_pages=$(pdfinfo "$work/soffice/report.pdf" | awk '/^Pages/ { print $2 }')
     printf 'soffice docx→pdf   %6.3f s  ratio ours/theirs %.2f (cold, %s pages)\n' "$office" "$(echo "$ours / $office" | bc -l)" "$office_pages"
 else
     echo "soffice not installed: 'make bench' installs it (libreoffice-writer-nogui)"
+fi
+
+# A document of photos: the pictures should go into the PDF as they are, quickly and in
+# little memory.
+if command -v soffice >/dev/null 2>&1 && command -v vips >/dev/null 2>&1; then
+    python3 bench/photo_document.py "$work" "${PHOTOS:-20}"
+    photos_ours=$(seconds "$cli" convert --recipe docToPDF "$work/photos.docx")
+    photos_pdf="$work/photos (converted).pdf"
+    photos_lo=$(seconds soffice_cold_file "$work/photos.docx")
+    printf '\nphotos.docx (%s photos, %s MB) to PDF: ours %.3f s, %s MB; soffice %.3f s, %s MB; ratio %.2f\n' \
+        "${PHOTOS:-20}" "$(($(stat -c %s "$work/photos.docx") / 1000000))" "$photos_ours" \
+        "$(($(stat -c %s "$photos_pdf") / 1000000))" "$photos_lo" \
+        "$(($(stat -c %s "$work/soffice/photos.pdf") / 1000000))" "$(echo "$photos_ours / $photos_lo" | bc -l)"
+    rm -f "$work/photos.docx" "$photos_pdf" "$work/soffice/photos.pdf"
 fi
 
 # words FILE → the distinct runs of letters in a text file, lower-cased, one a line
