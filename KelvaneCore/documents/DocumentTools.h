@@ -36,6 +36,7 @@ std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
 // Laid out a slice at a time, so that memory stays bounded however long the document, and
 // layout stops at the page limit.
 // JPEG and plain PNG pictures go in as the bytes they came in; other pictures lossless.
+// Written through `writePdf` and read back.
 QByteArray pdf(const QTextDocument& document, PageSize pageSize);
 
 // The same PDF written to `file`, those pictures read from the document only as they are

@@ -112,11 +112,12 @@ void drawPages(PdfPages& pages, const std::vector<Section>& sections, const QTex
 } // namespace
 
 QByteArray pdf(const QTextDocument& document, PageSize pageSize) {
-    const std::vector<Section> sections = sectionsOf(document, pageSize);
-    PdfLayout::PictureStandIns standIns(document);
-    PdfPages pages(sections.front().geometry);
-    drawPages(pages, sections, document, standIns);
-    return standIns.embedded(pages.finish());
+    const PendingOutput scratch = PendingOutput::file(QDir::tempPath().toStdString(), "pdf");
+    writePdf(document, pageSize, scratch.path());
+    QFile written(QString::fromStdString(scratch.path().string()));
+    if (!written.open(QIODevice::ReadOnly))
+        throw std::runtime_error("the written PDF cannot be read back");
+    return written.readAll();
 }
 
 void writePdf(const QTextDocument& document, PageSize pageSize, const std::filesystem::path& file) {

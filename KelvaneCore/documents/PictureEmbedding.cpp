@@ -140,22 +140,6 @@ void configure(QPDFWriter& writer) {
 
 } // namespace
 
-QByteArray PictureStandIns::embedded(const QByteArray& drawn) const {
-    if (pictures_.empty())
-        return drawn;
-    QPDF pdf;
-    pdf.setSuppressWarnings(true);
-    pdf.processMemoryFile("drawn pages", drawn.constData(), static_cast<std::size_t>(drawn.size()));
-    replaceStandIns(pdf, *this, source_);
-    QPDFWriter writer(pdf);
-    writer.setOutputMemory();
-    configure(writer);
-    writer.write();
-    const std::shared_ptr<Buffer> written = writer.getBufferSharedPointer();
-    return QByteArray(reinterpret_cast<const char*>(written->getBuffer()),
-                      static_cast<qsizetype>(written->getSize()));
-}
-
 void PictureStandIns::write(const std::filesystem::path& drawn, const PageSizes& sizes,
                             const std::filesystem::path& file) const {
     QPDF pdf;

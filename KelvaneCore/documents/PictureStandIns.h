@@ -34,11 +34,8 @@ public:
     // The pixel size of the picture `name` when it has a stand-in.
     std::optional<QSize> pixelSize(const QUrl& name);
 
-    // The PDF `drawn` with the pictures in place of their stand-ins. Throws
-    // std::runtime_error when the PDF cannot be read back or written.
-    QByteArray embedded(const QByteArray& drawn) const;
-    // The same from the PDF in the file `drawn` to `file`, with the pages given their exact
-    // sizes, streaming every picture through.
+    // The PDF in the file `drawn` written to `file` with the pictures in place of their
+    // stand-ins and the pages given their exact sizes, streaming every picture through.
     void write(const std::filesystem::path& drawn, const PageSizes& sizes,
                const std::filesystem::path& file) const;
 
