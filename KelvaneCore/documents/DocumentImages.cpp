@@ -22,19 +22,17 @@ namespace {
 // An image without a size of its own shows one image pixel per CSS pixel.
 constexpr double pointsPerImagePixel = 72.0 / 96.0;
 constexpr int maxImageSide = 20000; // refuse decompression bombs before decoding
-
-QSize pixelSize(QImageReader& reader) {
-    const QSize size = reader.size();
-    return size.isValid() && size.width() <= maxImageSide && size.height() <= maxImageSide
-               ? size
-               : QSize();
-}
+// Enough of a PNG or JPEG to find its size in, camera data and colour profiles before it.
+constexpr qsizetype headerBytes = 256 * 1024;
 
 QSize pixelSize(const QByteArray& bytes) {
     QBuffer buffer;
     buffer.setData(bytes);
     QImageReader reader(&buffer);
-    return pixelSize(reader);
+    const QSize size = reader.size();
+    return size.isValid() && size.width() <= maxImageSide && size.height() <= maxImageSide
+               ? size
+               : QSize();
 }
 
 QImage decoded(const QByteArray& bytes) {
@@ -80,26 +78,6 @@ void insertNamed(QTextCursor& cursor, const QString& name, QSize pixels, QSizeF 
     cursor.insertImage(image);
 }
 
-// Leaves a PNG or JPEG part in the package, reading only as much of it as tells its size.
-bool insertLazily(QTextCursor& cursor, PackageDocument& document, const std::string& partName,
-                  QSizeF displaySize) {
-    const auto part = document.package().stream(partName);
-    if (!part)
-        return false;
-    const QString format = formatOf(part->peek(8));
-    if (format.isEmpty())
-        return false;
-    QImageReader reader(part.get(), format.toLatin1());
-    const QSize pixels = pixelSize(reader);
-    part->check();
-    if (!pixels.isValid())
-        return false;
-    const QString name = newResourceName(document, format);
-    document.addPicture(name, partName);
-    insertNamed(cursor, name, pixels, displaySize);
-    return true;
-}
-
 } // namespace
 
 QString formatOf(const QByteArray& bytes) {
@@ -128,12 +106,22 @@ bool insertPart(QTextCursor& cursor, const ZipContainer& package, const std::str
     try {
         if (!package.fitsWhole(partName))
             return false;
+        // A PNG or JPEG of the document's own package stays there: the document keeps only
+        // its name and size, read from its start, and reads it again whenever it is drawn or
+        // written.
         auto* document = dynamic_cast<PackageDocument*>(cursor.document());
-        if (document != nullptr && &document->package() == &package &&
-            insertLazily(cursor, *document, partName, displaySize))
-            return true;
-        const auto bytes = package.part(partName);
-        return bytes && insert(cursor, *bytes, displaySize);
+        const bool own = document != nullptr && &document->package() == &package;
+        const auto head = own ? package.head(partName, headerBytes) : std::nullopt;
+        const QString format = head ? formatOf(*head) : QString();
+        const QSize pixels = format.isEmpty() ? QSize() : pixelSize(*head);
+        if (!pixels.isValid()) {
+            const auto bytes = package.part(partName);
+            return bytes && insert(cursor, *bytes, displaySize);
+        }
+        const QString name = newResourceName(*document, format);
+        document->addPicture(name, partName);
+        insertNamed(cursor, name, pixels, displaySize);
+        return true;
     } catch (const std::runtime_error&) {
         return false; // a damaged picture leaves its alternative text
     }

@@ -21,11 +21,24 @@ std::int64_t expansionLimit(std::int64_t archiveBytes) {
     return std::min(byRatio, ZipContainer::maxExpandedBytes);
 }
 
-QByteArray readEntry(archive* a, std::int64_t bound) {
+constexpr std::size_t headPiece = 16 * 1024;
+
+// The entry's data, refused past `bound` bytes; or only its first `headBytes` when given, which
+// do without what is damaged after them (the check of the whole entry comes at its end):
+// `cutShort` then tells that the archive can be read no further.
+QByteArray readEntry(archive* a, std::int64_t bound, std::int64_t headBytes, bool& cutShort) {
     QByteArray data;
     char buffer[1 << 16];
     for (;;) {
-        const la_ssize_t count = archive_read_data(a, buffer, sizeof buffer);
+        if (headBytes >= 0 && data.size() >= headBytes)
+            return data.left(static_cast<qsizetype>(headBytes));
+        // A head is read a little at a time, so that its first bytes come before any check.
+        const std::size_t want = headBytes >= 0 ? headPiece : sizeof buffer;
+        const la_ssize_t count = archive_read_data(a, buffer, want);
+        if (count < 0 && headBytes >= 0 && !data.isEmpty()) {
+            cutShort = true;
+            return data.left(static_cast<qsizetype>(headBytes));
+        }
         if (count < 0)
             fail(a, "damaged entry");
         if (count == 0)
@@ -82,7 +95,7 @@ ZipContainer ZipContainer::open(const std::filesystem::path& file) {
     container.file_ = file;
     std::int64_t budget = expansionLimit(archiveBytes);
     archive_entry* entry = nullptr;
-    while (const char* name = nextPart(reader.get(), entry)) {
+    for (int index = 0; const char* name = nextPart(reader.get(), entry); ++index) {
         if (archive_entry_is_encrypted(entry))
             throw std::runtime_error("encrypted entry");
         std::int64_t size = -1;
@@ -92,9 +105,10 @@ ZipContainer ZipContainer::open(const std::filesystem::path& file) {
             if (size < 0 || budget < 0)
                 throw std::runtime_error("archive expands beyond the limit");
         }
-        container.sizes_.try_emplace(name, size); // the first of duplicate names is the one read
+        // The first of duplicate names is the one read.
+        container.entries_.try_emplace(name, Entry{size, index});
     }
-    if (container.sizes_.empty())
+    if (container.entries_.empty())
         throw std::runtime_error("empty archive");
     container.undeclaredBudget_ = budget;
     return container;
@@ -112,34 +126,70 @@ LibArchive::Reader ZipContainer::entry(std::string_view name) const {
     throw std::runtime_error("archive changed while being read");
 }
 
-std::int64_t ZipContainer::boundOf(std::string_view name) const {
-    const std::int64_t size = sizes_.find(name)->second;
-    return size < 0 ? undeclaredBudget_ : size;
+std::int64_t ZipContainer::boundOf(const Entry& entry) const {
+    return entry.size < 0 ? undeclaredBudget_ : entry.size;
 }
 
 std::optional<QByteArray> ZipContainer::part(std::string_view name) const {
-    if (contains(name) && !fitsWhole(name))
-        throw std::runtime_error("part too large to read: " + std::string(name));
-    const LibArchive::Reader reader = entry(name);
-    if (!reader)
+    return read(name, -1);
+}
+
+std::optional<QByteArray> ZipContainer::head(std::string_view name, qsizetype count) const {
+    return read(name, count);
+}
+
+std::optional<QByteArray> ZipContainer::read(std::string_view name, qsizetype headBytes) const {
+    const auto found = entries_.find(name);
+    if (found == entries_.end())
         return std::nullopt;
-    return readEntry(reader.get(), std::min(boundOf(name), maxPartBytes));
+    if (found->second.size > maxPartBytes)
+        throw std::runtime_error("part too large to read: " + std::string(name));
+    // The part is looked for by name: the file may have changed since it was opened.
+    const auto findFrom = [&](bool start) {
+        if (start) {
+            cursor_ = openArchive(file_);
+            cursorIndex_ = -1;
+        }
+        archive_entry* entry = nullptr;
+        while (const char* at = nextPart(cursor_.get(), entry)) {
+            ++cursorIndex_;
+            if (at == name)
+                return true;
+        }
+        return false;
+    };
+    const bool fromStart = !cursor_ || found->second.index <= cursorIndex_;
+    if (!findFrom(fromStart) && (fromStart || !findFrom(true))) {
+        cursor_ = nullptr;
+        throw std::runtime_error("archive changed while being read");
+    }
+    try {
+        bool cutShort = false;
+        QByteArray data = readEntry(cursor_.get(), std::min(boundOf(found->second), maxPartBytes),
+                                    headBytes, cutShort);
+        if (cutShort)
+            cursor_ = nullptr;
+        return data;
+    } catch (const std::runtime_error&) {
+        cursor_ = nullptr;
+        throw;
+    }
 }
 
 bool ZipContainer::fitsWhole(std::string_view name) const {
-    const auto found = sizes_.find(name);
-    return found != sizes_.end() && found->second <= maxPartBytes;
+    const auto found = entries_.find(name);
+    return found != entries_.end() && found->second.size <= maxPartBytes;
 }
 
 std::unique_ptr<ZipPartStream> ZipContainer::stream(std::string_view name) const {
     LibArchive::Reader reader = entry(name);
     if (!reader)
         return nullptr;
-    return std::make_unique<ZipPartStream>(std::move(reader), boundOf(name));
+    return std::make_unique<ZipPartStream>(std::move(reader), boundOf(entries_.find(name)->second));
 }
 
 bool ZipContainer::contains(std::string_view name) const {
-    return sizes_.find(name) != sizes_.end();
+    return entries_.find(name) != entries_.end();
 }
 
 std::optional<std::string> ZipContainer::resolve(std::string_view fromPart,

@@ -37,6 +37,8 @@ public:
     // std::runtime_error when the entry is damaged, inflates past its limit or is larger
     // than `maxPartBytes`.
     std::optional<QByteArray> part(std::string_view name) const;
+    // The first `count` bytes of the part at `name` (all of a shorter one), or none.
+    std::optional<QByteArray> head(std::string_view name, qsizetype count) const;
     // Whether the part at `name` exists and may be read whole with `part`.
     bool fitsWhole(std::string_view name) const;
     // The part at `name` inflated as it is read, for parts too large to hold whole; none
@@ -49,14 +51,24 @@ public:
     static std::optional<std::string> resolve(std::string_view fromPart, std::string_view target);
 
 private:
+    struct Entry {
+        std::int64_t size; // expanded; -1 when the archive does not declare it
+        int index;         // in the archive's order
+    };
+
+    // The part, or its first `headBytes` when not negative, read with the cursor below.
+    std::optional<QByteArray> read(std::string_view name, qsizetype headBytes) const;
     // The archive positioned at the data of `name`, or none when there is no such part.
     LibArchive::Reader entry(std::string_view name) const;
     // How many bytes the part at `name` may inflate to.
-    std::int64_t boundOf(std::string_view name) const;
+    std::int64_t boundOf(const Entry& entry) const;
 
     std::filesystem::path file_;
-    // Expanded sizes by name; -1 when the archive does not declare one.
-    std::map<std::string, std::int64_t, std::less<>> sizes_;
+    std::map<std::string, Entry, std::less<>> entries_;
+    // Parts read whole go on from where the last one was found, so that reading the parts in
+    // the archive's order (the pictures of a document, mostly) does not start over each time.
+    mutable LibArchive::Reader cursor_;
+    mutable int cursorIndex_ = -1;
     // What is left of the expansion limit for the parts of undeclared size.
     std::int64_t undeclaredBudget_ = 0;
 };
