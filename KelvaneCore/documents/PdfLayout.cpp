@@ -145,8 +145,8 @@ QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSiz
         const bool last = end >= text.size();
         QTextDocument slice;
         slice.setDefaultFont(font);
-        pages.lay(slice);
         slice.setPlainText(carried + text.mid(from, end - from));
+        pages.lay(slice);
         from = end;
         carried.clear();
         int count = slice.pageCount();

@@ -172,6 +172,10 @@ void PdfPages::turnTo(const PageGeometry& geometry) {
 }
 
 void PdfPages::lay(QTextDocument& document) {
+    // A document of no size is never laid out. Without this, making its layout and changing
+    // its margin would each lay the whole document out, at no width and for the screen, only
+    // for the page size to undo it.
+    document.setPageSize(QSizeF(0, 0));
     // Ligatures ("ti", "fi") reach the PDF as glyphs without their letters, and search and
     // copy would find "Equa on": text goes in letter by letter.
     QFont font = document.defaultFont();
@@ -179,6 +183,9 @@ void PdfPages::lay(QTextDocument& document) {
     document.setDefaultFont(font);
     document.documentLayout()->setPaintDevice(&writer_);
     document.setDocumentMargin(0);
+    // The lines keep the glyphs they were laid out with, to be drawn without shaping again.
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+        block.layout()->setCacheEnabled(true);
     document.setPageSize(geometry_.textArea);
 }
 

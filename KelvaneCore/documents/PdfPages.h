@@ -39,7 +39,8 @@ public:
     // page is the next drawn.
     void turnTo(const PageGeometry& geometry);
 
-    // Prepares a document for layout on these pages. Undo with `release` before the pages go.
+    // Prepares a document, its content in place, for layout on these pages. Undo with
+    // `release` before the pages go.
     void lay(QTextDocument& document);
     static void release(QTextDocument& document);
 
