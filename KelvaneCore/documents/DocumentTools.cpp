@@ -9,9 +9,12 @@
 
 #include <QFile>
 #include <QFont>
+#include <QFontDatabase>
 #include <QTextDocument>
 
+#include <future>
 #include <stdexcept>
+#include <system_error>
 
 namespace kelvane::DocumentTools {
 namespace {
@@ -111,6 +114,16 @@ void writeCarryingPictures(const QTextDocument& document, Recipe recipe, PageSiz
         throw std::runtime_error("the result could not be written whole");
 }
 
+// The fonts of the system take some 10 ms to gather, which the layout waits for; for a PDF
+// they are gathered while the input is read.
+std::future<void> gatherFontsMeanwhile() {
+    try {
+        return std::async(std::launch::async, [] { QFontDatabase::families(); });
+    } catch (const std::system_error&) {
+        return {}; // no thread to spare: the layout gathers them
+    }
+}
+
 } // namespace
 
 std::optional<DocumentType> readType(const std::filesystem::path& url) {
@@ -155,6 +168,7 @@ std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {
 
 std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
                               const ConversionOptions& options) {
+    const auto fonts = recipe == Recipe::docToPDF ? gatherFontsMeanwhile() : std::future<void>();
     QByteArray bytes;
     std::string ext;
     if (recipe == Recipe::docToPDF && readType(input) == DocumentType::plainText) {
