@@ -36,8 +36,6 @@ QSize pixelSize(const QByteArray& bytes) {
 }
 
 QImage decoded(const QByteArray& bytes) {
-    if (Metafiles::isWindowsMetafile(bytes))
-        return Metafiles::drawWindowsMetafile(bytes);
     if (Metafiles::isEnhancedMetafile(bytes))
         return Metafiles::drawEnhancedMetafile(bytes);
     if (!pixelSize(bytes).isValid())
@@ -52,6 +50,8 @@ QImage decoded(const QByteArray& bytes) {
 // Pictures in other formats Qt reads (GIF, BMP, TIFF…) and drawings in Windows and enhanced
 // metafiles become PNG, which keeps every pixel.
 QByteArray asPng(const QByteArray& bytes) {
+    if (Metafiles::isWindowsMetafile(bytes))
+        return Metafiles::drawWindowsMetafile(bytes); // drawn as a PNG already
     const QImage image = decoded(bytes);
     QByteArray png;
     QBuffer buffer(&png);

@@ -68,7 +68,7 @@ bool isWindowsMetafile(const QByteArray& bytes) {
     return (type == 1 || type == 2) && words == 9 && (version == 0x0100 || version == 0x0300);
 }
 
-QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide) {
+QByteArray drawWindowsMetafile(const QByteArray& bytes, int maxSide) {
     if (!isWindowsMetafile(bytes))
         return {};
     wmfAPI_Options options{};
@@ -108,7 +108,7 @@ QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide) {
     device->height = std::max(1u, static_cast<unsigned int>(std::lround(height * scale)));
     if (wmf_play(api.get(), 0, &box) != wmf_E_None)
         return {};
-    return QImage::fromData(png, "PNG");
+    return png;
 }
 
 } // namespace kelvane::Metafiles

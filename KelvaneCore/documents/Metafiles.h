@@ -11,14 +11,14 @@ namespace kelvane::Metafiles {
 bool isWindowsMetafile(const QByteArray& bytes);
 
 // The drawing rendered to pixels on white, about 150 per inch and no more than `maxSide` on a
-// side, or a null image when it cannot be drawn.
-QImage drawWindowsMetafile(const QByteArray& bytes, int maxSide = 1200);
+// side, as a PNG; nothing when it cannot be drawn.
+QByteArray drawWindowsMetafile(const QByteArray& bytes, int maxSide = 1200);
 
 // Enhanced metafiles (EMF) are their 32-bit successor. True when the bytes start with the
 // header record and its signature.
 bool isEnhancedMetafile(const QByteArray& bytes);
 
-// The drawing as `drawWindowsMetafile` renders one. Records after one that overruns the file
+// The drawing as `drawWindowsMetafile` renders one, as an image. Records after one that overruns the file
 // are left out.
 QImage drawEnhancedMetafile(const QByteArray& bytes, int maxSide = 1200);
 
