@@ -35,9 +35,23 @@ QSize pixelSize(const QByteArray& bytes) {
                : QSize();
 }
 
-QImage decoded(const QByteArray& bytes) {
+// A drawing is drawn at print resolution for the size it is shown at, and no larger than
+// its drawer's limit.
+constexpr double drawnPixelsPerPoint = 300.0 / 72.0;
+constexpr int smallestDrawnSide = 16;
+constexpr int largestDrawnSide = 1200;
+
+int drawnSide(QSizeF displaySize) {
+    if (displaySize.isEmpty())
+        return largestDrawnSide;
+    const double side = std::max(displaySize.width(), displaySize.height()) * drawnPixelsPerPoint;
+    return static_cast<int>(
+        std::clamp(std::ceil(side), double(smallestDrawnSide), double(largestDrawnSide)));
+}
+
+QImage decoded(const QByteArray& bytes, QSizeF displaySize) {
     if (Metafiles::isEnhancedMetafile(bytes))
-        return Metafiles::drawEnhancedMetafile(bytes);
+        return Metafiles::drawEnhancedMetafile(bytes, drawnSide(displaySize));
     if (!pixelSize(bytes).isValid())
         return {};
     QBuffer source;
@@ -49,10 +63,10 @@ QImage decoded(const QByteArray& bytes) {
 
 // Pictures in other formats Qt reads (GIF, BMP, TIFF…) and drawings in Windows and enhanced
 // metafiles become PNG, which keeps every pixel.
-QByteArray asPng(const QByteArray& bytes) {
-    if (Metafiles::isWindowsMetafile(bytes))
-        return Metafiles::drawWindowsMetafile(bytes); // drawn as a PNG already
-    const QImage image = decoded(bytes);
+QByteArray asPng(const QByteArray& bytes, QSizeF displaySize) {
+    if (Metafiles::isWindowsMetafile(bytes)) // drawn as a PNG already
+        return Metafiles::drawWindowsMetafile(bytes, drawnSide(displaySize));
+    const QImage image = decoded(bytes, displaySize);
     QByteArray png;
     QBuffer buffer(&png);
     buffer.open(QIODevice::WriteOnly);
@@ -89,7 +103,7 @@ QString formatOf(const QByteArray& bytes) {
 }
 
 bool insert(QTextCursor& cursor, const QByteArray& original, QSizeF displaySize) {
-    const QByteArray bytes = formatOf(original).isEmpty() ? asPng(original) : original;
+    const QByteArray bytes = formatOf(original).isEmpty() ? asPng(original, displaySize) : original;
     const QString format = formatOf(bytes);
     const QSize pixels = pixelSize(bytes);
     if (format.isEmpty() || !pixels.isValid())

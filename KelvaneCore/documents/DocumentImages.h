@@ -29,7 +29,8 @@ struct EncodedImage {
 
 // Inserts an image at the cursor. `displaySize` in points; an empty size shows one image
 // pixel per CSS pixel. PNG and JPEG are kept as they are; other pictures Qt's image readers
-// decode (GIF, BMP, TIFF…) and Windows and enhanced metafiles are kept as PNG. Returns false,
+// decode (GIF, BMP, TIFF…) are kept as PNG, and so are Windows and enhanced metafiles, drawn at
+// 300 pixels to the inch of `displaySize` (when given) and no more than 1200. Returns false,
 // inserting nothing, when the bytes do not decode.
 bool insert(QTextCursor& cursor, const QByteArray& bytes, QSizeF displaySize = {});
 // Inserts the picture in the part `partName` of a package, as `insert`. When the cursor's
