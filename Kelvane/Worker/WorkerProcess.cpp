@@ -34,12 +34,19 @@ fs::path makeTemporaryFolder() {
 
 std::vector<std::string> environmentFor(const fs::path& temporaryFolder) {
     std::vector<std::string> environment;
+    bool hasRuntimeFolder = false;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string_view variable(*entry);
+        hasRuntimeFolder = hasRuntimeFolder || variable.starts_with("XDG_RUNTIME_DIR=");
         if (!variable.starts_with("TMPDIR=") && !variable.starts_with("MALLOC_ARENA_MAX="))
             environment.emplace_back(variable);
     }
     environment.push_back("TMPDIR=" + temporaryFolder.string());
+    // Outside a desktop session (a service, a container, a remote shell) there is no runtime
+    // folder, and Qt would warn of it on every document job: the worker's own private folder
+    // stands in.
+    if (!hasRuntimeFolder)
+        environment.push_back("XDG_RUNTIME_DIR=" + temporaryFolder.string());
     // Each glibc arena reserves 64 MiB of address space; a many-threaded decoder would
     // otherwise reach the address-space limit without using the memory.
     environment.emplace_back("MALLOC_ARENA_MAX=4");
