@@ -18,8 +18,8 @@ QByteArray drawWindowsMetafile(const QByteArray& bytes, int maxSide = 1200);
 // header record and its signature.
 bool isEnhancedMetafile(const QByteArray& bytes);
 
-// The drawing as `drawWindowsMetafile` renders one, as an image. Records after one that overruns the file
-// are left out.
+// The drawing as `drawWindowsMetafile` renders one, as an image. Records after one that overruns
+// the file are left out.
 QImage drawEnhancedMetafile(const QByteArray& bytes, int maxSide = 1200);
 
 } // namespace kelvane::Metafiles
