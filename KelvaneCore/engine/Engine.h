@@ -18,7 +18,6 @@ using Progress = std::function<void(double)>;
 // for earlier inputs stay on disk.
 std::vector<std::filesystem::path> run(Recipe recipe,
                                        const std::vector<std::filesystem::path>& inputs,
-                                       const ConversionOptions& options,
-                                       const Progress& progress);
+                                       const ConversionOptions& options, const Progress& progress);
 
 } // namespace kelvane::Engine
