@@ -3,13 +3,11 @@
 #include "documents/SectionPages.h"
 #include "documents/ZipContainer.h"
 #include "fixtures/Bytes.h"
+#include "fixtures/DocumentQueries.h"
 #include "fixtures/TempFolder.h"
 
-#include <QBuffer>
 #include <QImage>
-#include <QProcess>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -24,8 +22,22 @@ namespace {
 using fixtures::TempFolder;
 namespace fs = std::filesystem;
 
+using fixtures::cellText;
+using fixtures::formatOf;
+using fixtures::imagesOf;
 using fixtures::pngBytes;
 using fixtures::writeBytes;
+
+QTextBlock blockWith(const QTextDocument& document, const QString& text) {
+    return fixtures::blockOf(document, text);
+}
+
+QTextTable* firstTable(const QTextDocument& document) {
+    for (QTextFrame* frame : document.rootFrame()->childFrames())
+        if (auto* table = qobject_cast<QTextTable*>(frame))
+            return table;
+    return nullptr;
+}
 
 std::unique_ptr<QTextDocument> read(const QByteArray& body) {
     return DocumentFormats::readRtf("{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0\\fswiss "
@@ -33,56 +45,6 @@ std::unique_ptr<QTextDocument> read(const QByteArray& body) {
                                     "{\\f2\\fnil\\fcharset204 Cyr;}}{\\colortbl;\\red255\\green0"
                                     "\\blue0;\\red255\\green255\\blue0;}\n" +
                                     body + "}");
-}
-
-// The block holding exactly `text`, or else the first one containing it.
-QTextBlock blockWith(const QTextDocument& document, const QString& text) {
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        if (block.text() == text)
-            return block;
-    }
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        if (block.text().contains(text))
-            return block;
-    }
-    ADD_FAILURE() << "no block holds " << text.toStdString();
-    return {};
-}
-
-QTextCharFormat formatOf(const QTextDocument& document, const QString& text) {
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        for (auto it = block.begin(); !it.atEnd(); ++it) {
-            if (it.fragment().text().contains(text))
-                return it.fragment().charFormat();
-        }
-    }
-    ADD_FAILURE() << "no fragment holds " << text.toStdString();
-    return {};
-}
-
-std::vector<QTextImageFormat> imagesOf(const QTextDocument& document) {
-    std::vector<QTextImageFormat> images;
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        for (auto it = block.begin(); !it.atEnd(); ++it) {
-            if (it.fragment().charFormat().isImageFormat())
-                images.push_back(it.fragment().charFormat().toImageFormat());
-        }
-    }
-    return images;
-}
-
-QTextTable* firstTable(const QTextDocument& document) {
-    for (QTextFrame* frame : document.rootFrame()->childFrames()) {
-        if (auto* table = qobject_cast<QTextTable*>(frame))
-            return table;
-    }
-    return nullptr;
-}
-
-QString cellText(QTextTable& table, int row, int column) {
-    QTextCursor cursor = table.cellAt(row, column).firstCursorPosition();
-    cursor.setPosition(table.cellAt(row, column).lastPosition(), QTextCursor::KeepAnchor);
-    return cursor.selectedText();
 }
 
 TEST(RtfReader, CharacterFormattingFontsAndColours) {
@@ -202,14 +164,8 @@ TEST(RtfReader, PicturesOfEveryKindShowOrLeaveTheirDescription) {
     const QByteArray png = pngBytes(40, 20, Qt::red);
     QImage photo(8, 8, QImage::Format_RGB32);
     photo.fill(Qt::blue);
-    QByteArray jpeg;
-    QBuffer buffer(&jpeg);
-    buffer.open(QIODevice::WriteOnly);
-    photo.save(&buffer, "JPEG");
-    QByteArray bitmap;
-    QBuffer bitmapBuffer(&bitmap);
-    bitmapBuffer.open(QIODevice::WriteOnly);
-    photo.save(&bitmapBuffer, "BMP");
+    const QByteArray jpeg = fixtures::encodedBytes(photo, "JPEG");
+    const QByteArray bitmap = fixtures::encodedBytes(photo, "BMP");
     const auto metafile =
         ZipContainer::open(fs::path(KELVANE_TEST_FILES) / "documents" / "pictures.docx")
             .part("word/media/image3.wmf");
@@ -279,13 +235,18 @@ TEST(RtfReader, ListsFromListTablesAndFromListText) {
     EXPECT_EQ(typed.text(), "typed");
 }
 
+// Rows and cells, including a row with more cells than its \\cellx list, one written with
+// \\par before \\cell, and a page break right after the last \\row.
 TEST(RtfReader, TableRowsAndCells) {
     const auto document =
         read("\\pard before\\par\\trowd\\trgaph108\\cellx2000\\cellx4000\n"
              "\\pard\\intbl {\\b A1}\\cell\\pard\\intbl B1 first\\par B1 second\\cell\\row\n"
              "\\trowd\\cellx2000\\cellx4000\n\\pard\\intbl A2\\cell\\pard\\intbl\\cell\\row\n"
-             "\\pard after\\par");
-    QTextTable* table = firstTable(*document);
+             "\\pard after\\par"
+             "\\trowd\\cellx1000\\pard\\intbl a\\cell b\\cell c\\cell\\row"
+             "\\trowd\\cellx1000\\cellx2000\\pard\\intbl {d\\par}\\cell{e\\par}\\cell\\row"
+             "\\page\\pard last\\par");
+    QTextTable* table = fixtures::tableOf(*document, "A1");
     ASSERT_TRUE(table);
     EXPECT_EQ(table->rows(), 2);
     EXPECT_EQ(table->columns(), 2);
@@ -296,26 +257,18 @@ TEST(RtfReader, TableRowsAndCells) {
     EXPECT_EQ(formatOf(*document, "A1").fontWeight(), QFont::Bold);
     EXPECT_FALSE(QTextCursor(blockWith(*document, "before")).currentTable());
     EXPECT_FALSE(QTextCursor(blockWith(*document, "after")).currentTable());
-}
 
-TEST(RtfReader, IrregularTablesStayRectangularAndEndCleanly) {
-    // A row with more cells than its \\cellx list, a row written with \\par before \\cell,
-    // and a page break right after the last \\row.
-    const auto document =
-        read("\\trowd\\cellx1000\\pard\\intbl a\\cell b\\cell c\\cell\\row"
-             "\\trowd\\cellx1000\\cellx2000\\pard\\intbl {d\\par}\\cell{e\\par}\\cell\\row"
-             "\\page\\pard after\\par");
-    QTextTable* table = firstTable(*document);
-    ASSERT_TRUE(table);
-    EXPECT_EQ(table->rows(), 2);
-    EXPECT_EQ(table->columns(), 3);
-    EXPECT_EQ(cellText(*table, 0, 2), "c");
-    EXPECT_EQ(cellText(*table, 1, 0), "d");
-    EXPECT_EQ(cellText(*table, 1, 1), "e");
-    EXPECT_EQ(cellText(*table, 1, 2), "");
-    const QTextBlock after = blockWith(*document, "after");
-    EXPECT_FALSE(QTextCursor(after).currentTable());
-    EXPECT_TRUE(after.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore);
+    QTextTable* irregular = QTextCursor(blockWith(*document, "c")).currentTable();
+    ASSERT_TRUE(irregular && irregular != table);
+    EXPECT_EQ(irregular->rows(), 2);
+    EXPECT_EQ(irregular->columns(), 3);
+    EXPECT_EQ(cellText(*irregular, 0, 2), "c");
+    EXPECT_EQ(cellText(*irregular, 1, 0), "d");
+    EXPECT_EQ(cellText(*irregular, 1, 1), "e");
+    EXPECT_EQ(cellText(*irregular, 1, 2), "");
+    const QTextBlock last = blockWith(*document, "last");
+    EXPECT_FALSE(QTextCursor(last).currentTable());
+    EXPECT_TRUE(last.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore);
 }
 
 TEST(RtfReader, RtfdPackageReadsOnlyItsOwnAttachments) {
@@ -523,23 +476,13 @@ TEST(RtfWriter, EdgeDocumentsReadBack) {
     EXPECT_EQ(DocumentFormats::writeRtf(*mergedBack), rtf);
 }
 
-QString pandoc(const fs::path& folder, const QStringList& arguments) {
-    QProcess process;
-    process.setWorkingDirectory(QString::fromStdString(folder.string()));
-    process.start("pandoc", arguments);
-    if (!process.waitForFinished(60000) || process.exitCode() != 0) {
-        ADD_FAILURE() << "pandoc failed: " << process.readAllStandardError().toStdString();
-        return {};
-    }
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
 TEST(RtfWriter, PandocReadsWhatItWrites) {
-    if (QStandardPaths::findExecutable("pandoc").isEmpty())
+    if (!fixtures::hasPandoc())
         GTEST_SKIP() << "pandoc is not installed";
     TempFolder temp;
     writeBytes(temp, "out.rtf", DocumentFormats::writeRtf(*richDocument(pngBytes(8, 4, Qt::red))));
-    const QString html = pandoc(temp.path(), {"-f", "rtf", "-t", "html", "--wrap=none", "out.rtf"});
+    const QString html =
+        fixtures::pandoc({"-f", "rtf", "-t", "html", "--wrap=none", "out.rtf"}, temp.path());
     EXPECT_TRUE(html.contains(QRegularExpression("<h1[^>]*>Report title</h1>")))
         << html.toStdString();
     EXPECT_TRUE(html.contains("<strong>strong</strong>"));
@@ -555,14 +498,15 @@ TEST(RtfWriter, PandocReadsWhatItWrites) {
 }
 
 TEST(RtfReader, ReadsPandocRtf) {
-    if (QStandardPaths::findExecutable("pandoc").isEmpty())
+    if (!fixtures::hasPandoc())
         GTEST_SKIP() << "pandoc is not installed";
     TempFolder temp;
     temp.write("in.md", "# Heading One\n\nSome **bold** and *italic* and "
                         "[link](https://example.org/) text.\n\n- a\n- b\n"
                         "    1. inner\n    2. inner2\n\n| A | B |\n|---|---|\n| 1 | 2 |\n\n"
                         "Caf\xc3\xa9 \xe2\x80\x94 done\n");
-    const QString rtf = pandoc(temp.path(), {"-s", "-f", "markdown", "-t", "rtf", "in.md"});
+    const QString rtf =
+        fixtures::pandoc({"-s", "-f", "markdown", "-t", "rtf", "in.md"}, temp.path());
     const auto document = DocumentFormats::readRtf(rtf.toUtf8());
     EXPECT_EQ(blockWith(*document, "Heading One").blockFormat().headingLevel(), 1);
     EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
