@@ -144,7 +144,10 @@ TEST_P(RoundTrip, AnIndependentReaderSeesTheSameDocument) {
     EXPECT_TRUE(has("<strong>boldword\\s*</strong>|font-weight:700;\">boldword"))
         << writer.extension;
     EXPECT_TRUE(has("<em>italicword\\s*</em>|font-style:italic;\">italicword")) << writer.extension;
-    EXPECT_TRUE(html.contains(QRegularExpression("<li>(<p>)?bulletone"))) << writer.extension;
+    EXPECT_TRUE(html.contains(QRegularExpression("<ul>\\s*<li>(<p>)?bulletone")))
+        << writer.extension;
+    EXPECT_TRUE(html.contains(QRegularExpression("<ul>\\s*<li>(<p>)?nestedbullet")))
+        << writer.extension;
     EXPECT_TRUE(html.contains(QRegularExpression("<ol[^>]*>\\s*<li>(<p>)?numberone")))
         << writer.extension;
     EXPECT_TRUE(html.contains(QRegularExpression("<td[^>]*>(<p>)?cellB2"))) << writer.extension;
