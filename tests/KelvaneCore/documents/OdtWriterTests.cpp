@@ -163,6 +163,7 @@ TEST(OdtWriterRoundTrip, OurReaderGetsTheStyledDocumentBack) {
     EXPECT_NEAR(image.sizeInPoints.height(), 45, 0.01);
 }
 
+// Each paragraph comes back alone and exact: a line break stays one, not a new paragraph.
 TEST(OdtWriterText, SpacesAndTabsSurviveWhereverTheyStand) {
     const std::vector<QStringList> texts = {
         {"  two leading"},
