@@ -1,10 +1,10 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
+#include "fixtures/DocumentQueries.h"
 #include "fixtures/StyledDocument.h"
 #include "fixtures/TempFolder.h"
 
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -16,7 +16,12 @@
 namespace kelvane {
 namespace {
 
+using fixtures::formatOf;
 using fixtures::TempFolder;
+
+QTextBlock blockWith(const QTextDocument& document, const QString& word) {
+    return fixtures::blockOf(document, word);
+}
 
 struct Writer {
     const char* extension;
@@ -40,43 +45,6 @@ const Writer writers[] = {
     {"html", "html", DocumentFormats::writeHtml},
 };
 
-// The character format of the first fragment holding `word`.
-std::optional<QTextCharFormat> formatOf(const QTextDocument& document, const QString& word) {
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
-        for (auto it = block.begin(); !it.atEnd(); ++it)
-            if (it.fragment().text().contains(word))
-                return it.fragment().charFormat();
-    // Words inside tables sit in blocks of the table's frame, reached through find().
-    const QTextCursor found = document.find(word);
-    if (found.isNull())
-        return std::nullopt;
-    return found.charFormat();
-}
-
-QTextBlock blockWith(const QTextDocument& document, const QString& word) {
-    return document.find(word).block();
-}
-
-int imageCount(const QTextDocument& document) {
-    int images = 0;
-    QTextCursor cursor(const_cast<QTextDocument*>(&document));
-    for (int position = 0; position < document.characterCount(); ++position) {
-        cursor.setPosition(position);
-        cursor.setPosition(position + 1, QTextCursor::KeepAnchor);
-        if (cursor.charFormat().isImageFormat() &&
-            cursor.selectedText() == QString(QChar::ObjectReplacementCharacter))
-            ++images;
-    }
-    return images;
-}
-
-QString pandocHtml(const std::filesystem::path& file, const char* format) {
-    QProcess pandoc;
-    pandoc.start("pandoc", {"-f", format, "-t", "html", QString::fromStdString(file.string())});
-    pandoc.waitForFinished(60000);
-    return QString::fromUtf8(pandoc.readAllStandardOutput());
-}
-
 class RoundTrip : public testing::TestWithParam<Writer> {};
 
 TEST_P(RoundTrip, OurReaderGetsBackWhatOurWriterWrote) {
@@ -94,20 +62,20 @@ TEST_P(RoundTrip, OurReaderGetsBackWhatOurWriterWrote) {
 
     EXPECT_EQ(blockWith(*document, "Annual Report").blockFormat().headingLevel(), 1)
         << writer.extension;
-    EXPECT_EQ(formatOf(*document, "boldword")->fontWeight(), QFont::Bold) << writer.extension;
-    EXPECT_TRUE(formatOf(*document, "italicword")->fontItalic()) << writer.extension;
-    EXPECT_TRUE(formatOf(*document, "underlineword")->fontUnderline()) << writer.extension;
-    EXPECT_TRUE(formatOf(*document, "strikeword")->fontStrikeOut()) << writer.extension;
+    EXPECT_EQ(formatOf(*document, "boldword").fontWeight(), QFont::Bold) << writer.extension;
+    EXPECT_TRUE(formatOf(*document, "italicword").fontItalic()) << writer.extension;
+    EXPECT_TRUE(formatOf(*document, "underlineword").fontUnderline()) << writer.extension;
+    EXPECT_TRUE(formatOf(*document, "strikeword").fontStrikeOut()) << writer.extension;
     EXPECT_TRUE(formatOf(*document, "serifword")
-                    ->fontFamilies()
+                    .fontFamilies()
                     .toStringList()
                     .join(",")
                     .contains("Liberation Serif"))
         << writer.extension;
-    EXPECT_NEAR(formatOf(*document, "serifword")->fontPointSize(), 18, 0.5) << writer.extension;
-    EXPECT_EQ(formatOf(*document, "redword")->foreground().color(), QColor(200, 0, 0))
+    EXPECT_NEAR(formatOf(*document, "serifword").fontPointSize(), 18, 0.5) << writer.extension;
+    EXPECT_EQ(formatOf(*document, "redword").foreground().color(), QColor(200, 0, 0))
         << writer.extension;
-    EXPECT_EQ(formatOf(*document, "linkword")->anchorHref(), "https://example.org/report")
+    EXPECT_EQ(formatOf(*document, "linkword").anchorHref(), "https://example.org/report")
         << writer.extension;
     EXPECT_TRUE(blockWith(*document, "centredline").blockFormat().alignment() & Qt::AlignHCenter)
         << writer.extension;
@@ -125,7 +93,7 @@ TEST_P(RoundTrip, OurReaderGetsBackWhatOurWriterWrote) {
     ASSERT_TRUE(inTable.currentTable()) << writer.extension;
     EXPECT_EQ(inTable.currentTable()->rows(), 7) << writer.extension;
     EXPECT_EQ(inTable.currentTable()->columns(), 2) << writer.extension;
-    EXPECT_EQ(imageCount(*document), 1) << writer.extension;
+    EXPECT_EQ(fixtures::imagesOf(*document).size(), 1u) << writer.extension;
 }
 
 TEST_P(RoundTrip, AnIndependentReaderSeesTheSameDocument) {
@@ -133,7 +101,8 @@ TEST_P(RoundTrip, AnIndependentReaderSeesTheSameDocument) {
     TempFolder temp;
     const auto file = temp.write(std::string("styled.") + writer.extension,
                                  writer.write(*fixtures::styledDocument()).toStdString());
-    const QString html = pandocHtml(file, writer.pandocFormat);
+    const QString html = fixtures::pandoc(
+        {"-f", writer.pandocFormat, "-t", "html", QString::fromStdString(file.string())});
     ASSERT_FALSE(html.isEmpty()) << writer.extension;
     // Bold and italic may come back as <strong>/<em> or, from HTML, as the styles a
     // browser applies; either shows the reader kept them.
