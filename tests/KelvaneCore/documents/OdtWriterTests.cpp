@@ -105,40 +105,28 @@ TEST(OdtWriterPackage, MimetypeComesFirstStoredAndTheManifestListsEveryPart) {
     EXPECT_TRUE(partOf(odt, "meta.xml").contains("Kelvane"));
 }
 
+// The round trip over every writer checks what all of them keep; here, what ODT keeps exactly.
 TEST(OdtWriterRoundTrip, OurReaderGetsTheStyledDocumentBack) {
     const auto source = fixtures::styledDocument();
     const auto document = writeAndRead(*source);
 
-    EXPECT_EQ(blockWith(*document, "Annual Report").blockFormat().headingLevel(), 1);
     EXPECT_EQ(formatOf(*document, "Annual Report").fontPointSize(), 24);
-    EXPECT_EQ(formatOf(*document, "boldword").fontWeight(), QFont::Bold);
     EXPECT_EQ(formatOf(*document, "Plain then").fontWeight(), QFont::Normal);
-    EXPECT_TRUE(formatOf(*document, "italicword").fontItalic());
-    EXPECT_TRUE(formatOf(*document, "underlineword").fontUnderline());
-    EXPECT_TRUE(formatOf(*document, "strikeword").fontStrikeOut());
+    EXPECT_FALSE(formatOf(*document, "Plain then").isAnchor());
     const QTextCharFormat serif = formatOf(*document, "serifword");
     EXPECT_EQ(serif.fontFamilies().toStringList().value(0), "Liberation Serif");
     EXPECT_EQ(serif.fontPointSize(), 18);
-    EXPECT_EQ(formatOf(*document, "redword").foreground().color(), QColor(200, 0, 0));
-    EXPECT_EQ(formatOf(*document, "linkword").anchorHref(), "https://example.org/report");
-    EXPECT_FALSE(formatOf(*document, "Plain then").isAnchor());
-    EXPECT_EQ(blockWith(*document, "centredline").blockFormat().alignment(), Qt::AlignHCenter);
 
     const QTextList* bullets = blockWith(*document, "bulletone").textList();
     const QTextList* nested = blockWith(*document, "nestedbullet").textList();
-    const QTextList* numbers = blockWith(*document, "numberone").textList();
-    ASSERT_TRUE(bullets && nested && numbers);
+    ASSERT_TRUE(bullets && nested);
     EXPECT_EQ(bullets->format().style(), QTextListFormat::ListDisc);
     EXPECT_EQ(nested->format().style(), QTextListFormat::ListCircle);
     EXPECT_EQ(bullets->format().indent(), 1);
     EXPECT_EQ(nested->format().indent(), 2);
-    EXPECT_EQ(numbers->format().style(), QTextListFormat::ListDecimal);
-    EXPECT_EQ(numbers->count(), 2);
 
     const QTextTable* table = document->find("cellB2").currentTable();
     ASSERT_TRUE(table);
-    EXPECT_EQ(table->rows(), 2);
-    EXPECT_EQ(table->columns(), 2);
     EXPECT_EQ(table->cellAt(0, 1).firstCursorPosition().block().text(), "cellB1");
     EXPECT_FALSE(blockWith(*document, "cellA1").textList());
     // Merged cells come back merged, across and down.
