@@ -5,6 +5,7 @@
 #include "fixtures/StyledDocument.h"
 #include "fixtures/TempFolder.h"
 
+#include <QImage>
 #include <QRegularExpression>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -145,6 +146,50 @@ TEST(RoundTrip, PlainTextKeepsTheWordsInOrder) {
         last = at;
     }
     EXPECT_FALSE(text.contains(QChar::ObjectReplacementCharacter));
+}
+
+// Documents pandoc writes from one text, read by our DOCX, ODT and RTF readers.
+TEST(RoundTrip, OurReadersReadWhatPandocWrites) {
+    ASSERT_TRUE(fixtures::hasPandoc()) << "pandoc is installed by scripts/install-deps.sh";
+    TempFolder temp;
+    fixtures::writeBytes(temp, "pic.png", fixtures::pngBytes(5, 5, Qt::green));
+    temp.write("in.md", "# Heading One\n\nSome **bold** and *italic* and "
+                        "[link](https://example.org/) text.\n\n## Sub\n\n- a\n- b\n"
+                        "    1. inner\n    2. inner2\n\n| A | B |\n|---|---|\n| 1 | 2 |\n\n"
+                        "![cap](pic.png){width=2in}\n\nCaf\xc3\xa9 \xe2\x80\x94 done[^1]\n\n"
+                        "[^1]: note text\n");
+    for (const QString format : {"docx", "odt", "rtf"}) {
+        SCOPED_TRACE(format.toStdString());
+        const QString name = "out." + format;
+        fixtures::pandoc({"-s", "-f", "markdown", "-t", format, "-o", name, "in.md"}, temp.path());
+        const auto document = DocumentTools::read(temp / name.toStdString());
+        EXPECT_EQ(blockWith(*document, "Heading One").blockFormat().headingLevel(), 1);
+        EXPECT_EQ(blockWith(*document, "Sub").blockFormat().headingLevel(), 2);
+        EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
+        EXPECT_TRUE(formatOf(*document, "italic").fontItalic());
+        EXPECT_EQ(formatOf(*document, "link").anchorHref(), "https://example.org/");
+        QTextList* bullets = fixtures::listOf(*document, "a");
+        QTextList* inner = fixtures::listOf(*document, "inner");
+        ASSERT_TRUE(bullets && inner);
+        EXPECT_EQ(fixtures::listOf(*document, "b"), bullets);
+        EXPECT_EQ(fixtures::listOf(*document, "inner2"), inner);
+        EXPECT_EQ(inner->format().style(), QTextListFormat::ListDecimal);
+        EXPECT_EQ(bullets->format().indent(), 1);
+        EXPECT_EQ(inner->format().indent(), 2);
+        QTextTable* table = fixtures::tableOf(*document, "B");
+        ASSERT_TRUE(table);
+        EXPECT_EQ(table->rows(), 2);
+        EXPECT_EQ(table->columns(), 2);
+        EXPECT_EQ(fixtures::cellText(*table, 1, 0), "1");
+        EXPECT_EQ(fixtures::cellText(*table, 1, 1), "2");
+        const auto pictures = fixtures::picturesOf(*document);
+        ASSERT_EQ(pictures.size(), 1u);
+        EXPECT_EQ(QImage::fromData(pictures.front()).pixelColor(2, 2), QColor(Qt::green));
+        EXPECT_TRUE(blockWith(*document, "done")
+                        .text()
+                        .startsWith(QString::fromUtf8("Caf\xc3\xa9 \xe2\x80\x94 done")));
+        EXPECT_TRUE(document->lastBlock().text().contains("note text"));
+    }
 }
 
 } // namespace

@@ -485,49 +485,6 @@ TEST(DocxWriter, WritesWhatTheDocumentModelCarries) {
     EXPECT_EQ(listOf(*reread, "Roman item")->format().style(), QTextListFormat::ListUpperRoman);
 }
 
-TEST(DocxReader, ReadsWhatPandocWrites) {
-    if (!fixtures::hasPandoc())
-        GTEST_SKIP() << "pandoc is not installed";
-    TempFolder temp;
-    const auto markdown = temp.write("source.md", R"(# Title One
-
-## Part Two
-
-Some **strong** and *soft* text with [a link](https://example.com/x).
-
-- alpha
-- beta
-    - nested
-
-1. one
-2. two
-
-| A | B |
-|---|---|
-| 1 | 2 |
-| 3 | 4 |
-)");
-    const auto file = temp / "pandoc.docx";
-    fixtures::pandoc({"-f", "markdown", "-t", "docx", "-o", QString::fromStdString(file),
-                      QString::fromStdString(markdown)});
-    const auto document = DocumentFormats::readDocx(file);
-    EXPECT_EQ(blockOf(*document, "Title One").blockFormat().headingLevel(), 1);
-    EXPECT_EQ(blockOf(*document, "Part Two").blockFormat().headingLevel(), 2);
-    EXPECT_EQ(formatOf(*document, "strong").fontWeight(), QFont::Bold);
-    EXPECT_TRUE(formatOf(*document, "soft").fontItalic());
-    EXPECT_EQ(formatOf(*document, "a link").anchorHref(), "https://example.com/x");
-    QTextList* bullets = listOf(*document, "alpha");
-    ASSERT_NE(bullets, nullptr);
-    EXPECT_EQ(listOf(*document, "beta"), bullets);
-    EXPECT_EQ(listOf(*document, "nested")->format().indent(), 2);
-    EXPECT_EQ(listOf(*document, "one")->format().style(), QTextListFormat::ListDecimal);
-    EXPECT_EQ(listOf(*document, "two"), listOf(*document, "one"));
-    QTextTable* table = fixtures::findText(*document, "3").currentTable();
-    ASSERT_NE(table, nullptr);
-    EXPECT_EQ(table->rows(), 3);
-    EXPECT_EQ(table->columns(), 2);
-}
-
 TEST(DocxReader, RefusesFilesThatAreNotWordDocuments) {
     TempFolder temp;
     EXPECT_THROW(DocumentFormats::readDocx(writeBytes(temp, "image.docx", picture)),

@@ -294,42 +294,6 @@ TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
                   (DocumentNotes::Note{DocumentNotes::Kind::footnote, 1}));
 }
 
-TEST(OdtReader, ReadsPandocOdt) {
-    if (!fixtures::hasPandoc())
-        GTEST_SKIP() << "pandoc is not installed";
-    TempFolder temp;
-    writeBytes(temp, "pic.png", pngBytes(5, 5, Qt::green));
-    temp.write("in.md", "# Heading One\n\nSome **bold** and *italic* and "
-                        "[link](https://example.org/) text.\n\n## Sub\n\n- a\n- b\n"
-                        "    1. inner\n    2. inner2\n\n| A | B |\n|---|---|\n| 1 | 2 |\n\n"
-                        "![cap](pic.png){width=2in}\n\nfoo[^1]\n\n[^1]: note text\n");
-    fixtures::pandoc({"-f", "markdown", "-t", "odt", "-o", "out.odt", "in.md"}, temp.path());
-
-    const auto document = DocumentFormats::readOdt(temp / "out.odt");
-    EXPECT_EQ(blockWith(*document, "Heading One").blockFormat().headingLevel(), 1);
-    EXPECT_EQ(blockWith(*document, "Sub").blockFormat().headingLevel(), 2);
-    EXPECT_EQ(formatOf(*document, "Heading One").fontWeight(), QFont::Bold);
-    EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
-    EXPECT_TRUE(formatOf(*document, "italic").fontItalic());
-    EXPECT_EQ(formatOf(*document, "link").anchorHref(), "https://example.org/");
-    ASSERT_TRUE(blockWith(*document, "a").textList() && blockWith(*document, "inner").textList());
-    EXPECT_EQ(blockWith(*document, "b").textList(), blockWith(*document, "a").textList());
-    EXPECT_EQ(blockWith(*document, "a").textList()->format().indent(), 1);
-    EXPECT_EQ(blockWith(*document, "inner").textList()->format().indent(), 2);
-    EXPECT_EQ(blockWith(*document, "inner").textList()->format().style(),
-              QTextListFormat::ListDecimal);
-    QTextTable* table = firstTable(*document);
-    ASSERT_TRUE(table);
-    EXPECT_EQ(cellText(table, 0, 1), "B");
-    EXPECT_EQ(cellText(table, 1, 0), "1");
-    const auto found = fixtures::imagesOf(*document);
-    ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(
-        QImage::fromData(DocumentImages::encoded(*document, found.front()).bytes).pixelColor(2, 2),
-        QColor(Qt::green));
-    EXPECT_TRUE(document->lastBlock().text().contains("note text"));
-}
-
 TEST(OdtReader, RefusesWhatIsNotAReadableTextDocument) {
     TempFolder temp;
     const auto odt = [&](const char* name, const QByteArray& xml, const char* mime) {

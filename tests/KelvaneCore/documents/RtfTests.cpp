@@ -426,33 +426,6 @@ TEST(RtfWriter, PandocReadsWhatItWrites) {
     EXPECT_TRUE(html.contains("<img"));
 }
 
-TEST(RtfReader, ReadsPandocRtf) {
-    if (!fixtures::hasPandoc())
-        GTEST_SKIP() << "pandoc is not installed";
-    TempFolder temp;
-    temp.write("in.md", "# Heading One\n\nSome **bold** and *italic* and "
-                        "[link](https://example.org/) text.\n\n- a\n- b\n"
-                        "    1. inner\n    2. inner2\n\n| A | B |\n|---|---|\n| 1 | 2 |\n\n"
-                        "Caf\xc3\xa9 \xe2\x80\x94 done\n");
-    const QString rtf =
-        fixtures::pandoc({"-s", "-f", "markdown", "-t", "rtf", "in.md"}, temp.path());
-    const auto document = DocumentFormats::readRtf(rtf.toUtf8());
-    EXPECT_EQ(blockWith(*document, "Heading One").blockFormat().headingLevel(), 1);
-    EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
-    EXPECT_TRUE(formatOf(*document, "italic").fontItalic());
-    EXPECT_EQ(formatOf(*document, "link").anchorHref(), "https://example.org/");
-    ASSERT_TRUE(blockWith(*document, "a").textList() && blockWith(*document, "inner").textList());
-    EXPECT_EQ(blockWith(*document, "b").textList(), blockWith(*document, "a").textList());
-    EXPECT_EQ(blockWith(*document, "inner2").textList()->format().style(),
-              QTextListFormat::ListDecimal);
-    EXPECT_GT(blockWith(*document, "inner").textList()->format().indent(),
-              blockWith(*document, "a").textList()->format().indent());
-    QTextTable* table = firstTable(*document);
-    ASSERT_TRUE(table);
-    EXPECT_EQ(cellText(*table, 1, 1), "2");
-    EXPECT_EQ(blockWith(*document, "done").text(), QString::fromUtf16(u"Café — done"));
-}
-
 TEST(RtfReader, HostileInputFailsOrDegrades) {
     EXPECT_THROW(DocumentFormats::readRtf(""), std::exception);
     EXPECT_THROW(DocumentFormats::readRtf("plain text {\\rtf1 later}"), std::exception);
