@@ -4,6 +4,7 @@
 #include "documents/Metafiles.h"
 #include "documents/ZipContainer.h"
 #include "fixtures/Bytes.h"
+#include "fixtures/DocumentQueries.h"
 #include "fixtures/DocxFixtures.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
@@ -53,11 +54,14 @@ std::set<QString> wordsOf(QString text) {
 }
 
 QString pandocText(const fs::path& file, const QString& format = QStringLiteral("plain")) {
-    QProcess pandoc;
-    pandoc.start(QStringLiteral("pandoc"),
-                 {QStringLiteral("-t"), format, QString::fromStdString(file.string())});
-    EXPECT_TRUE(pandoc.waitForFinished(60000)) << file;
-    return QString::fromUtf8(pandoc.readAllStandardOutput());
+    return fixtures::pandoc({QStringLiteral("-t"), format, QString::fromStdString(file.string())});
+}
+
+// A copy of the fixture to convert, so that nothing lands in the sources.
+fs::path copyOf(const TempFolder& temp, const fs::path& fixture, const std::string& prefix = {}) {
+    const fs::path copy = temp / (prefix + fixture.filename().string());
+    fs::copy_file(fixture, copy);
+    return copy;
 }
 
 struct Converted {
@@ -66,10 +70,9 @@ struct Converted {
     int pages = 0;
 };
 
-// Our TXT and the text of our PDF, converted from a copy so that nothing lands in the sources.
+// Our TXT and the text of our PDF.
 Converted convert(const TempFolder& temp, const fs::path& fixture) {
-    const fs::path copy = temp / fixture.filename().string();
-    fs::copy_file(fixture, copy);
+    const fs::path copy = copyOf(temp, fixture);
     Converted ours;
     ours.text = QString::fromStdString(
         fixtures::readFile(DocumentTools::convert(copy, Recipe::docToTXT, {})));
@@ -134,30 +137,22 @@ TEST(DocumentFixtures, EveryWordSurvivesHiddenTextStaysHiddenAndPagesMatchAWordP
     EXPECT_GE(checked, 13);
 }
 
-// What pandoc itself drops: text boxes, shown by us in reading order.
-TEST(DocumentFixtures, TextBoxesAreReadWhereTheyStand) {
+// Text boxes, which pandoc itself drops, read where they stand; notes, equations, symbols and
+// fields keep their text.
+TEST(DocumentFixtures, NotesEquationsSymbolsFieldsAndTextBoxesKeepTheirText) {
     TempFolder temp;
-    for (const char* name : {"notes.docx", "notes.odt", "word-markup.docx"}) {
-        const QString text = convert(temp, folder / name).text;
-        if (QString(name).startsWith(u"notes"))
-            EXPECT_TRUE(text.contains("lighthouse keeper interview")) << name;
-        else
-            EXPECT_TRUE(text.contains("compass bearings") && text.contains("anchor chain") &&
-                        text.indexOf("compass") < text.indexOf("Second box") &&
-                        text.count("compass bearings") == 1)
-                << text.toStdString();
-    }
-}
-
-TEST(DocumentFixtures, NotesEquationsSymbolsAndFieldsKeepTheirText) {
-    TempFolder temp;
+    EXPECT_TRUE(convert(temp, folder / "notes.odt").text.contains("lighthouse keeper interview"));
     const QString notes = convert(temp, folder / "notes.docx").text;
+    EXPECT_TRUE(notes.contains("lighthouse keeper interview"));
     EXPECT_TRUE(notes.contains("dawn1 and returned before noon1.")) << notes.toStdString();
     EXPECT_TRUE(notes.contains("1\tFootnote: tides were unusually gentle."));
     EXPECT_TRUE(notes.contains("1\tEndnote: logbook pages copied later."));
     const QString markup = convert(temp, folder / "word-markup.docx").text;
-    EXPECT_TRUE(markup.contains(QString::fromUtf8("x²+(alpha)/(beta)=√(gamma)")))
+    EXPECT_TRUE(markup.contains("compass bearings") && markup.contains("anchor chain") &&
+                markup.indexOf("compass") < markup.indexOf("Second box") &&
+                markup.count("compass bearings") == 1)
         << markup.toStdString();
+    EXPECT_TRUE(markup.contains(QString::fromUtf8("x²+(alpha)/(beta)=√(gamma)")));
     EXPECT_TRUE(markup.contains(QString::fromUtf8("α angle and ✓ checked")));
     EXPECT_TRUE(markup.contains("Read the nautical charts."));
     EXPECT_TRUE(markup.contains("Controlled cell rope"));
@@ -174,9 +169,8 @@ TEST(DocumentFixtures, NotesStayNotesInOurDocxOdtAndRtf) {
     TempFolder temp;
     for (const char* name : {"notes.docx", "notes.odt", "notes.rtf"}) {
         // pandoc reads no RTF here: our reader reads it back.
-        const fs::path rtfCopy = temp / (std::string("rtf-") + name);
-        fs::copy_file(folder / name, rtfCopy);
-        const auto rtf = DocumentTools::read(DocumentTools::convert(rtfCopy, Recipe::docToRTF, {}));
+        const auto rtf = DocumentTools::read(
+            DocumentTools::convert(copyOf(temp, folder / name, "rtf-"), Recipe::docToRTF, {}));
         const auto noteAfter = [&](const char* text) {
             QTextCursor at = rtf->find(text);
             at.setPosition(at.selectionEnd() + 1);
@@ -191,8 +185,7 @@ TEST(DocumentFixtures, NotesStayNotesInOurDocxOdtAndRtf) {
 
         for (const auto& [recipe, tag] :
              {std::pair{Recipe::docToDOCX, "docx-"}, std::pair{Recipe::docToODT, "odt-"}}) {
-            const fs::path copy = temp / (std::string(tag) + name);
-            fs::copy_file(folder / name, copy);
+            const fs::path copy = copyOf(temp, folder / name, tag);
             const QString markdown =
                 pandocText(DocumentTools::convert(copy, recipe, {}), QStringLiteral("markdown"));
             for (const char* pattern : {R"(dawn\[\^1\] and returned before noon\[\^2\]\.)",
@@ -246,9 +239,8 @@ TEST(DocumentFixtures, GifBmpAndMetafilePicturesReachThePdf) {
     } drawings[] = {{QColor(0xf0, 0xd0, 0x20), QColor(0x10, 0x40, 0xc0)},
                     {QColor(0x20, 0xb0, 0x40), QColor(0xd0, 0x20, 0x20)}};
     for (const char* name : {"pictures.docx", "pictures.odt", "pictures.rtf"}) {
-        const fs::path copy = temp / name;
-        fs::copy_file(folder / name, copy);
-        const fs::path pdf = DocumentTools::convert(copy, Recipe::docToPDF, {});
+        const fs::path pdf =
+            DocumentTools::convert(copyOf(temp, folder / name), Recipe::docToPDF, {});
         const fs::path images = temp / (std::string(name) + "-images");
         fs::create_directory(images);
         QProcess pdfimages;
@@ -325,36 +317,26 @@ TEST(DocumentFixtures, DamagedMetafilesShowAPictureOrTheirAlternativeText) {
 }
 
 // A layout table without lines stays without them; a lined one keeps its lines and its merged
-// heading cell, in the source and in our DOCX of it.
-TEST(DocumentFixtures, TablesKeepTheirLinesAndMergedCells) {
+// heading cell. A landscape section between portrait ones starts a page of its own orientation.
+// Both hold in the sources and in our DOCX of them.
+TEST(DocumentFixtures, TablesKeepTheirLinesAndSectionsTheirOrientation) {
     TempFolder temp;
-    fs::copy_file(folder / "layout.docx", temp / "ours.docx");
-    const fs::path ours = DocumentTools::convert(temp / "ours.docx", Recipe::docToDOCX, {});
-    for (const fs::path& file :
-         {folder / "layout.docx", folder / "layout.odt", folder / "layout.rtf", ours}) {
+    std::vector<fs::path> files;
+    for (const char* name : {"layout.docx", "layout.odt", "layout.rtf"})
+        files.push_back(copyOf(temp, folder / name));
+    for (std::size_t source : {0u, 1u})
+        files.push_back(
+            DocumentTools::convert(copyOf(temp, files[source], "ours-"), Recipe::docToDOCX, {}));
+    for (const fs::path& file : files) {
         const auto document = DocumentTools::read(file);
-        const auto tableWith = [&](const char* word) {
-            return QTextCursor(document->find(word)).currentTable();
-        };
-        QTextTable* layout = tableWith("meadow");
-        QTextTable* lined = tableWith("Merged");
+        QTextTable* layout = QTextCursor(document->find("meadow")).currentTable();
+        QTextTable* lined = QTextCursor(document->find("Merged")).currentTable();
         ASSERT_TRUE(layout && lined) << file;
         EXPECT_EQ(layout->format().border(), 0) << file;
         EXPECT_GT(lined->format().border(), 0) << file;
         EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2) << file;
         EXPECT_EQ(lined->columns(), 2) << file;
-    }
-}
 
-// A landscape section between portrait ones: each starts a page of its own orientation, in
-// the sources and in our DOCX of them.
-TEST(DocumentFixtures, SectionsLayOutOnPagesOfTheirOwnOrientation) {
-    TempFolder temp;
-    for (const char* name : {"layout.docx", "layout.odt", "layout.rtf"})
-        fs::copy_file(folder / name, temp / name);
-    const fs::path ours = DocumentTools::convert(temp / "layout.odt", Recipe::docToDOCX, {});
-    for (const fs::path& file :
-         {temp / "layout.docx", temp / "layout.odt", temp / "layout.rtf", ours}) {
         const PdfProbe pdf(DocumentTools::convert(file, Recipe::docToPDF, {}));
         ASSERT_EQ(pdf.pageCount(), 3) << file;
         for (int page = 0; page < 3; ++page) {
@@ -395,9 +377,8 @@ TEST(DocumentFixtures, HeadersAndFootersFollowFirstAndEvenPages) {
         {"Even header page 4", "Delta page of the harbour survey."},
         {"Appendix opening header", "Cover footer"},
         {"Even header page 2", "Zeta page of the harbour survey."}};
-    fs::copy_file(folder / "headers.docx", temp / "headers.docx");
-    const fs::path ours = DocumentTools::convert(temp / "headers.docx", Recipe::docToDOCX, {});
-    for (const fs::path& file : {temp / "headers.docx", ours}) {
+    const fs::path source = copyOf(temp, folder / "headers.docx");
+    for (const fs::path& file : {source, DocumentTools::convert(source, Recipe::docToDOCX, {})}) {
         const fs::path pdf = DocumentTools::convert(file, Recipe::docToPDF, {});
         ASSERT_EQ(PdfProbe(pdf).pageCount(), 6) << file;
         for (int page = 1; page <= 6; ++page) {

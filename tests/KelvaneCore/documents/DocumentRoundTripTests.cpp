@@ -1,10 +1,11 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/DocumentTools.h"
+#include "fixtures/DocumentQueries.h"
 #include "fixtures/StyledDocument.h"
 #include "fixtures/TempFolder.h"
 
-#include <QProcess>
+#include <QImage>
 #include <QRegularExpression>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -16,7 +17,12 @@
 namespace kelvane {
 namespace {
 
+using fixtures::formatOf;
 using fixtures::TempFolder;
+
+QTextBlock blockWith(const QTextDocument& document, const QString& word) {
+    return fixtures::blockOf(document, word);
+}
 
 struct Writer {
     const char* extension;
@@ -40,43 +46,6 @@ const Writer writers[] = {
     {"html", "html", DocumentFormats::writeHtml},
 };
 
-// The character format of the first fragment holding `word`.
-std::optional<QTextCharFormat> formatOf(const QTextDocument& document, const QString& word) {
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
-        for (auto it = block.begin(); !it.atEnd(); ++it)
-            if (it.fragment().text().contains(word))
-                return it.fragment().charFormat();
-    // Words inside tables sit in blocks of the table's frame, reached through find().
-    const QTextCursor found = document.find(word);
-    if (found.isNull())
-        return std::nullopt;
-    return found.charFormat();
-}
-
-QTextBlock blockWith(const QTextDocument& document, const QString& word) {
-    return document.find(word).block();
-}
-
-int imageCount(const QTextDocument& document) {
-    int images = 0;
-    QTextCursor cursor(const_cast<QTextDocument*>(&document));
-    for (int position = 0; position < document.characterCount(); ++position) {
-        cursor.setPosition(position);
-        cursor.setPosition(position + 1, QTextCursor::KeepAnchor);
-        if (cursor.charFormat().isImageFormat() &&
-            cursor.selectedText() == QString(QChar::ObjectReplacementCharacter))
-            ++images;
-    }
-    return images;
-}
-
-QString pandocHtml(const std::filesystem::path& file, const char* format) {
-    QProcess pandoc;
-    pandoc.start("pandoc", {"-f", format, "-t", "html", QString::fromStdString(file.string())});
-    pandoc.waitForFinished(60000);
-    return QString::fromUtf8(pandoc.readAllStandardOutput());
-}
-
 class RoundTrip : public testing::TestWithParam<Writer> {};
 
 TEST_P(RoundTrip, OurReaderGetsBackWhatOurWriterWrote) {
@@ -94,20 +63,20 @@ TEST_P(RoundTrip, OurReaderGetsBackWhatOurWriterWrote) {
 
     EXPECT_EQ(blockWith(*document, "Annual Report").blockFormat().headingLevel(), 1)
         << writer.extension;
-    EXPECT_EQ(formatOf(*document, "boldword")->fontWeight(), QFont::Bold) << writer.extension;
-    EXPECT_TRUE(formatOf(*document, "italicword")->fontItalic()) << writer.extension;
-    EXPECT_TRUE(formatOf(*document, "underlineword")->fontUnderline()) << writer.extension;
-    EXPECT_TRUE(formatOf(*document, "strikeword")->fontStrikeOut()) << writer.extension;
+    EXPECT_EQ(formatOf(*document, "boldword").fontWeight(), QFont::Bold) << writer.extension;
+    EXPECT_TRUE(formatOf(*document, "italicword").fontItalic()) << writer.extension;
+    EXPECT_TRUE(formatOf(*document, "underlineword").fontUnderline()) << writer.extension;
+    EXPECT_TRUE(formatOf(*document, "strikeword").fontStrikeOut()) << writer.extension;
     EXPECT_TRUE(formatOf(*document, "serifword")
-                    ->fontFamilies()
+                    .fontFamilies()
                     .toStringList()
                     .join(",")
                     .contains("Liberation Serif"))
         << writer.extension;
-    EXPECT_NEAR(formatOf(*document, "serifword")->fontPointSize(), 18, 0.5) << writer.extension;
-    EXPECT_EQ(formatOf(*document, "redword")->foreground().color(), QColor(200, 0, 0))
+    EXPECT_NEAR(formatOf(*document, "serifword").fontPointSize(), 18, 0.5) << writer.extension;
+    EXPECT_EQ(formatOf(*document, "redword").foreground().color(), QColor(200, 0, 0))
         << writer.extension;
-    EXPECT_EQ(formatOf(*document, "linkword")->anchorHref(), "https://example.org/report")
+    EXPECT_EQ(formatOf(*document, "linkword").anchorHref(), "https://example.org/report")
         << writer.extension;
     EXPECT_TRUE(blockWith(*document, "centredline").blockFormat().alignment() & Qt::AlignHCenter)
         << writer.extension;
@@ -125,7 +94,7 @@ TEST_P(RoundTrip, OurReaderGetsBackWhatOurWriterWrote) {
     ASSERT_TRUE(inTable.currentTable()) << writer.extension;
     EXPECT_EQ(inTable.currentTable()->rows(), 7) << writer.extension;
     EXPECT_EQ(inTable.currentTable()->columns(), 2) << writer.extension;
-    EXPECT_EQ(imageCount(*document), 1) << writer.extension;
+    EXPECT_EQ(fixtures::imagesOf(*document).size(), 1u) << writer.extension;
 }
 
 TEST_P(RoundTrip, AnIndependentReaderSeesTheSameDocument) {
@@ -133,7 +102,8 @@ TEST_P(RoundTrip, AnIndependentReaderSeesTheSameDocument) {
     TempFolder temp;
     const auto file = temp.write(std::string("styled.") + writer.extension,
                                  writer.write(*fixtures::styledDocument()).toStdString());
-    const QString html = pandocHtml(file, writer.pandocFormat);
+    const QString html = fixtures::pandoc(
+        {"-f", writer.pandocFormat, "-t", "html", QString::fromStdString(file.string())});
     ASSERT_FALSE(html.isEmpty()) << writer.extension;
     // Bold and italic may come back as <strong>/<em> or, from HTML, as the styles a
     // browser applies; either shows the reader kept them.
@@ -144,7 +114,10 @@ TEST_P(RoundTrip, AnIndependentReaderSeesTheSameDocument) {
     EXPECT_TRUE(has("<strong>boldword\\s*</strong>|font-weight:700;\">boldword"))
         << writer.extension;
     EXPECT_TRUE(has("<em>italicword\\s*</em>|font-style:italic;\">italicword")) << writer.extension;
-    EXPECT_TRUE(html.contains(QRegularExpression("<li>(<p>)?bulletone"))) << writer.extension;
+    EXPECT_TRUE(html.contains(QRegularExpression("<ul>\\s*<li>(<p>)?bulletone")))
+        << writer.extension;
+    EXPECT_TRUE(html.contains(QRegularExpression("<ul>\\s*<li>(<p>)?nestedbullet")))
+        << writer.extension;
     EXPECT_TRUE(html.contains(QRegularExpression("<ol[^>]*>\\s*<li>(<p>)?numberone")))
         << writer.extension;
     EXPECT_TRUE(html.contains(QRegularExpression("<td[^>]*>(<p>)?cellB2"))) << writer.extension;
@@ -173,6 +146,50 @@ TEST(RoundTrip, PlainTextKeepsTheWordsInOrder) {
         last = at;
     }
     EXPECT_FALSE(text.contains(QChar::ObjectReplacementCharacter));
+}
+
+// Documents pandoc writes from one text, read by our DOCX, ODT and RTF readers.
+TEST(RoundTrip, OurReadersReadWhatPandocWrites) {
+    ASSERT_TRUE(fixtures::hasPandoc()) << "pandoc is installed by scripts/install-deps.sh";
+    TempFolder temp;
+    fixtures::writeBytes(temp, "pic.png", fixtures::pngBytes(5, 5, Qt::green));
+    temp.write("in.md", "# Heading One\n\nSome **bold** and *italic* and "
+                        "[link](https://example.org/) text.\n\n## Sub\n\n- a\n- b\n"
+                        "    1. inner\n    2. inner2\n\n| A | B |\n|---|---|\n| 1 | 2 |\n\n"
+                        "![cap](pic.png){width=2in}\n\nCaf\xc3\xa9 \xe2\x80\x94 done[^1]\n\n"
+                        "[^1]: note text\n");
+    for (const QString format : {"docx", "odt", "rtf"}) {
+        SCOPED_TRACE(format.toStdString());
+        const QString name = "out." + format;
+        fixtures::pandoc({"-s", "-f", "markdown", "-t", format, "-o", name, "in.md"}, temp.path());
+        const auto document = DocumentTools::read(temp / name.toStdString());
+        EXPECT_EQ(blockWith(*document, "Heading One").blockFormat().headingLevel(), 1);
+        EXPECT_EQ(blockWith(*document, "Sub").blockFormat().headingLevel(), 2);
+        EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
+        EXPECT_TRUE(formatOf(*document, "italic").fontItalic());
+        EXPECT_EQ(formatOf(*document, "link").anchorHref(), "https://example.org/");
+        QTextList* bullets = fixtures::listOf(*document, "a");
+        QTextList* inner = fixtures::listOf(*document, "inner");
+        ASSERT_TRUE(bullets && inner);
+        EXPECT_EQ(fixtures::listOf(*document, "b"), bullets);
+        EXPECT_EQ(fixtures::listOf(*document, "inner2"), inner);
+        EXPECT_EQ(inner->format().style(), QTextListFormat::ListDecimal);
+        EXPECT_EQ(bullets->format().indent(), 1);
+        EXPECT_EQ(inner->format().indent(), 2);
+        QTextTable* table = fixtures::tableOf(*document, "B");
+        ASSERT_TRUE(table);
+        EXPECT_EQ(table->rows(), 2);
+        EXPECT_EQ(table->columns(), 2);
+        EXPECT_EQ(fixtures::cellText(*table, 1, 0), "1");
+        EXPECT_EQ(fixtures::cellText(*table, 1, 1), "2");
+        const auto pictures = fixtures::picturesOf(*document);
+        ASSERT_EQ(pictures.size(), 1u);
+        EXPECT_EQ(QImage::fromData(pictures.front()).pixelColor(2, 2), QColor(Qt::green));
+        EXPECT_TRUE(blockWith(*document, "done")
+                        .text()
+                        .startsWith(QString::fromUtf8("Caf\xc3\xa9 \xe2\x80\x94 done")));
+        EXPECT_TRUE(document->lastBlock().text().contains("note text"));
+    }
 }
 
 } // namespace

@@ -5,12 +5,11 @@
 #include "documents/ZipContainer.h"
 #include "documents/doc/DocReader.h"
 #include "fixtures/Bytes.h"
+#include "fixtures/DocumentQueries.h"
 #include "fixtures/PdfProbe.h"
 #include "fixtures/TempFolder.h"
 
-#include <QBuffer>
 #include <QImage>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -36,6 +35,7 @@ const char* const namespaces =
     R"( xmlns:svg="urn:oasis:names:tc:opendocument:xmlns:svg-compatible:1.0")"
     R"( xmlns:xlink="http://www.w3.org/1999/xlink")";
 
+using fixtures::formatOf;
 using fixtures::pngBytes;
 using fixtures::writeBytes;
 
@@ -46,12 +46,8 @@ QByteArray content(const QByteArray& automaticStyles, const QByteArray& body) {
            "</office:text></office:body></office:document-content>";
 }
 
-fs::path writeOdt(const TempFolder& temp, const char* name,
-                  const std::vector<std::pair<std::string, QByteArray>>& parts) {
-    ZipBuilder zip;
-    for (const auto& [part, bytes] : parts)
-        zip.add(part, bytes);
-    return writeBytes(temp, name, zip.finish());
+fs::path writeOdt(const TempFolder& temp, const char* name, const fixtures::Parts& parts) {
+    return fixtures::writeZip(temp, name, parts);
 }
 
 const QByteArray commonStyles =
@@ -159,27 +155,7 @@ std::unique_ptr<QTextDocument> readHandWritten(const TempFolder& temp) {
 }
 
 QTextBlock blockWith(const QTextDocument& document, const QString& text) {
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
-        if (block.text() == text)
-            return block;
-    ADD_FAILURE() << "no paragraph " << text.toStdString();
-    return {};
-}
-
-// The format of the last character of the first occurrence of `text`.
-QTextCharFormat formatOf(const QTextDocument& document, const QString& text) {
-    const QTextCursor found = document.find(text, 0, QTextDocument::FindCaseSensitively);
-    EXPECT_FALSE(found.isNull()) << text.toStdString();
-    return found.charFormat();
-}
-
-std::vector<QTextImageFormat> images(const QTextDocument& document) {
-    std::vector<QTextImageFormat> found;
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
-        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
-            if (fragment.fragment().charFormat().isImageFormat())
-                found.push_back(fragment.fragment().charFormat().toImageFormat());
-    return found;
+    return fixtures::blockOf(document, text);
 }
 
 QTextTable* firstTable(const QTextDocument& document) {
@@ -190,9 +166,7 @@ QTextTable* firstTable(const QTextDocument& document) {
 }
 
 QString cellText(QTextTable* table, int row, int column) {
-    QTextCursor cursor = table->cellAt(row, column).firstCursorPosition();
-    cursor.setPosition(table->cellAt(row, column).lastPosition(), QTextCursor::KeepAnchor);
-    return cursor.selectedText();
+    return fixtures::cellText(*table, row, column);
 }
 
 TEST(OdtReader, ParagraphAndCharacterStylesFollowInheritance) {
@@ -296,7 +270,7 @@ TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
 TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
     TempFolder temp;
     const auto document = readHandWritten(temp);
-    const auto found = images(*document);
+    const auto found = fixtures::imagesOf(*document);
     ASSERT_EQ(found.size(), 1u); // the frame pointing outside the package shows its description
     const auto image = DocumentImages::encoded(*document, found.front());
     EXPECT_EQ(image.bytes, pngBytes(8, 4, Qt::blue));
@@ -305,7 +279,8 @@ TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
     EXPECT_TRUE(document->find("frame title").isNull());
     EXPECT_FALSE(document->find("[harbour chart]escape").isNull());
     EXPECT_FALSE(document->find("[Rainfall: Hills, Harbour] chart").isNull());
-    EXPECT_EQ(formatOf(*document, "note1").verticalAlignment(), QTextCharFormat::AlignSuperScript);
+    EXPECT_EQ(formatOf(*document, "1 after").verticalAlignment(),
+              QTextCharFormat::AlignSuperScript);
     EXPECT_FALSE(document->find("and note1 after").isNull());
     // The note keeps its paragraphs, runs and list, all of them the note's.
     const QTextBlock noteStart = document->find("Footnote body").block();
@@ -317,107 +292,6 @@ TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {
     for (const QTextBlock& block : {noteStart, item})
         EXPECT_EQ(DocumentNotes::bodyOf(block.blockFormat()),
                   (DocumentNotes::Note{DocumentNotes::Kind::footnote, 1}));
-}
-
-TEST(OdtReader, ReadsBackWhatOurOdtConversionWrites) {
-    QTextDocument source;
-    QTextCursor cursor(&source);
-    QTextCharFormat heading;
-    heading.setFontWeight(QFont::Bold);
-    heading.setFontPointSize(20);
-    cursor.insertText("Title", heading);
-    QTextBlockFormat centred;
-    centred.setAlignment(Qt::AlignHCenter);
-    centred.setLeftMargin(48);
-    cursor.insertBlock(centred, {});
-    cursor.insertText("plain ");
-    QTextCharFormat styled;
-    styled.setFontWeight(QFont::Bold);
-    styled.setFontItalic(true);
-    styled.setFontUnderline(true);
-    styled.setForeground(QColor("#ff0000"));
-    styled.setFontPointSize(15);
-    cursor.insertText("styled", styled);
-    cursor.insertBlock(QTextBlockFormat(), {});
-    QTextListFormat numbered;
-    numbered.setStyle(QTextListFormat::ListDecimal);
-    cursor.createList(numbered);
-    cursor.insertText("first");
-    cursor.insertBlock();
-    cursor.insertText("second");
-    QTextBlockFormat breakBefore;
-    breakBefore.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
-    cursor.insertBlock(breakBefore);
-    cursor.insertText("next page");
-    QTextTable* table = cursor.insertTable(2, 2);
-    table->cellAt(1, 1).firstCursorPosition().insertText("B2");
-    cursor.movePosition(QTextCursor::End);
-    DocumentImages::insert(cursor, pngBytes(6, 3, Qt::red), QSizeF(60, 30));
-
-    TempFolder temp;
-    const auto file = writeBytes(temp, "ours.odt", DocumentFormats::writeOdt(source));
-    const auto document = DocumentFormats::readOdt(file);
-    EXPECT_EQ(formatOf(*document, "Title").fontWeight(), QFont::Bold);
-    EXPECT_EQ(formatOf(*document, "Title").fontPointSize(), 20);
-    EXPECT_EQ(blockWith(*document, "plain styled").blockFormat().alignment(), Qt::AlignHCenter);
-    EXPECT_NEAR(blockWith(*document, "plain styled").blockFormat().leftMargin(), 48, 0.01);
-    const QTextCharFormat chars = formatOf(*document, "styled");
-    EXPECT_TRUE(chars.fontItalic() && chars.fontUnderline());
-    EXPECT_EQ(chars.fontWeight(), QFont::Bold);
-    EXPECT_EQ(chars.foreground().color(), QColor("#ff0000"));
-    ASSERT_TRUE(blockWith(*document, "first").textList());
-    EXPECT_EQ(blockWith(*document, "first").textList(), blockWith(*document, "second").textList());
-    EXPECT_EQ(blockWith(*document, "first").textList()->format().style(),
-              QTextListFormat::ListDecimal);
-    EXPECT_EQ(blockWith(*document, "next page").blockFormat().pageBreakPolicy(),
-              QTextFormat::PageBreak_AlwaysBefore);
-    ASSERT_TRUE(firstTable(*document));
-    EXPECT_EQ(cellText(firstTable(*document), 1, 1), "B2");
-    const auto found = images(*document);
-    ASSERT_EQ(found.size(), 1u);
-    const auto image = DocumentImages::encoded(*document, found.front());
-    EXPECT_EQ(QImage::fromData(image.bytes).pixelColor(0, 0), QColor(Qt::red));
-    EXPECT_NEAR(image.sizeInPoints.width(), 60, 0.01);
-}
-
-TEST(OdtReader, ReadsPandocOdt) {
-    if (QStandardPaths::findExecutable("pandoc").isEmpty())
-        GTEST_SKIP() << "pandoc is not installed";
-    TempFolder temp;
-    writeBytes(temp, "pic.png", pngBytes(5, 5, Qt::green));
-    temp.write("in.md", "# Heading One\n\nSome **bold** and *italic* and "
-                        "[link](https://example.org/) text.\n\n## Sub\n\n- a\n- b\n"
-                        "    1. inner\n    2. inner2\n\n| A | B |\n|---|---|\n| 1 | 2 |\n\n"
-                        "![cap](pic.png){width=2in}\n\nfoo[^1]\n\n[^1]: note text\n");
-    QProcess pandoc;
-    pandoc.setWorkingDirectory(QString::fromStdString(temp.path().string()));
-    pandoc.start("pandoc", {"-f", "markdown", "-t", "odt", "-o", "out.odt", "in.md"});
-    ASSERT_TRUE(pandoc.waitForFinished(60000));
-    ASSERT_EQ(pandoc.exitCode(), 0) << pandoc.readAllStandardError().toStdString();
-
-    const auto document = DocumentFormats::readOdt(temp / "out.odt");
-    EXPECT_EQ(blockWith(*document, "Heading One").blockFormat().headingLevel(), 1);
-    EXPECT_EQ(blockWith(*document, "Sub").blockFormat().headingLevel(), 2);
-    EXPECT_EQ(formatOf(*document, "Heading One").fontWeight(), QFont::Bold);
-    EXPECT_EQ(formatOf(*document, "bold").fontWeight(), QFont::Bold);
-    EXPECT_TRUE(formatOf(*document, "italic").fontItalic());
-    EXPECT_EQ(formatOf(*document, "link").anchorHref(), "https://example.org/");
-    ASSERT_TRUE(blockWith(*document, "a").textList() && blockWith(*document, "inner").textList());
-    EXPECT_EQ(blockWith(*document, "b").textList(), blockWith(*document, "a").textList());
-    EXPECT_EQ(blockWith(*document, "a").textList()->format().indent(), 1);
-    EXPECT_EQ(blockWith(*document, "inner").textList()->format().indent(), 2);
-    EXPECT_EQ(blockWith(*document, "inner").textList()->format().style(),
-              QTextListFormat::ListDecimal);
-    QTextTable* table = firstTable(*document);
-    ASSERT_TRUE(table);
-    EXPECT_EQ(cellText(table, 0, 1), "B");
-    EXPECT_EQ(cellText(table, 1, 0), "1");
-    const auto found = images(*document);
-    ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(
-        QImage::fromData(DocumentImages::encoded(*document, found.front()).bytes).pixelColor(2, 2),
-        QColor(Qt::green));
-    EXPECT_TRUE(document->lastBlock().text().contains("note text"));
 }
 
 TEST(OdtReader, RefusesWhatIsNotAReadableTextDocument) {
@@ -528,18 +402,7 @@ TEST(DocReader, FailsWhenTheToolFailsHangsOrIsMissing) {
     qputenv("PATH", path);
 }
 
-TEST(DocReader, AntiwordRefusesFilesThatAreNotWordDocuments) {
-    if (QStandardPaths::findExecutable("antiword").isEmpty())
-        GTEST_SKIP() << "antiword is not installed";
-    TempFolder temp;
-    EXPECT_THROW(DocumentFormats::readDoc(temp.write("notes.doc", "Just some text\n")),
-                 std::runtime_error);
-    EXPECT_THROW(DocumentFormats::readDoc(writeBytes(temp, "picture.doc", pngBytes(4, 4, Qt::red))),
-                 std::runtime_error);
-    EXPECT_THROW(DocumentFormats::readDoc(temp / "missing.doc"), std::runtime_error);
-}
-
-TEST(DocReader, ARealWordDocumentConvertsToEveryFormat) {
+TEST(DocReader, ARealWordDocumentConvertsToEveryFormatAndOthersAreRefused) {
     ASSERT_FALSE(QStandardPaths::findExecutable("antiword").isEmpty())
         << "antiword is installed by scripts/install-deps.sh";
     TempFolder temp;
@@ -556,6 +419,13 @@ TEST(DocReader, ARealWordDocumentConvertsToEveryFormat) {
     EXPECT_TRUE(text.contains("Paragraph 4: The figures for the third quarter are final"));
     EXPECT_TRUE(text.contains(QString::fromUtf8("Caf\xc3\xa9 Z\xc3\xbcrich")));
     EXPECT_EQ(text.count("Paragraph "), 4) << "one paragraph each, not wrapped lines";
+
+    // What is not a Word document, antiword refuses.
+    EXPECT_THROW(DocumentFormats::readDoc(temp.write("notes.doc", "Just some text\n")),
+                 std::runtime_error);
+    EXPECT_THROW(DocumentFormats::readDoc(writeBytes(temp, "picture.doc", pngBytes(4, 4, Qt::red))),
+                 std::runtime_error);
+    EXPECT_THROW(DocumentFormats::readDoc(temp / "missing.doc"), std::runtime_error);
 }
 
 } // namespace

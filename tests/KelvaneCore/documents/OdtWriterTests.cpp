@@ -1,12 +1,10 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/ZipContainer.h"
+#include "fixtures/DocumentQueries.h"
 #include "fixtures/StyledDocument.h"
 #include "fixtures/TempFolder.h"
 
-#include <QProcess>
-#include <QRegularExpression>
-#include <QStandardPaths>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -20,15 +18,17 @@
 namespace kelvane {
 namespace {
 
+using fixtures::formatOf;
+using fixtures::imagesOf;
 using fixtures::TempFolder;
+using fixtures::writeBytes;
+
+QTextBlock blockWith(const QTextDocument& document, const QString& text) {
+    return fixtures::blockOf(document, text);
+}
 namespace fs = std::filesystem;
 
 const QByteArray odtMimeType = "application/vnd.oasis.opendocument.text";
-
-fs::path writeFile(const TempFolder& temp, const char* name, const QByteArray& bytes) {
-    return temp.write(name,
-                      std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
-}
 
 // A document read from a package draws its pictures from the file, so each file written
 // here stays until the tests end.
@@ -37,45 +37,17 @@ std::unique_ptr<QTextDocument> writeAndRead(const QTextDocument& source) {
     static int written = 0;
     const std::string name = "written" + std::to_string(++written) + ".odt";
     return DocumentFormats::readOdt(
-        writeFile(temp, name.c_str(), DocumentFormats::writeOdt(source)));
+        writeBytes(temp, name.c_str(), DocumentFormats::writeOdt(source)));
 }
 
 QByteArray partOf(const QByteArray& odt, std::string_view name) {
     TempFolder temp;
-    return ZipContainer::open(writeFile(temp, "written.odt", odt)).part(name).value_or("");
-}
-
-QString pandocHtml(const QByteArray& odt) {
-    TempFolder temp;
-    QProcess pandoc;
-    pandoc.start("pandoc", {"-f", "odt", "-t", "html",
-                            QString::fromStdString(writeFile(temp, "p.odt", odt).string())});
-    pandoc.waitForFinished(60000);
-    return QString::fromUtf8(pandoc.readAllStandardOutput());
+    return ZipContainer::open(writeBytes(temp, "written.odt", odt)).part(name).value_or("");
 }
 
 quint16 littleEndian16(const QByteArray& bytes, int at) {
     return static_cast<quint16>(static_cast<quint8>(bytes[at]) | static_cast<quint8>(bytes[at + 1])
                                                                      << 8);
-}
-
-QTextBlock blockWith(const QTextDocument& document, const QString& text) {
-    return document.find(text).block();
-}
-
-QTextCharFormat formatOf(const QTextDocument& document, const QString& text) {
-    QTextCursor found = document.find(text);
-    found.setPosition(found.selectionStart() + 1);
-    return found.charFormat();
-}
-
-std::vector<QTextImageFormat> imagesOf(const QTextDocument& document) {
-    std::vector<QTextImageFormat> images;
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
-        for (auto it = block.begin(); !it.atEnd(); ++it)
-            if (it.fragment().charFormat().isImageFormat())
-                images.push_back(it.fragment().charFormat().toImageFormat());
-    return images;
 }
 
 // One paragraph per entry, made of runs that are plain and bold in turn.
@@ -133,40 +105,28 @@ TEST(OdtWriterPackage, MimetypeComesFirstStoredAndTheManifestListsEveryPart) {
     EXPECT_TRUE(partOf(odt, "meta.xml").contains("Kelvane"));
 }
 
+// The round trip over every writer checks what all of them keep; here, what ODT keeps exactly.
 TEST(OdtWriterRoundTrip, OurReaderGetsTheStyledDocumentBack) {
     const auto source = fixtures::styledDocument();
     const auto document = writeAndRead(*source);
 
-    EXPECT_EQ(blockWith(*document, "Annual Report").blockFormat().headingLevel(), 1);
     EXPECT_EQ(formatOf(*document, "Annual Report").fontPointSize(), 24);
-    EXPECT_EQ(formatOf(*document, "boldword").fontWeight(), QFont::Bold);
     EXPECT_EQ(formatOf(*document, "Plain then").fontWeight(), QFont::Normal);
-    EXPECT_TRUE(formatOf(*document, "italicword").fontItalic());
-    EXPECT_TRUE(formatOf(*document, "underlineword").fontUnderline());
-    EXPECT_TRUE(formatOf(*document, "strikeword").fontStrikeOut());
+    EXPECT_FALSE(formatOf(*document, "Plain then").isAnchor());
     const QTextCharFormat serif = formatOf(*document, "serifword");
     EXPECT_EQ(serif.fontFamilies().toStringList().value(0), "Liberation Serif");
     EXPECT_EQ(serif.fontPointSize(), 18);
-    EXPECT_EQ(formatOf(*document, "redword").foreground().color(), QColor(200, 0, 0));
-    EXPECT_EQ(formatOf(*document, "linkword").anchorHref(), "https://example.org/report");
-    EXPECT_FALSE(formatOf(*document, "Plain then").isAnchor());
-    EXPECT_EQ(blockWith(*document, "centredline").blockFormat().alignment(), Qt::AlignHCenter);
 
     const QTextList* bullets = blockWith(*document, "bulletone").textList();
     const QTextList* nested = blockWith(*document, "nestedbullet").textList();
-    const QTextList* numbers = blockWith(*document, "numberone").textList();
-    ASSERT_TRUE(bullets && nested && numbers);
+    ASSERT_TRUE(bullets && nested);
     EXPECT_EQ(bullets->format().style(), QTextListFormat::ListDisc);
     EXPECT_EQ(nested->format().style(), QTextListFormat::ListCircle);
     EXPECT_EQ(bullets->format().indent(), 1);
     EXPECT_EQ(nested->format().indent(), 2);
-    EXPECT_EQ(numbers->format().style(), QTextListFormat::ListDecimal);
-    EXPECT_EQ(numbers->count(), 2);
 
     const QTextTable* table = document->find("cellB2").currentTable();
     ASSERT_TRUE(table);
-    EXPECT_EQ(table->rows(), 2);
-    EXPECT_EQ(table->columns(), 2);
     EXPECT_EQ(table->cellAt(0, 1).firstCursorPosition().block().text(), "cellB1");
     EXPECT_FALSE(blockWith(*document, "cellA1").textList());
     // Merged cells come back merged, across and down.
@@ -191,30 +151,7 @@ TEST(OdtWriterRoundTrip, OurReaderGetsTheStyledDocumentBack) {
     EXPECT_NEAR(image.sizeInPoints.height(), 45, 0.01);
 }
 
-TEST(OdtWriterRoundTrip, PandocSeesHeadingsStylesListsTablesLinksAndImages) {
-    if (QStandardPaths::findExecutable("pandoc").isEmpty())
-        GTEST_SKIP() << "pandoc is not installed";
-    const QString html = pandocHtml(DocumentFormats::writeOdt(*fixtures::styledDocument()));
-    ASSERT_FALSE(html.isEmpty());
-    EXPECT_TRUE(html.contains(QRegularExpression("<h1[^>]*>Annual Report</h1>")))
-        << html.toStdString();
-    EXPECT_TRUE(html.contains("<strong>boldword</strong>"));
-    EXPECT_TRUE(html.contains("<em>italicword</em>"));
-    EXPECT_TRUE(html.contains(QRegularExpression("<li>(<p>)?bulletone")));
-    EXPECT_TRUE(html.contains(QRegularExpression("<ul>\\s*<li>(<p>)?nestedbullet")));
-    EXPECT_TRUE(html.contains(QRegularExpression("<ol[^>]*>\\s*<li>(<p>)?numberone")));
-    EXPECT_TRUE(html.contains(QRegularExpression("<td[^>]*>(<p>)?cellB2")));
-    EXPECT_TRUE(html.contains("href=\"https://example.org/report\""));
-    EXPECT_TRUE(html.contains(QRegularExpression("<img [^>]*src=\"Pictures/[^\"]+\\.png\"")));
-}
-
-TEST(OdtWriterText, LineBreaksComeBackAsLineBreaksWithoutTabs) {
-    const QString text = "first line" + QString(QChar::LineSeparator) + "second line";
-    const auto document = writeAndRead(*paragraphs({{text}}));
-    EXPECT_EQ(document->blockCount(), 1);
-    EXPECT_EQ(document->begin().text(), text);
-}
-
+// Each paragraph comes back alone and exact: a line break stays one, not a new paragraph.
 TEST(OdtWriterText, SpacesAndTabsSurviveWhereverTheyStand) {
     const std::vector<QStringList> texts = {
         {"  two leading"},
@@ -359,7 +296,7 @@ TEST(OdtWriterLarge, TenThousandParagraphsComeBackWhole) {
     EXPECT_EQ(partOf(odt, "content.xml").count("style:family=\"text\""), 1);
 
     TempFolder temp;
-    const auto document = DocumentFormats::readOdt(writeFile(temp, "large.odt", odt));
+    const auto document = DocumentFormats::readOdt(writeBytes(temp, "large.odt", odt));
     EXPECT_EQ(document->blockCount(), count);
     EXPECT_EQ(document->lastBlock().text(), "Paragraph 9999 with bold text");
 }

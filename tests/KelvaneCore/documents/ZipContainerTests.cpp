@@ -1,4 +1,5 @@
 #include "documents/ZipContainer.h"
+#include "fixtures/DocumentQueries.h"
 #include "fixtures/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -7,34 +8,23 @@ namespace kelvane {
 namespace {
 
 using fixtures::TempFolder;
+using fixtures::writeBytes;
+using fixtures::writeZip;
 
-std::filesystem::path writeZip(const TempFolder& temp, const char* name,
-                               const std::vector<std::pair<std::string, QByteArray>>& parts) {
-    ZipBuilder builder;
-    for (const auto& [path, bytes] : parts)
-        builder.add(path, bytes);
-    const QByteArray zip = builder.finish();
-    return temp.write(name,
-                      std::string_view(zip.constData(), static_cast<std::size_t>(zip.size())));
-}
-
+// What the builder wrote reads back, and its archive ends at its end record: without a
+// comment, the last 22 bytes.
 TEST(ZipContainer, ReadsBackWhatTheBuilderWrote) {
     TempFolder temp;
-    const auto file =
-        writeZip(temp, "a.docx", {{"word/document.xml", "<w:document/>"}, {"naïve/ü.txt", "ü"}});
-    const ZipContainer zip = ZipContainer::open(file);
-    EXPECT_EQ(zip.part("word/document.xml"), QByteArray("<w:document/>"));
-    EXPECT_EQ(zip.part("naïve/ü.txt"), QByteArray("ü"));
-    EXPECT_FALSE(zip.part("word/missing.xml"));
-}
-
-TEST(ZipContainer, BuiltArchivesEndAtTheirEndRecord) {
     ZipBuilder builder;
     builder.add("word/document.xml", QByteArray(30000, 'x'));
-    const QByteArray zip = builder.finish();
-    // The end-of-central-directory record, without a comment, is the last 22 bytes.
-    ASSERT_GT(zip.size(), 22);
-    EXPECT_TRUE(zip.right(22).startsWith("PK\x05\x06"));
+    builder.add("naïve/ü.txt", "ü");
+    const QByteArray bytes = builder.finish();
+    ASSERT_GT(bytes.size(), 22);
+    EXPECT_TRUE(bytes.right(22).startsWith("PK\x05\x06"));
+    const ZipContainer zip = ZipContainer::open(writeBytes(temp, "a.docx", bytes));
+    EXPECT_EQ(zip.part("word/document.xml"), QByteArray(30000, 'x'));
+    EXPECT_EQ(zip.part("naïve/ü.txt"), QByteArray("ü"));
+    EXPECT_FALSE(zip.part("word/missing.xml"));
 }
 
 TEST(ZipContainer, RefusesArchivesThatExpandFarBeyondTheirSize) {
@@ -57,8 +47,7 @@ TEST(ZipContainer, RefusesArchivesThatExpandFarBeyondTheirSize) {
     };
     declare("PK\x03\x04", 22); // local header
     declare("PK\x01\x02", 24); // central directory
-    const ZipContainer zip = ZipContainer::open(temp.write(
-        "liar.docx", std::string_view(liar.constData(), static_cast<std::size_t>(liar.size()))));
+    const ZipContainer zip = ZipContainer::open(writeBytes(temp, "liar.docx", liar));
     EXPECT_THROW(zip.part("word/document.xml"), std::runtime_error);
     const auto stream = zip.stream("word/document.xml");
     ASSERT_TRUE(stream);
@@ -71,10 +60,7 @@ TEST(ZipContainer, RefusesArchivesThatExpandFarBeyondTheirSize) {
     const QByteArray styles(ZipContainer::maxPartBytes + 1, 'x');
     large.add("word/styles.xml", styles, ZipBuilder::Compression::store);
     large.add("word/settings.xml", "<w:settings/>");
-    const QByteArray largeZip = large.finish();
-    const ZipContainer stored = ZipContainer::open(
-        temp.write("large.docx", std::string_view(largeZip.constData(),
-                                                  static_cast<std::size_t>(largeZip.size()))));
+    const ZipContainer stored = ZipContainer::open(writeBytes(temp, "large.docx", large.finish()));
     EXPECT_FALSE(stored.fitsWhole("word/styles.xml"));
     EXPECT_THROW(stored.part("word/styles.xml"), std::runtime_error);
     EXPECT_EQ(stored.stream("word/styles.xml")->readAll().size(), styles.size());
