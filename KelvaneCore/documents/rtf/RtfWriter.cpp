@@ -53,6 +53,18 @@ bool isBullet(const QTextList& list) {
     return numberFormat(list.format().style()) == 23;
 }
 
+// A bullet list's mark, escaped: a disc, or a circle or square as the style says.
+QByteArray bulletOf(const QTextList& list) {
+    switch (list.format().style()) {
+    case QTextListFormat::ListCircle:
+        return "\\u9702?"; // ◦
+    case QTextListFormat::ListSquare:
+        return "\\u9642?"; // ▪
+    default:
+        return "\\u8226?"; // •
+    }
+}
+
 class Writer {
 public:
     Writer(const QTextDocument& document, PageSize paper, PictureSlots& pictures)
@@ -159,7 +171,7 @@ void Writer::writeListLevel(const QTextList& list, int level) {
             "\\leveljc0\\leveljcn0\\levelfollow0\\levelstartat1";
     // \leveltext starts with its own length; \'0N stands for the number of level N.
     if (isBullet(list))
-        out_ += "{\\leveltext\\'01\\u8226 ?;}{\\levelnumbers;}";
+        out_ += "{\\leveltext\\'01" + bulletOf(list) + ";}{\\levelnumbers;}";
     else
         out_ += "{\\leveltext\\'02\\'0" + QByteArray::number(level) + ".;}{\\levelnumbers\\'01;}";
     out_ += "\\fi-" + QByteArray::number(listIndentTwips) + "\\li" +
@@ -272,7 +284,7 @@ void Writer::writeBlock(const QTextBlock& block, const char* ending, bool inTabl
     if (const QTextList* list = block.textList()) {
         out_ += "{\\listtext ";
         if (isBullet(*list))
-            out_ += "\\u8226?";
+            out_ += bulletOf(*list);
         else
             Rtf::appendText(out_, list->itemText(block));
         out_ += "\\tab}";

@@ -341,6 +341,7 @@ TEST(RtfWriter, WhatItWritesReadsBackTheSame) {
     const QTextList* nested = blockWith(*document, "nestedbullet").textList();
     ASSERT_TRUE(bullets && nested);
     EXPECT_EQ(bullets->format().style(), QTextListFormat::ListDisc);
+    EXPECT_EQ(nested->format().style(), QTextListFormat::ListCircle);
     EXPECT_EQ(bullets->format().indent(), 1);
     EXPECT_EQ(nested->format().indent(), 2);
     EXPECT_EQ(blockWith(*document, "numbertwo").textList(),
