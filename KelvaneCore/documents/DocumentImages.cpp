@@ -39,14 +39,13 @@ QSize pixelSize(const QByteArray& bytes) {
 // its drawer's limit.
 constexpr double drawnPixelsPerPoint = 300.0 / 72.0;
 constexpr int smallestDrawnSide = 16;
-constexpr int largestDrawnSide = 1200;
 
 int drawnSide(QSizeF displaySize) {
     if (displaySize.isEmpty())
-        return largestDrawnSide;
+        return Metafiles::largestSide;
     const double side = std::max(displaySize.width(), displaySize.height()) * drawnPixelsPerPoint;
     return static_cast<int>(
-        std::clamp(std::ceil(side), double(smallestDrawnSide), double(largestDrawnSide)));
+        std::clamp(std::ceil(side), double(smallestDrawnSide), double(Metafiles::largestSide)));
 }
 
 QImage decoded(const QByteArray& bytes, QSizeF displaySize) {
