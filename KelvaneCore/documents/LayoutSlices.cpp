@@ -76,7 +76,8 @@ int writeOutNumber(QTextBlock block, QTextList& list, const QString& label) {
 
 } // namespace
 
-Slice::Slice(const QTextDocument& source, int start, int end, PictureStandIns* standIns)
+Slice::Slice(const QTextDocument& source, int start, int end, PdfPages& pages,
+             PictureStandIns* standIns)
     : source_(source)
     , standIns_(standIns)
     , start_(start) {
@@ -87,8 +88,11 @@ Slice::Slice(const QTextDocument& source, int start, int end, PictureStandIns* s
     setUseDesignMetrics(source.useDesignMetrics());
     setBaseUrl(source.baseUrl());
     rootFrame()->setFrameFormat(source.rootFrame()->frameFormat());
-    copyRange(start, end);
-    findPictures();
+    pages.layWhileFilling(*this, [this, start, end] {
+        copyRange(start, end);
+        findPictures();
+        dropLeadingBreak();
+    });
 }
 
 int Slice::boundaryFrom(const QTextDocument& source, int position) {
@@ -235,8 +239,10 @@ void Slice::continueListNumbers(int start) {
     }
 }
 
-void dropLeadingBreak(QTextDocument& document) {
-    QTextCursor start(&document);
+// The text starts on a page of its own already: a break before its first paragraph would
+// leave a blank page.
+void Slice::dropLeadingBreak() {
+    QTextCursor start(this);
     if (!(start.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore))
         return;
     QTextBlockFormat noBreak;

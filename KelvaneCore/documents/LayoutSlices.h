@@ -1,5 +1,6 @@
 #pragma once
 
+#include "documents/PdfPages.h"
 #include "documents/PictureStandIns.h"
 
 #include <QTextDocument>
@@ -21,8 +22,9 @@ public:
     // table begins (`end` may also be the end of the document), or `start` inside a paragraph
     // begun on an earlier page. Pictures are fetched from
     // `source`, which must outlive the slice; pictures are drawn as their `standIns`
-    // when given.
-    Slice(const QTextDocument& source, int start, int end, PictureStandIns* standIns = nullptr);
+    // when given. The slice is laid out on `pages` as it is copied.
+    Slice(const QTextDocument& source, int start, int end, PdfPages& pages,
+          PictureStandIns* standIns = nullptr);
 
     // Where `source` begins the first top-level paragraph at or after `position`, outside any
     // table; its end when there is none.
@@ -40,6 +42,7 @@ private:
     void continueParagraph();
     void continueListNumbers(int start);
     void findPictures();
+    void dropLeadingBreak();
 
     const QTextDocument& source_;
     PictureStandIns* standIns_;
@@ -58,9 +61,5 @@ struct Carry {
 // paragraph across that page's head is cut between its lines. None when one table fills
 // every page.
 std::optional<Carry> carriedFrom(QTextDocument& document, double pageHeight);
-
-// The text starts on a page of its own already: a break before its first paragraph would
-// leave a blank page.
-void dropLeadingBreak(QTextDocument& document);
 
 } // namespace kelvane::PdfLayout

@@ -69,9 +69,7 @@ void drawSection(PdfPages& pages, const QTextDocument& document,
         const int sliceEnd =
             std::min(end, PdfLayout::Slice::boundaryFrom(document, start + sliceCharacters));
         const bool last = sliceEnd >= end;
-        PdfLayout::Slice slice(document, start, sliceEnd, &standIns);
-        PdfLayout::dropLeadingBreak(slice);
-        pages.lay(slice);
+        PdfLayout::Slice slice(document, start, sliceEnd, pages, &standIns);
         int count = slice.pageCount();
         start = sliceEnd;
         if (!last && count > 1) {
@@ -145,8 +143,8 @@ QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSiz
         const bool last = end >= text.size();
         QTextDocument slice;
         slice.setDefaultFont(font);
-        slice.setPlainText(carried + text.mid(from, end - from));
-        pages.lay(slice);
+        pages.layWhileFilling(
+            slice, [&] { QTextCursor(&slice).insertText(carried + text.mid(from, end - from)); });
         from = end;
         carried.clear();
         int count = slice.pageCount();

@@ -5,6 +5,7 @@
 #include <QAbstractTextDocumentLayout>
 #include <QFont>
 #include <QTextBlock>
+#include <QTextCursor>
 #include <QTextDocument>
 #include <QTextFrame>
 #include <QTextLayout>
@@ -171,11 +172,7 @@ void PdfPages::turnTo(const PageGeometry& geometry) {
         sizes_.emplace_back(rounded, geometry_.page);
 }
 
-void PdfPages::lay(QTextDocument& document) {
-    // A document of no size is never laid out. Without this, making its layout and changing
-    // its margin would each lay the whole document out, at no width and for the screen, only
-    // for the page size to undo it.
-    document.setPageSize(QSizeF(0, 0));
+void PdfPages::layWhileFilling(QTextDocument& document, const std::function<void()>& fill) {
     // Ligatures ("ti", "fi") reach the PDF as glyphs without their letters, and search and
     // copy would find "Equa on": text goes in letter by letter.
     QFont font = document.defaultFont();
@@ -183,10 +180,17 @@ void PdfPages::lay(QTextDocument& document) {
     document.setDefaultFont(font);
     document.documentLayout()->setPaintDevice(&writer_);
     document.setDocumentMargin(0);
+    document.setPageSize(geometry_.textArea);
+    // Filled in one edit, the document is laid out once, as a change to it, from its start to
+    // its end. Filled first and then given its page size, it would be laid out in steps, and
+    // the line a step starts with is left where it falls, even across a page's foot.
+    QTextCursor edit(&document);
+    edit.beginEditBlock();
+    fill();
     // The lines keep the glyphs they were laid out with, to be drawn without shaping again.
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
         block.layout()->setCacheEnabled(true);
-    document.setPageSize(geometry_.textArea);
+    edit.endEditBlock();
 }
 
 void PdfPages::release(QTextDocument& document) {
@@ -195,6 +199,9 @@ void PdfPages::release(QTextDocument& document) {
 }
 
 void PdfPages::drawFirst(QTextDocument& document, int count) {
+    // Laid out to its end first: the layout is otherwise finished only as far as drawn, and the
+    // paragraphs running onto a next page are found from their lines.
+    document.pageCount();
     const std::vector<Crossing> crossings = crossingsOf(document, pageHeight());
     for (int page = 0; page < count && !full(); ++page)
         draw(document, crossings, page);

@@ -8,6 +8,7 @@
 #include <QPdfWriter>
 #include <QTextBlock>
 
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -39,9 +40,9 @@ public:
     // page is the next drawn.
     void turnTo(const PageGeometry& geometry);
 
-    // Prepares a document, its content in place, for layout on these pages. Undo with
+    // Lays out an empty document on these pages as `fill` puts its content in. Undo with
     // `release` before the pages go.
-    void lay(QTextDocument& document);
+    void layWhileFilling(QTextDocument& document, const std::function<void()>& fill);
     static void release(QTextDocument& document);
 
     // Draws the first `count` pages of a laid-out document, as far as the page limit allows.

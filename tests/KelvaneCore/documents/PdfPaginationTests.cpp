@@ -114,12 +114,20 @@ std::vector<int> numbersAfter(const QStringList& lines, const QString& word) {
 }
 
 // Between the header and the footer, every page holds only what its text area shows: no line
-// of the page before or after is written there, clipped out of sight but found by search.
+// of the page before or after is written there, clipped out of sight but found by search, and
+// no line begun in the text area hangs past its foot.
 void expectNothingOutsideTheTextArea(const PdfProbe& pdf) {
-    for (int page = 0; page < pdf.pageCount(); ++page)
+    constexpr double foot = 792 - 64;
+    for (int page = 0; page < pdf.pageCount(); ++page) {
         EXPECT_EQ(pdf.text(page, QRectF(0, 40, 612, 792 - 80)).toStdString(),
                   pdf.text(page, QRectF(0, 63, 612, 792 - 126)).toStdString())
             << "page " << page;
+        QStringList hanging;
+        for (const auto& [word, box] : pdf.words(page))
+            if (box.top() < foot && box.bottom() > foot + 1)
+                hanging += word;
+        EXPECT_EQ(hanging.join(u' ').toStdString(), "") << "page " << page;
+    }
 }
 
 std::vector<int> everyNth(int count, int step) {
