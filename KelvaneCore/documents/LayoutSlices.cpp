@@ -76,19 +76,22 @@ int writeOutNumber(QTextBlock block, QTextList& list, const QString& label) {
 
 } // namespace
 
-Slice::Slice(const QTextDocument& source, int start, int end, PdfPages& pages,
-             PictureStandIns* standIns)
+Slice::Slice(SliceSource& source, int start, int end, PdfPages& pages)
     : source_(source)
-    , standIns_(standIns)
     , start_(start) {
     setUndoRedoEnabled(false);
-    setDefaultFont(source.defaultFont());
-    setDefaultTextOption(source.defaultTextOption());
-    setIndentWidth(source.indentWidth());
-    setUseDesignMetrics(source.useDesignMetrics());
-    setBaseUrl(source.baseUrl());
-    rootFrame()->setFrameFormat(source.rootFrame()->frameFormat());
+    {
+        const std::lock_guard reading(source.lock);
+        const QTextDocument& document = source.document;
+        setDefaultFont(document.defaultFont());
+        setDefaultTextOption(document.defaultTextOption());
+        setIndentWidth(document.indentWidth());
+        setUseDesignMetrics(document.useDesignMetrics());
+        setBaseUrl(document.baseUrl());
+        rootFrame()->setFrameFormat(document.rootFrame()->frameFormat());
+    }
     pages.layWhileFilling(*this, [this, start, end] {
+        const std::lock_guard reading(source_.lock);
         copyRange(start, end);
         findPictures();
         dropLeadingBreak();
@@ -118,11 +121,13 @@ int Slice::sourcePosition(int position) const {
 
 QVariant Slice::loadResource(int type, const QUrl& name) {
     // Only pictures shown in the text have stand-ins: a background tiled from one would not be
-    // given its picture.
-    if (standIns_ != nullptr && type == ImageResource && pictures_.contains(name))
-        if (const auto standIn = standIns_->standIn(name))
+    // given its picture. Pictures are decoded holding the lock too: the metafile drawers are
+    // not known to be safe on two threads at once.
+    const std::lock_guard reading(source_.lock);
+    if (type == ImageResource && pictures_.contains(name))
+        if (const auto standIn = source_.standIns.standIn(name))
             return *standIn;
-    const QVariant resource = source_.resource(type, name);
+    const QVariant resource = source_.document.resource(type, name);
     return type == ImageResource ? DocumentImages::forDrawing(resource) : resource;
 }
 
@@ -130,8 +135,6 @@ QVariant Slice::loadResource(int type, const QUrl& name) {
 // at its stand-in's size: it takes them from its bytes, as the layout would have from the
 // decoded picture.
 void Slice::findPictures() {
-    if (standIns_ == nullptr)
-        return;
     std::vector<std::pair<int, QTextImageFormat>> unsized; // where, and the format to give
     for (QTextBlock block = begin(); block.isValid(); block = block.next()) {
         for (auto it = block.begin(); !it.atEnd(); ++it) {
@@ -143,7 +146,7 @@ void Slice::findPictures() {
             if (format.hasProperty(QTextFormat::ImageWidth) &&
                 format.hasProperty(QTextFormat::ImageHeight))
                 continue;
-            const auto pixels = standIns_->pixelSize(name);
+            const auto pixels = source_.standIns.pixelSize(name);
             if (!pixels)
                 continue;
             const double aspect = static_cast<double>(pixels->height()) / pixels->width();
@@ -169,20 +172,20 @@ void Slice::findPictures() {
 
 void Slice::copyRange(int start, int end) {
     // The last paragraph's end stays out: the slice's own last paragraph takes its text.
-    if (end > start && source_.characterAt(end - 1) == QChar::ParagraphSeparator)
+    if (end > start && source_.document.characterAt(end - 1) == QChar::ParagraphSeparator)
         --end;
     // A paragraph's format travels with the separator before it: copy from there when that is
     // a plain paragraph end, then drop the empty paragraph it makes.
-    const bool atTable = source_.characterAt(start) == frameStart;
-    const bool fromSeparator =
-        !atTable && start > 0 && source_.characterAt(start - 1) == QChar::ParagraphSeparator;
-    QTextCursor selection(const_cast<QTextDocument*>(&source_));
+    const bool atTable = source_.document.characterAt(start) == frameStart;
+    const bool fromSeparator = !atTable && start > 0 &&
+                               source_.document.characterAt(start - 1) == QChar::ParagraphSeparator;
+    QTextCursor selection(const_cast<QTextDocument*>(&source_.document));
     selection.setPosition(fromSeparator ? start - 1 : start);
     selection.setPosition(end, QTextCursor::KeepAnchor);
     QTextCursor(this).insertFragment(QTextDocumentFragment(selection));
     if (!atTable)
-        keepFirstParagraphFormat(source_.findBlock(start), fromSeparator);
-    if (!atTable && source_.findBlock(start).position() != start)
+        keepFirstParagraphFormat(source_.document.findBlock(start), fromSeparator);
+    if (!atTable && source_.document.findBlock(start).position() != start)
         continueParagraph();
     continueListNumbers(start);
 }
@@ -220,7 +223,7 @@ void Slice::continueParagraph() {
 // slice have their numbers written out.
 void Slice::continueListNumbers(int start) {
     std::map<const QTextList*, int> countedBefore; // items of each list before the slice's first
-    QTextBlock original = source_.findBlock(start);
+    QTextBlock original = source_.document.findBlock(start);
     for (QTextBlock block = firstBlock(); block.isValid() && original.isValid();
          block = block.next(), original = original.next()) {
         QTextList* list = block.textList();

@@ -5,6 +5,7 @@
 
 #include <QTextDocument>
 
+#include <mutex>
 #include <optional>
 #include <set>
 #include <utility>
@@ -16,15 +17,21 @@
 // as they would have been in the whole.
 namespace kelvane::PdfLayout {
 
+// The document slices are cut from, with the stand-ins of its pictures. Slices may be laid
+// out and drawn on several threads at once: each read of the document holds `lock`.
+struct SliceSource {
+    const QTextDocument& document;
+    PictureStandIns& standIns;
+    std::recursive_mutex lock;
+};
+
 class Slice : public QTextDocument {
 public:
     // The content of `source` from `start` up to `end`, both where a top-level paragraph or
     // table begins (`end` may also be the end of the document), or `start` inside a paragraph
-    // begun on an earlier page. Pictures are fetched from
-    // `source`, which must outlive the slice; pictures are drawn as their `standIns`
-    // when given. The slice is laid out on `pages` as it is copied.
-    Slice(const QTextDocument& source, int start, int end, PdfPages& pages,
-          PictureStandIns* standIns = nullptr);
+    // begun on an earlier page. Pictures are fetched from `source`, which must outlive the
+    // slice, and drawn as their stand-ins. The slice is laid out on `pages` as it is copied.
+    Slice(SliceSource& source, int start, int end, PdfPages& pages);
 
     // Where `source` begins the first top-level paragraph at or after `position`, outside any
     // table; its end when there is none.
@@ -44,8 +51,7 @@ private:
     void findPictures();
     void dropLeadingBreak();
 
-    const QTextDocument& source_;
-    PictureStandIns* standIns_;
+    SliceSource& source_;
     std::set<QUrl> pictures_; // the names of the pictures shown in the text
     int start_;
     std::vector<std::pair<int, int>> labels_; // list numbers written out: where, how long

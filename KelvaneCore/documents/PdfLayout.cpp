@@ -2,6 +2,7 @@
 #include "documents/LayoutSlices.h"
 #include "documents/PdfPages.h"
 #include "documents/SectionPages.h"
+#include "documents/SplitDrawing.h"
 #include "naming/PendingOutput.h"
 
 #include <QDir>
@@ -13,6 +14,7 @@
 #include <QTextFrame>
 
 #include <algorithm>
+#include <mutex>
 #include <stdexcept>
 #include <vector>
 
@@ -21,11 +23,14 @@ namespace {
 
 using PdfLayout::PageGeometry;
 using PdfLayout::PdfPages;
+using PdfLayout::Slice;
+using PdfLayout::SliceSource;
+using PdfLayout::SplitDrawing;
 
 // Sections on pages unlike their neighbours'; beyond these the rest share the last one's.
 constexpr std::size_t maxSections = 200;
 
-// A slice is about forty pages' worth of characters: laid out at once, never more.
+// Plain text is laid out in slices of about forty pages' worth of characters.
 constexpr int sliceCharacters = 200000;
 
 // Where the section of a block begins among the document's top-level content: at the block,
@@ -61,26 +66,36 @@ std::vector<Section> sectionsOf(const QTextDocument& document, PageSize paper) {
     return sections;
 }
 
-// Draws the document from `start` up to `end` on pages of its own, a slice at a time, until
-// the page limit.
-void drawSection(PdfPages& pages, const QTextDocument& document,
-                 PdfLayout::PictureStandIns& standIns, int start, int end) {
-    while (!pages.full()) {
-        const int sliceEnd =
-            std::min(end, PdfLayout::Slice::boundaryFrom(document, start + sliceCharacters));
+// Plans the document from `start` up to `end` on pages of its own, a slice at a time, until
+// the page limit: each slice is laid out to find where the next goes on from, and drawn.
+void planSection(SplitDrawing& drawing, SliceSource& source, const Section& section, int end,
+                 bool lastSection, int& pages) {
+    PdfPages& planner = drawing.planner();
+    planner.turnTo(section.geometry);
+    const PageGeometry* turn = &section.geometry;
+    for (int start = section.start;; turn = nullptr) {
+        int sliceEnd = 0;
+        {
+            const std::lock_guard reading(source.lock);
+            sliceEnd = std::min(
+                end, Slice::boundaryFrom(source.document, start + drawing.sliceCharacters()));
+        }
         const bool last = sliceEnd >= end;
-        PdfLayout::Slice slice(document, start, sliceEnd, pages, &standIns);
+        Slice slice(source, start, sliceEnd, planner);
         int count = slice.pageCount();
+        const int from = start;
         start = sliceEnd;
         if (!last && count > 1) {
-            if (const auto carry = PdfLayout::carriedFrom(slice, pages.pageHeight())) {
+            if (const auto carry = PdfLayout::carriedFrom(slice, planner.pageHeight())) {
                 start = slice.sourcePosition(carry->position);
                 count = carry->page;
             }
         }
-        pages.drawFirst(slice, count);
+        pages += count;
+        const bool full = pages >= PdfLayout::maxPages;
+        drawing.add({from, sliceEnd, count, turn}, slice, full || (last && lastSection));
         PdfPages::release(slice);
-        if (last)
+        if (last || full)
             break;
     }
 }
@@ -97,15 +112,31 @@ qsizetype textSliceEnd(const QString& text, qsizetype from) {
 }
 
 // The pages as the PDF writer draws them, pictures as their stand-ins where they have one.
-void drawPages(PdfPages& pages, const std::vector<Section>& sections, const QTextDocument& document,
-               PdfLayout::PictureStandIns& standIns) {
-    const int documentEnd = document.characterCount() - 1;
-    for (std::size_t i = 0; i < sections.size() && !pages.full(); ++i) {
-        pages.turnTo(sections[i].geometry);
-        drawSection(pages, document, standIns, sections[i].start,
-                    i + 1 < sections.size() ? sections[i + 1].start : documentEnd);
+void drawPages(SplitDrawing& drawing, const std::vector<Section>& sections, SliceSource& source) {
+    const int documentEnd = source.document.characterCount() - 1;
+    int pages = 0;
+    for (std::size_t i = 0; i < sections.size() && pages < PdfLayout::maxPages; ++i) {
+        const bool last = i + 1 == sections.size();
+        planSection(drawing, source, sections[i], last ? documentEnd : sections[i + 1].start, last,
+                    pages);
     }
 }
+
+// A scratch file the pages are drawn into.
+struct DrawnFile {
+    DrawnFile()
+        : scratch(PendingOutput::file(QDir::tempPath().toStdString(), "pdf"))
+        , file(QString::fromStdString(scratch.path().string())) {
+        if (!file.open(QIODevice::WriteOnly))
+            throw std::runtime_error("no room for the drawn pages");
+    }
+    void flush() {
+        if (!file.flush())
+            throw std::runtime_error("the drawn pages could not be written");
+    }
+    PendingOutput scratch;
+    QFile file;
+};
 
 } // namespace
 
@@ -119,20 +150,33 @@ QByteArray pdf(const QTextDocument& document, PageSize pageSize) {
 }
 
 void writePdf(const QTextDocument& document, PageSize pageSize, const std::filesystem::path& file) {
-    // The pages are drawn into a file of their own, never held whole in memory, that nothing
+    // The pages are drawn into files of their own, never held whole in memory, that nothing
     // outlives the conversion.
-    const PendingOutput scratch = PendingOutput::file(QDir::tempPath().toStdString(), "pdf");
-    QFile drawn(QString::fromStdString(scratch.path().string()));
-    if (!drawn.open(QIODevice::WriteOnly))
-        throw std::runtime_error("no room for the drawn pages");
     const std::vector<Section> sections = sectionsOf(document, pageSize);
     PdfLayout::PictureStandIns standIns(document);
-    PdfPages pages(sections.front().geometry, &drawn);
-    drawPages(pages, sections, document, standIns);
-    pages.finish();
-    if (!drawn.flush())
-        throw std::runtime_error("the drawn pages could not be written");
-    standIns.write(scratch.path(), pages.pageSizes(), file);
+    SliceSource source{document, standIns, {}};
+    DrawnFile frontFile;
+    DrawnFile backFile;
+    PdfPages front(sections.front().geometry, &frontFile.file);
+    PdfPages back(sections.front().geometry, &backFile.file);
+    std::vector<std::filesystem::path> drawn;
+    PdfLayout::PageSizes sizes;
+    {
+        SplitDrawing drawing(source, front, back);
+        drawPages(drawing, sections, source);
+        if (drawing.drewFront()) {
+            frontFile.flush();
+            drawn.push_back(frontFile.scratch.path());
+            sizes = front.pageSizes();
+        }
+        if (drawing.drewBack()) {
+            back.finish();
+            backFile.flush();
+            drawn.push_back(backFile.scratch.path());
+            sizes.insert(sizes.end(), back.pageSizes().begin(), back.pageSizes().end());
+        }
+    }
+    standIns.write(drawn, sizes, file);
 }
 
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize) {

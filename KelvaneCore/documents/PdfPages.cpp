@@ -207,6 +207,19 @@ void PdfPages::drawFirst(QTextDocument& document, int count) {
         draw(document, crossings, page);
 }
 
+void PdfPages::skip(int count) {
+    const int counted = std::min(count, maxPages - drawn_);
+    drawn_ += counted;
+    sectionPages_ += counted;
+    number_ += counted;
+}
+
+void PdfPages::recount() {
+    drawn_ = 0;
+    sectionPages_ = 0;
+    number_ = 0;
+}
+
 QByteArray PdfPages::finish() {
     if (!painter_.isActive())
         painter_.begin(&writer_); // an empty document is one blank page
@@ -222,8 +235,9 @@ void PdfPages::draw(QTextDocument& document, const std::vector<Crossing>& crossi
         // Pictures go in as they are, not re-encoded as JPEG.
         painter_.setRenderHint(QPainter::LosslessImageRendering);
     }
-    if (drawn_++ > 0)
+    if (written_++ > 0)
         writer_.newPage();
+    ++drawn_;
     drawPage(painter_, document, crossings, geometry_, page);
     const SectionPages::Lines lines =
         SectionPages::linesOn(geometry_.section, sectionPages_++, ++number_);

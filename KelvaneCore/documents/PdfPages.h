@@ -48,6 +48,13 @@ public:
     // Draws the first `count` pages of a laid-out document, as far as the page limit allows.
     void drawFirst(QTextDocument& document, int count);
 
+    // Counts `count` pages, as far as the page limit allows, as drawn into another PDF: the
+    // pages drawn next are numbered on from them.
+    void skip(int count);
+
+    // Counts the pages from the document's first again, before any is drawn.
+    void recount();
+
     bool full() const { return drawn_ >= maxPages; }
     double pageHeight() const { return geometry_.textArea.height(); }
 
@@ -65,7 +72,8 @@ private:
     QPdfWriter writer_;
     QPainter painter_;
     PageSizes sizes_;
-    int drawn_ = 0;
+    int drawn_ = 0;        // pages of the document, skipped ones too
+    int written_ = 0;      // pages of this PDF
     int sectionPages_ = 0; // drawn since the pages last turned to a section's
     int number_ = 0;       // the number of the last page drawn, as its section numbers it
 };

@@ -13,6 +13,7 @@
 #include <qpdf/QPDFWriter.hh>
 
 #include <map>
+#include <memory>
 #include <stdexcept>
 
 namespace kelvane::PdfLayout {
@@ -140,11 +141,21 @@ void configure(QPDFWriter& writer) {
 
 } // namespace
 
-void PictureStandIns::write(const std::filesystem::path& drawn, const PageSizes& sizes,
+void PictureStandIns::write(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
                             const std::filesystem::path& file) const {
     QPDF pdf;
     pdf.setSuppressWarnings(true);
-    pdf.processFile(drawn.c_str());
+    pdf.processFile(drawn.front().c_str());
+    // The pages of the other files are copied in, and read from them as the PDF is written.
+    std::vector<std::unique_ptr<QPDF>> others;
+    QPDFPageDocumentHelper pages(pdf);
+    for (std::size_t i = 1; i < drawn.size(); ++i) {
+        auto& other = others.emplace_back(std::make_unique<QPDF>());
+        other->setSuppressWarnings(true);
+        other->processFile(drawn[i].c_str());
+        for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(*other).getAllPages())
+            pages.addPage(page, false);
+    }
     replaceStandIns(pdf, *this, source_);
     setExactPageSizes(pdf, sizes);
     QPDFWriter writer(pdf, file.c_str());

@@ -34,9 +34,10 @@ public:
     // The pixel size of the picture `name` when it has a stand-in.
     std::optional<QSize> pixelSize(const QUrl& name);
 
-    // The PDF in the file `drawn` written to `file` with the pictures in place of their
-    // stand-ins and the pages given their exact sizes, streaming every picture through.
-    void write(const std::filesystem::path& drawn, const PageSizes& sizes,
+    // The pages of the PDF files `drawn`, one after another, written to `file` with the
+    // pictures in place of their stand-ins and the pages given their exact sizes, streaming
+    // every picture through.
+    void write(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
                const std::filesystem::path& file) const;
 
     struct Picture {
