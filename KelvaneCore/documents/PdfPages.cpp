@@ -199,9 +199,6 @@ void PdfPages::release(QTextDocument& document) {
 }
 
 void PdfPages::drawFirst(QTextDocument& document, int count) {
-    // Laid out to its end first: the layout is otherwise finished only as far as drawn, and the
-    // paragraphs running onto a next page are found from their lines.
-    document.pageCount();
     const std::vector<Crossing> crossings = crossingsOf(document, pageHeight());
     for (int page = 0; page < count && !full(); ++page)
         draw(document, crossings, page);

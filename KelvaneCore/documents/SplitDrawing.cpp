@@ -60,15 +60,19 @@ void SplitDrawing::add(const PlannedSlice& planned, QTextDocument& laidOut, bool
         drewFront_ = true;
         return;
     }
-    if (!drawingBack_ && !backWouldFinishFirst(planned, last)) {
+    if (!drawingBack_) {
+        const double back = backPagesFrom(planned, last);
         {
             const std::lock_guard guard(mutex_);
             if (failure_)
                 std::rethrow_exception(failure_);
-            planned_.push_back(planned);
+            if (!last && helperPagesLeft() + planned.pages < back) {
+                planned_.push_back(planned);
+                changed_.notify_one();
+                return;
+            }
         }
-        changed_.notify_one();
-        return;
+        turnToBack(back);
     }
     turnIfNew(back_, planned);
     back_.drawFirst(laidOut, planned.pages);
@@ -80,27 +84,23 @@ void SplitDrawing::add(const PlannedSlice& planned, QTextDocument& laidOut, bool
         std::rethrow_exception(failure_);
 }
 
-// Whether the planning thread would finish sooner drawing this slice and all after it than the
-// helper would given this slice too; if so, it turns to drawing them. In pages of work: the
-// helper has those given it still to draw, about half the one it is on; laying out and
-// drawing a page is one, drawing a laid-out page `drawingShare`. The pages to come are
-// guessed from the characters, at the pages per character so far.
-bool SplitDrawing::backWouldFinishFirst(const PlannedSlice& planned, bool last) {
+// The work the planning thread has left if it draws this slice and all after it, in pages:
+// laying out and drawing a page is one, drawing a laid-out page `drawingShare`. The pages to
+// come are guessed from the characters, at the pages per character so far. It turns to
+// drawing them once that is no more than the helper would have given this slice too.
+double SplitDrawing::backPagesFrom(const PlannedSlice& planned, bool last) const {
     const double pagesPerCharacter = plannedPages_ / std::max(1.0, double(planned.end));
     const double toCome = last ? 0 : (documentEnd_ - planned.end) * pagesPerCharacter;
-    const double back = planned.pages * drawingShare + toCome;
-    double front = planned.pages;
-    {
-        const std::lock_guard guard(mutex_);
-        if (taken_ > 0)
-            front += planned_[taken_ - 1].pages / 2.0;
-        for (std::size_t i = taken_; i < planned_.size(); ++i)
-            front += planned_[i].pages;
-    }
-    if (!last && front < back)
-        return false;
-    turnToBack(back);
-    return true;
+    return planned.pages * drawingShare + toCome;
+}
+
+// The pages the helper has still to draw of those given it: about half the one it is on.
+// Called holding `mutex_`.
+double SplitDrawing::helperPagesLeft() const {
+    double left = taken_ > 0 ? planned_[taken_ - 1].pages / 2.0 : 0;
+    for (std::size_t i = taken_; i < planned_.size(); ++i)
+        left += planned_[i].pages;
+    return left;
 }
 
 // Takes from the helper the slices it has not started that would leave the two threads with
@@ -109,9 +109,7 @@ void SplitDrawing::turnToBack(double backPages) {
     std::size_t split = 0;
     {
         const std::lock_guard guard(mutex_);
-        double front = taken_ > 0 ? planned_[taken_ - 1].pages / 2.0 : 0;
-        for (std::size_t i = taken_; i < planned_.size(); ++i)
-            front += planned_[i].pages;
+        double front = helperPagesLeft();
         split = planned_.size();
         while (split > taken_ && front - planned_[split - 1].pages / 2.0 > backPages) {
             front -= planned_[split - 1].pages;

@@ -54,7 +54,8 @@ public:
     bool drewBack() const { return drewBack_; }
 
 private:
-    bool backWouldFinishFirst(const PlannedSlice& planned, bool last);
+    double backPagesFrom(const PlannedSlice& planned, bool last) const;
+    double helperPagesLeft() const;
     void turnToBack(double backPages);
     void drawFront();
     void finishFront();
