@@ -2,6 +2,7 @@
 
 #include "documents/Metafiles.h"
 #include "documents/PackageDocument.h"
+#include "documents/PlainPictures.h"
 #include "documents/Units.h"
 
 #include <QBuffer>
@@ -22,14 +23,22 @@ namespace {
 // An image without a size of its own shows one image pixel per CSS pixel.
 constexpr double pointsPerImagePixel = 72.0 / 96.0;
 constexpr int maxImageSide = 20000; // refuse decompression bombs before decoding
-// Enough of a PNG or JPEG to find its size in, camera data and colour profiles before it.
+// Enough of a PNG or JPEG to find its size in: most give it in their first bytes, a camera's
+// JPEG after its metadata and colour profile.
+constexpr qsizetype firstHeadBytes = 16 * 1024;
 constexpr qsizetype headerBytes = 256 * 1024;
 
+// The size a PNG or JPEG states is read here: asking an image reader loads every image
+// format plugin there is.
 QSize pixelSize(const QByteArray& bytes) {
-    QBuffer buffer;
-    buffer.setData(bytes);
-    QImageReader reader(&buffer);
-    const QSize size = reader.size();
+    QSize size;
+    if (const auto stated = PdfLayout::statedSize(bytes)) {
+        size = *stated;
+    } else {
+        QBuffer buffer;
+        buffer.setData(bytes);
+        size = QImageReader(&buffer).size();
+    }
     return size.isValid() && size.width() <= maxImageSide && size.height() <= maxImageSide
                ? size
                : QSize();
@@ -81,6 +90,21 @@ QString newResourceName(const QTextDocument& document, const QString& format) {
         .arg(format == "png" ? "png" : "jpg");
 }
 
+struct PackagedPicture {
+    QString format; // none: not a PNG or JPEG
+    QSize pixels;   // invalid: unreadable, or too large
+};
+
+PackagedPicture packagedPicture(const ZipContainer& package, const std::string& partName) {
+    auto head = package.head(partName, firstHeadBytes);
+    const QString format = head ? formatOf(*head) : QString();
+    if (format.isEmpty())
+        return {};
+    if (!PdfLayout::statedSize(*head) && head->size() == firstHeadBytes)
+        head = package.head(partName, headerBytes);
+    return {format, head ? pixelSize(*head) : QSize()};
+}
+
 void insertNamed(QTextCursor& cursor, const QString& name, QSize pixels, QSizeF displaySize) {
     if (displaySize.isEmpty())
         displaySize = QSizeF(pixels) * pointsPerImagePixel;
@@ -124,16 +148,15 @@ bool insertPart(QTextCursor& cursor, const ZipContainer& package, const std::str
         // written.
         auto* document = dynamic_cast<PackageDocument*>(cursor.document());
         const bool own = document != nullptr && &document->package() == &package;
-        const auto head = own ? package.head(partName, headerBytes) : std::nullopt;
-        const QString format = head ? formatOf(*head) : QString();
-        const QSize pixels = format.isEmpty() ? QSize() : pixelSize(*head);
-        if (!pixels.isValid()) {
+        const PackagedPicture picture =
+            own ? packagedPicture(package, partName) : PackagedPicture();
+        if (!picture.pixels.isValid()) {
             const auto bytes = package.part(partName);
             return bytes && insert(cursor, *bytes, displaySize);
         }
-        const QString name = newResourceName(*document, format);
+        const QString name = newResourceName(*document, picture.format);
         document->addPicture(name, partName);
-        insertNamed(cursor, name, pixels, displaySize);
+        insertNamed(cursor, name, picture.pixels, displaySize);
         return true;
     } catch (const std::runtime_error&) {
         return false; // a damaged picture leaves its alternative text

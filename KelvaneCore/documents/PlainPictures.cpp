@@ -15,16 +15,43 @@ bool isFrameStart(int marker) {
     return marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc;
 }
 
+// Calls `segment(marker, at, length)` for each marker segment of a JPEG, its data at `at`
+// and `length` counting the two bytes of the length itself, until it returns false.
+template <typename Segment> void forEachSegment(const QByteArray& bytes, Segment segment) {
+    if (!bytes.startsWith("\xff\xd8"))
+        return;
+    qsizetype at = 2;
+    while (at + 4 <= bytes.size()) {
+        if (byteAt(bytes, at) != 0xff)
+            return;
+        const int marker = byteAt(bytes, at + 1);
+        at += 2;
+        if (marker == 0xff) {
+            --at; // fill byte
+            continue;
+        }
+        if (marker == 0x01 || (marker >= 0xd0 && marker <= 0xd7))
+            continue;
+        const int length = wordAt(bytes, at);
+        if (marker == 0xd8 || marker == 0xd9 || length < 2 || at + length > bytes.size() ||
+            !segment(marker, at + 2, length))
+            return;
+        at += length;
+    }
+}
+
+// The width and height a frame's data at `at` gives.
+QSize frameSize(const QByteArray& bytes, qsizetype at) {
+    return QSize(wordAt(bytes, at + 3), wordAt(bytes, at + 1));
+}
+
 // Baseline, extended and progressive Huffman-coded frames of eight-bit samples: what every
-// PDF reader decodes.
+// PDF reader decodes. The frame's data is at `at`.
 std::optional<PlainPicture> frameOf(const QByteArray& bytes, int marker, qsizetype at, int length) {
     if ((marker != 0xc0 && marker != 0xc1 && marker != 0xc2) || length < 8)
         return std::nullopt;
-    const PlainPicture jpeg{PlainPicture::Kind::jpeg,
-                            QSize(wordAt(bytes, at + 3), wordAt(bytes, at + 1)),
-                            byteAt(bytes, at + 5),
-                            8,
-                            {}};
+    const PlainPicture jpeg{
+        PlainPicture::Kind::jpeg, frameSize(bytes, at), byteAt(bytes, at + 5), 8, {}};
     if (byteAt(bytes, at) != 8 || jpeg.pixels.isEmpty() ||
         (jpeg.components != 1 && jpeg.components != 3))
         return std::nullopt;
@@ -63,40 +90,23 @@ template <typename Chunk> bool forEachChunk(const QByteArray& bytes, Chunk chunk
 } // namespace
 
 std::optional<PlainPicture> plainJpeg(const QByteArray& bytes) {
-    if (!bytes.startsWith("\xff\xd8"))
-        return std::nullopt;
     std::optional<PlainPicture> frame;
-    qsizetype at = 2;
-    while (at + 4 <= bytes.size()) {
-        if (byteAt(bytes, at) != 0xff)
-            return std::nullopt;
-        const int marker = byteAt(bytes, at + 1);
-        at += 2;
-        if (marker == 0xff) {
-            --at; // fill byte
-            continue;
-        }
-        if (marker == 0x01 || (marker >= 0xd0 && marker <= 0xd7))
-            continue;
-        const int length = wordAt(bytes, at);
-        if (marker == 0xd8 || marker == 0xd9 || length < 2 || at + length > bytes.size())
-            return std::nullopt;
+    qsizetype scanEnd = -1; // where the header of the first scan ends
+    forEachSegment(bytes, [&](int marker, qsizetype at, int length) {
         if (isFrameStart(marker)) {
             if (frame)
-                return std::nullopt;
-            frame = frameOf(bytes, marker, at + 2, length);
-            if (!frame)
-                return std::nullopt;
+                return false;
+            frame = frameOf(bytes, marker, at, length);
+            return frame.has_value();
         }
-        if (marker == 0xda) {
-            // The scans run to the end marker; a file cut short has none.
-            if (!frame || bytes.lastIndexOf("\xff\xd9") < at + length)
-                return std::nullopt;
-            return frame;
-        }
-        at += length;
-    }
-    return std::nullopt;
+        if (marker == 0xda)
+            scanEnd = at + length - 2;
+        return marker != 0xda;
+    });
+    // The scans run to the end marker; a file cut short has none.
+    if (!frame || scanEnd < 0 || bytes.lastIndexOf("\xff\xd9") < scanEnd)
+        return std::nullopt;
+    return frame;
 }
 
 std::optional<PlainPicture> plainPng(const QByteArray& bytes) {
@@ -138,6 +148,29 @@ std::optional<PlainPicture> plainPng(const QByteArray& bytes) {
     return PlainPicture{PlainPicture::Kind::png,
                         QSize(static_cast<int>(width), static_cast<int>(height)),
                         colourType == 2 ? 3 : 1, depth, palette};
+}
+
+std::optional<QSize> statedSize(const QByteArray& head) {
+    if (head.startsWith(pngSignature)) {
+        if (head.size() < pngSignatureSize + 25 || head.mid(12, 4) != "IHDR")
+            return std::nullopt;
+        const quint32 width = longAt(head, 16);
+        const quint32 height = longAt(head, 20);
+        const int depth = byteAt(head, 24);
+        const int colourType = byteAt(head, 25);
+        if (width == 0 || height == 0 || width > 0x7fffffff || height > 0x7fffffff ||
+            !QByteArrayView("\x01\x02\x04\x08\x10").contains(char(depth)) ||
+            !QByteArrayView("\x00\x02\x03\x04\x06", 5).contains(char(colourType)))
+            return std::nullopt;
+        return QSize(static_cast<int>(width), static_cast<int>(height));
+    }
+    std::optional<QSize> size;
+    forEachSegment(head, [&](int marker, qsizetype at, int length) {
+        if (isFrameStart(marker) && length >= 8 && !frameSize(head, at).isEmpty())
+            size = frameSize(head, at);
+        return !size && marker != 0xda;
+    });
+    return size;
 }
 
 std::optional<PlainPicture> plainPicture(const QByteArray& bytes) {

@@ -26,6 +26,9 @@ std::optional<PlainPicture> plainPng(const QByteArray& bytes);
 
 std::optional<PlainPicture> plainPicture(const QByteArray& bytes);
 
+// The pixel size a PNG or JPEG gives in its header, from as much of its start as holds it.
+std::optional<QSize> statedSize(const QByteArray& head);
+
 // The compressed rows of a PNG: its image data chunks joined, as a PDF stream takes them.
 QByteArray pngRows(const QByteArray& bytes);
 

@@ -287,6 +287,18 @@ QByteArray photo(int width, int height) {
     return fixtures::encodedBytes(image, "JPEG");
 }
 
+// The JPEG as a camera writes one: its frame, which gives its size, after some 40 KB of
+// metadata in two application segments.
+QByteArray withCameraMetadata(const QByteArray& jpeg) {
+    QByteArray segments;
+    for (const char marker : {'\xe1', '\xe2'}) {
+        const int length = 20000;
+        segments += QByteArray("\xff") + marker + char(length >> 8) + char(length & 0xff) +
+                    QByteArray(length - 2, 'm');
+    }
+    return jpeg.left(2) + segments + jpeg.mid(2);
+}
+
 // Text, the photo and `picture` in one paragraph.
 docx::Parts photoPackage(const QByteArray& jpeg) {
     return docx::package(docx::documentPart("<w:p><w:r><w:t>before</w:t></w:r>" +
@@ -311,12 +323,12 @@ qsizetype picturesIn(const fs::path& pdf) {
     return QString::fromUtf8(pdfimages.readAllStandardOutput()).split(u'\n').filter(row).size();
 }
 
-// Pictures stay in their package until a page or a writer asks for them: a DOCX of a JPEG
-// photo and a PNG, and our ODT of it, give both, unchanged, to the PDF, DOCX and ODT made of
-// them.
+// Pictures stay in their package until a page or a writer asks for them: a DOCX of a camera's
+// JPEG photo and a PNG, and our ODT of it, give both, unchanged, to the PDF, DOCX and ODT made
+// of them.
 TEST(DocxReader, PicturesReachEveryOutputFromThePackage) {
     TempFolder temp;
-    const QByteArray jpeg = photo(320, 240);
+    const QByteArray jpeg = withCameraMetadata(photo(320, 240));
     const fs::path docxFile = docx::write(temp, "photos.docx", photoPackage(jpeg));
     const fs::path odtFile = DocumentTools::convert(docxFile, Recipe::docToODT, {});
     for (const fs::path& source : {docxFile, odtFile}) {
