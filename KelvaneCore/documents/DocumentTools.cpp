@@ -3,18 +3,16 @@
 #include "catalogue/FileKind.h"
 #include "catalogue/TypeTable.h"
 #include "documents/DocumentFormats.h"
+#include "documents/DrawingPreparation.h"
 #include "naming/ConversionError.h"
 #include "naming/OutputNaming.h"
 #include "naming/PendingOutput.h"
 
 #include <QFile>
 #include <QFont>
-#include <QFontDatabase>
 #include <QTextDocument>
 
-#include <future>
 #include <stdexcept>
-#include <system_error>
 
 namespace kelvane::DocumentTools {
 namespace {
@@ -114,16 +112,6 @@ void writeCarryingPictures(const QTextDocument& document, Recipe recipe, PageSiz
         throw std::runtime_error("the result could not be written whole");
 }
 
-// The fonts of the system take some 10 ms to gather, which the layout waits for; for a PDF
-// they are gathered while the input is read.
-std::future<void> gatherFontsMeanwhile() {
-    try {
-        return std::async(std::launch::async, [] { QFontDatabase::families(); });
-    } catch (const std::system_error&) {
-        return {}; // no thread to spare: the layout gathers them
-    }
-}
-
 } // namespace
 
 std::optional<DocumentType> readType(const std::filesystem::path& url) {
@@ -168,14 +156,19 @@ std::unique_ptr<QTextDocument> read(const std::filesystem::path& url) {
 
 std::filesystem::path convert(const std::filesystem::path& input, Recipe recipe,
                               const ConversionOptions& options) {
-    const auto fonts = recipe == Recipe::docToPDF ? gatherFontsMeanwhile() : std::future<void>();
+    const bool plainText = readType(input) == DocumentType::plainText;
+    std::optional<DrawingPreparation> preparation;
+    if (recipe == Recipe::docToPDF)
+        preparation.emplace(!plainText);
     QByteArray bytes;
     std::string ext;
-    if (recipe == Recipe::docToPDF && readType(input) == DocumentType::plainText) {
+    if (recipe == Recipe::docToPDF && plainText) {
         ext = "pdf";
         bytes = plainTextToPdf(input, options);
     } else {
         const auto document = read(input);
+        if (preparation)
+            preparation->inputRead();
         const auto extension = recipe.outputExtension();
         if (!extension)
             throw ConversionError::unsupportedRecipe();

@@ -10,6 +10,12 @@ namespace {
 constexpr QRgb standInMark = 0xff4b17e3;
 constexpr std::size_t maxPictures = 0xffffff;
 
+// The bytes of a picture, read whole to see that it can go into the PDF as it is, are kept
+// for the PDF when it is small and the pictures kept so far leave room: read again, it would
+// be inflated from the package once more.
+constexpr qsizetype maxKeptPicture = 1 << 20;
+constexpr qsizetype maxKeptBytes = 16 << 20;
+
 int byteAt(const QByteArray& bytes, qsizetype at) {
     return static_cast<unsigned char>(bytes[at]);
 }
@@ -22,9 +28,13 @@ const std::optional<std::size_t>& PictureStandIns::known(const QUrl& name) {
     std::optional<std::size_t> id;
     const QVariant resource = source_.resource(QTextDocument::ImageResource, name);
     if (resource.typeId() == QMetaType::QByteArray && pictures_.size() < maxPictures) {
-        if (const auto plain = plainPicture(resource.toByteArray())) {
+        const QByteArray bytes = resource.toByteArray();
+        if (const auto plain = plainPicture(bytes)) {
             id = pictures_.size();
-            pictures_.push_back({name, *plain});
+            const bool keep =
+                bytes.size() <= maxKeptPicture && keptBytes_ + bytes.size() <= maxKeptBytes;
+            keptBytes_ += keep ? bytes.size() : 0;
+            pictures_.push_back({name, *plain, keep ? bytes : QByteArray()});
             const int number = static_cast<int>(*id);
             QImage image(2, 1, QImage::Format_RGB32);
             image.setPixel(0, 0, standInMark);
@@ -45,14 +55,32 @@ std::optional<QSize> PictureStandIns::pixelSize(const QUrl& name) {
     return id ? std::optional(pictures_[*id].plain.pixels) : std::nullopt;
 }
 
-const PictureStandIns::Picture* PictureStandIns::pictureOf(const QByteArray& pixels) const {
+std::optional<std::size_t> PictureStandIns::pictureOf(const QByteArray& pixels) const {
     const QRgb mark = standInMark;
     if (pixels.size() != 6 || byteAt(pixels, 0) != qRed(mark) ||
         byteAt(pixels, 1) != qGreen(mark) || byteAt(pixels, 2) != qBlue(mark))
-        return nullptr;
+        return std::nullopt;
     const auto id = static_cast<std::size_t>(byteAt(pixels, 3) << 16 | byteAt(pixels, 4) << 8 |
                                              byteAt(pixels, 5));
-    return id < pictures_.size() ? &pictures_[id] : nullptr;
+    return id < pictures_.size() ? std::optional(id) : std::nullopt;
+}
+
+const PlainPicture& PictureStandIns::plain(std::size_t picture) const {
+    return pictures_.at(picture).plain;
+}
+
+QByteArray PictureStandIns::streamData(std::size_t picture) const {
+    const Picture& kept = pictures_.at(picture);
+    const QByteArray bytes =
+        !kept.bytes.isEmpty()
+            ? kept.bytes
+            : source_.resource(QTextDocument::ImageResource, kept.name).toByteArray();
+    return kept.plain.kind == PlainPicture::Kind::png ? pngRows(bytes) : bytes;
+}
+
+void PictureStandIns::write(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
+                            const std::filesystem::path& file) const {
+    PictureTools::tools().joinDrawnPdfs(drawn, sizes, file, *this);
 }
 
 } // namespace kelvane::PdfLayout

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "documents/PdfPages.h"
+#include "documents/PictureTools.h"
 #include "documents/PlainPictures.h"
 
 #include <QByteArray>
@@ -21,7 +22,7 @@ namespace kelvane::PdfLayout {
 // encoded again. While pages are drawn, each is a tiny image that names it; once the pages are
 // written, each tiny image in the PDF is given its picture's bytes, fetched from the document
 // only then.
-class PictureStandIns {
+class PictureStandIns final : public PictureTools::StandIns {
 public:
     // Pictures are fetched from `source`, which must outlive the stand-ins.
     explicit PictureStandIns(const QTextDocument& source)
@@ -40,20 +41,24 @@ public:
     void write(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
                const std::filesystem::path& file) const;
 
+    std::optional<std::size_t> pictureOf(const QByteArray& pixels) const override;
+    const PlainPicture& plain(std::size_t picture) const override;
+    QByteArray streamData(std::size_t picture) const override;
+
+private:
     struct Picture {
         QUrl name;
         PlainPicture plain;
+        QByteArray bytes; // kept from the drawing when small; else fetched again to be written
     };
-    // The picture a stand-in names, from its pixels: none for any other image.
-    const Picture* pictureOf(const QByteArray& pixels) const;
 
-private:
     const std::optional<std::size_t>& known(const QUrl& name);
 
     const QTextDocument& source_;
     std::map<QUrl, std::optional<std::size_t>> known_; // index in pictures_, none: drawn as is
     std::vector<Picture> pictures_;
     std::vector<QImage> images_; // the stand-in of each picture
+    qsizetype keptBytes_ = 0;
 };
 
 } // namespace kelvane::PdfLayout

@@ -1,4 +1,4 @@
-#include "documents/Metafiles.h"
+#include "documents/pictures/PictureToolsModule.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -25,7 +25,7 @@ extern "C" {
 // Enhanced metafiles are drawn in two steps: emf2svg turns their records into SVG, which
 // librsvg paints through cairo. Qt's own SVG renderer was the other candidate; it ignores
 // clip paths and patterns, which emf2svg writes for clipped regions and hatched brushes.
-namespace kelvane::Metafiles {
+namespace kelvane::PictureDrawing {
 namespace {
 
 constexpr double pixelsPerInch = 150;
@@ -33,8 +33,6 @@ constexpr double hundredthsOfMillimetrePerInch = 2540;
 constexpr qsizetype maxBytes = 16 * 1024 * 1024;
 constexpr quint32 headerRecord = 1;
 constexpr quint32 endRecord = 14;
-constexpr quint32 signature = 0x464d4520; // " EMF"
-constexpr qsizetype headerSize = 88;
 constexpr double maxFontSize = 100000; // in the drawing's own units
 constexpr qint64 maxImagePixels = 25'000'000;
 
@@ -228,13 +226,8 @@ QImage painted(const QByteArray& svg, QSize size) {
 
 } // namespace
 
-bool isEnhancedMetafile(const QByteArray& bytes) {
-    return bytes.size() >= headerSize && wordAt(bytes, 0) == headerRecord &&
-           wordAt(bytes, 40) == signature && wordAt(bytes, 4) >= headerSize;
-}
-
 QImage drawEnhancedMetafile(const QByteArray& bytes, int maxSide) {
-    if (!isEnhancedMetafile(bytes) || bytes.size() > maxBytes)
+    if (bytes.size() > maxBytes)
         return {};
     const auto records = wholeRecords(bytes);
     const QSize size = pixelSize(bytes, maxSide);
@@ -252,4 +245,4 @@ QImage drawEnhancedMetafile(const QByteArray& bytes, int maxSide) {
     return onWhite;
 }
 
-} // namespace kelvane::Metafiles
+} // namespace kelvane::PictureDrawing

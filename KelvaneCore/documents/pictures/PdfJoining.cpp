@@ -1,9 +1,8 @@
 // The library's headers use only standard smart pointers.
 #define POINTERHOLDER_TRANSITION 4
 
-#include "documents/PictureStandIns.h"
+#include "documents/pictures/PictureToolsModule.h"
 
-#include <QTextDocument>
 #include <qpdf/Buffer.hh>
 #include <qpdf/Pipeline.hh>
 #include <qpdf/QPDF.hh>
@@ -14,9 +13,14 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
-namespace kelvane::PdfLayout {
+namespace kelvane::PdfJoining {
+
+using PdfLayout::PageSizes;
+using PdfLayout::PlainPicture;
+using PictureTools::StandIns;
 namespace {
 
 bool hasInteger(QPDFObjectHandle dictionary, const char* key, long long value) {
@@ -25,25 +29,20 @@ bool hasInteger(QPDFObjectHandle dictionary, const char* key, long long value) {
 }
 
 // The picture a stand-in image of the PDF names: an eight-bit colour image of two pixels.
-const PictureStandIns::Picture* pictureDrawnAs(QPDFObjectHandle image,
-                                               const PictureStandIns& standIns) {
+std::optional<std::size_t> pictureDrawnAs(QPDFObjectHandle image, const StandIns& standIns) {
     QPDFObjectHandle dictionary = image.getDict();
     if (!hasInteger(dictionary, "/Width", 2) || !hasInteger(dictionary, "/Height", 1) ||
         !hasInteger(dictionary, "/BitsPerComponent", 8) ||
         !dictionary.getKey("/ColorSpace").isNameAndEquals("/DeviceRGB") ||
         dictionary.hasKey("/SMask") || dictionary.hasKey("/Mask"))
-        return nullptr;
+        return std::nullopt;
     const std::shared_ptr<Buffer> pixels = image.getStreamData(qpdf_dl_generalized);
     return standIns.pictureOf(QByteArray(reinterpret_cast<const char*>(pixels->getBuffer()),
                                          static_cast<qsizetype>(pixels->getSize())));
 }
 
-// The picture's JPEG as it is, or its PNG's compressed rows.
-void writePicture(const QTextDocument& source, const PictureStandIns::Picture& picture,
-                  Pipeline* pipeline) {
-    QByteArray bytes = source.resource(QTextDocument::ImageResource, picture.name).toByteArray();
-    if (picture.plain.kind == PlainPicture::Kind::png)
-        bytes = pngRows(bytes);
+void writePicture(const StandIns& standIns, std::size_t picture, Pipeline* pipeline) {
+    const QByteArray bytes = standIns.streamData(picture);
     pipeline->write(reinterpret_cast<const unsigned char*>(bytes.constData()),
                     static_cast<std::size_t>(bytes.size()));
     pipeline->finish();
@@ -68,10 +67,9 @@ QPDFObjectHandle colourSpace(const PlainPicture& plain) {
     return QPDFObjectHandle::newName(plain.components == 1 ? "/DeviceGray" : "/DeviceRGB");
 }
 
-// The image takes the picture's bytes, read from the document when the PDF is written.
-void giveBytes(QPDFObjectHandle image, const PictureStandIns::Picture& picture,
-               const QTextDocument& source) {
-    const PlainPicture& plain = picture.plain;
+// The image takes the picture's bytes, fetched when the PDF is written.
+void giveBytes(QPDFObjectHandle image, std::size_t picture, const StandIns& standIns) {
+    const PlainPicture& plain = standIns.plain(picture);
     QPDFObjectHandle dictionary = image.getDict();
     dictionary.replaceKey("/Width", QPDFObjectHandle::newInteger(plain.pixels.width()));
     dictionary.replaceKey("/Height", QPDFObjectHandle::newInteger(plain.pixels.height()));
@@ -81,30 +79,30 @@ void giveBytes(QPDFObjectHandle image, const PictureStandIns::Picture& picture,
     dictionary.removeKey("/DecodeParms");
     const bool png = plain.kind == PlainPicture::Kind::png;
     image.replaceStreamData(
-        [&source, &picture](Pipeline* pipeline) { writePicture(source, picture, pipeline); },
+        [&standIns, picture](Pipeline* pipeline) { writePicture(standIns, picture, pipeline); },
         QPDFObjectHandle::newName(png ? "/FlateDecode" : "/DCTDecode"),
         png ? pngPredictors(plain) : QPDFObjectHandle::newNull());
 }
 
 // Gives each stand-in of the PDF its picture. A picture drawn more than once is kept once:
 // every page that shows it refers to the first image that took its bytes.
-void replaceStandIns(QPDF& pdf, const PictureStandIns& standIns, const QTextDocument& source) {
-    std::map<QPDFObjGen, const PictureStandIns::Picture*> seen;
-    std::map<const PictureStandIns::Picture*, QPDFObjectHandle> placed;
+void replaceStandIns(QPDF& pdf, const StandIns& standIns) {
+    std::map<QPDFObjGen, std::optional<std::size_t>> seen;
+    std::map<std::size_t, QPDFObjectHandle> placed;
     for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(pdf).getAllPages()) {
         page.forEachImage(
             true, [&](QPDFObjectHandle& image, QPDFObjectHandle& images, const std::string& key) {
                 auto found = seen.find(image.getObjGen());
                 if (found == seen.end())
                     found = seen.emplace(image.getObjGen(), pictureDrawnAs(image, standIns)).first;
-                const PictureStandIns::Picture* picture = found->second;
-                if (picture == nullptr)
+                const std::optional<std::size_t> picture = found->second;
+                if (!picture)
                     return;
-                if (const auto first = placed.find(picture); first != placed.end()) {
+                if (const auto first = placed.find(*picture); first != placed.end()) {
                     images.replaceKey(key, first->second);
                 } else {
-                    giveBytes(image, *picture, source);
-                    placed.emplace(picture, image);
+                    giveBytes(image, *picture, standIns);
+                    placed.emplace(*picture, image);
                 }
             });
     }
@@ -141,8 +139,8 @@ void configure(QPDFWriter& writer) {
 
 } // namespace
 
-void PictureStandIns::write(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
-                            const std::filesystem::path& file) const {
+void joinDrawnPdfs(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
+                   const std::filesystem::path& file, const StandIns& standIns) {
     QPDF pdf;
     pdf.setSuppressWarnings(true);
     pdf.processFile(drawn.front().c_str());
@@ -156,11 +154,11 @@ void PictureStandIns::write(const std::vector<std::filesystem::path>& drawn, con
         for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(*other).getAllPages())
             pages.addPage(page, false);
     }
-    replaceStandIns(pdf, *this, source_);
+    replaceStandIns(pdf, standIns);
     setExactPageSizes(pdf, sizes);
     QPDFWriter writer(pdf, file.c_str());
     configure(writer);
     writer.write();
 }
 
-} // namespace kelvane::PdfLayout
+} // namespace kelvane::PdfJoining
