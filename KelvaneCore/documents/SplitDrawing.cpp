@@ -10,10 +10,10 @@ constexpr int splitCharacters = 100000;
 // Slices of a document drawn on one thread are long, to lay out again as little as can be of
 // the pages they are cut in; on two, shorter, to share the pages evenly.
 constexpr int longSliceCharacters = 200000;
-constexpr int shortSliceCharacters = 50000;
+constexpr int shortSliceCharacters = 30000;
 
 // Drawing a slice, laid out already, takes about this share of laying out and drawing one.
-constexpr double drawingShare = 0.6;
+constexpr double drawingShare = 0.7;
 
 void turnIfNew(PdfPages& pages, const PlannedSlice& planned) {
     if (planned.section != nullptr)
