@@ -13,7 +13,8 @@ FILES = [
     "usr/bin/kelvane",
     "usr/bin/kelvane-cli",
     "usr/libexec/kelvane/kelvane-worker",
-] + [f"usr/lib/kelvane/kelvane-{family}.so" for family in ("images", "media", "documents", "archives")
+] + [f"usr/lib/kelvane/kelvane-{module}.so" for module in ("images", "media", "documents",
+                                                           "document-pictures", "archives")
 ] + [
     f"usr/share/applications/{APP_ID}.desktop",
     f"usr/share/metainfo/{APP_ID}.metainfo.xml",
