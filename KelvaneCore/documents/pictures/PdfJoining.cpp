@@ -21,6 +21,7 @@ namespace kelvane::PdfJoining {
 using PdfLayout::PageSizes;
 using PdfLayout::PlainPicture;
 using PictureTools::StandIns;
+
 namespace {
 
 bool hasInteger(QPDFObjectHandle dictionary, const char* key, long long value) {
