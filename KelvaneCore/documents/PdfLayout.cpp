@@ -1,6 +1,7 @@
 #include "documents/DocumentTools.h"
 #include "documents/LayoutSlices.h"
 #include "documents/PdfPages.h"
+#include "documents/PictureTools.h"
 #include "documents/SectionPages.h"
 #include "documents/SplitDrawing.h"
 #include "naming/PendingOutput.h"
@@ -14,6 +15,7 @@
 #include <QTextFrame>
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <vector>
@@ -134,6 +136,11 @@ struct DrawnFile {
         if (!file.flush())
             throw std::runtime_error("the drawn pages could not be written");
     }
+    // The drawn pages, read back to be joined with those drawn after them.
+    std::unique_ptr<PictureTools::DrawnPdf> readBack() {
+        flush();
+        return PictureTools::tools().readDrawnPdf(scratch.path());
+    }
     PendingOutput scratch;
     QFile file;
 };
@@ -159,24 +166,29 @@ void writePdf(const QTextDocument& document, PageSize pageSize, const std::files
     DrawnFile backFile;
     PdfPages front(sections.front().geometry, &frontFile.file);
     PdfPages back(sections.front().geometry, &backFile.file);
-    std::vector<std::filesystem::path> drawn;
+    std::unique_ptr<PictureTools::DrawnPdf> first; // read back by the thread that drew it
+    std::vector<std::filesystem::path> rest;
     PdfLayout::PageSizes sizes;
     {
-        SplitDrawing drawing(source, front, back);
+        SplitDrawing drawing(source, front, back, [&] { first = frontFile.readBack(); });
         drawPages(drawing, sections, source);
         if (drawing.drewFront()) {
-            frontFile.flush();
-            drawn.push_back(frontFile.scratch.path());
+            if (!first)
+                first = frontFile.readBack();
             sizes = front.pageSizes();
         }
         if (drawing.drewBack()) {
             back.finish();
-            backFile.flush();
-            drawn.push_back(backFile.scratch.path());
+            if (first) {
+                backFile.flush();
+                rest.push_back(backFile.scratch.path());
+            } else {
+                first = backFile.readBack();
+            }
             sizes.insert(sizes.end(), back.pageSizes().begin(), back.pageSizes().end());
         }
     }
-    standIns.write(drawn, sizes, file);
+    first->writeJoined(rest, sizes, file, standIns);
 }
 
 QByteArray plainTextPdf(const QString& text, const QFont& font, PageSize pageSize) {

@@ -78,9 +78,4 @@ QByteArray PictureStandIns::streamData(std::size_t picture) const {
     return kept.plain.kind == PlainPicture::Kind::png ? pngRows(bytes) : bytes;
 }
 
-void PictureStandIns::write(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
-                            const std::filesystem::path& file) const {
-    PictureTools::tools().joinDrawnPdfs(drawn, sizes, file, *this);
-}
-
 } // namespace kelvane::PdfLayout

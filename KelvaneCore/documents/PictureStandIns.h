@@ -1,6 +1,5 @@
 #pragma once
 
-#include "documents/PdfPages.h"
 #include "documents/PictureTools.h"
 #include "documents/PlainPictures.h"
 
@@ -9,7 +8,6 @@
 #include <QSize>
 #include <QUrl>
 
-#include <filesystem>
 #include <map>
 #include <optional>
 #include <vector>
@@ -34,12 +32,6 @@ public:
 
     // The pixel size of the picture `name` when it has a stand-in.
     std::optional<QSize> pixelSize(const QUrl& name);
-
-    // The pages of the PDF files `drawn`, one after another, written to `file` with the
-    // pictures in place of their stand-ins and the pages given their exact sizes, streaming
-    // every picture through.
-    void write(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
-               const std::filesystem::path& file) const;
 
     std::optional<std::size_t> pictureOf(const QByteArray& pixels) const override;
     const PlainPicture& plain(std::size_t picture) const override;

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -31,16 +32,25 @@ protected:
     ~StandIns() = default;
 };
 
+// A drawn PDF read back, ready to be joined with the PDFs drawn after it.
+class DrawnPdf {
+public:
+    virtual ~DrawnPdf() = default;
+    // Its pages, then those of the PDF files `rest`, written to `file` with the pictures in
+    // place of their stand-ins and the pages given their exact sizes.
+    virtual void writeJoined(const std::vector<std::filesystem::path>& rest,
+                             const PdfLayout::PageSizes& sizes, const std::filesystem::path& file,
+                             const StandIns& standIns) = 0;
+};
+
 struct Tools {
     // A Windows metafile drawn as a PNG, as Metafiles::drawWindowsMetafile describes.
     QByteArray (*drawWindowsMetafile)(const QByteArray& bytes, int maxSide);
     // An enhanced metafile drawn as an image, as Metafiles::drawEnhancedMetafile describes.
     QImage (*drawEnhancedMetafile)(const QByteArray& bytes, int maxSide);
-    // The pages of the PDF files `drawn`, one after another, written to `file` with the
-    // pictures in place of their stand-ins and the pages given their exact sizes.
-    void (*joinDrawnPdfs)(const std::vector<std::filesystem::path>& drawn,
-                          const PdfLayout::PageSizes& sizes, const std::filesystem::path& file,
-                          const StandIns& standIns);
+    // Reads the drawn PDF file `drawn` back for joining. That part of the joining needs none of
+    // the files drawn after it: a thread done drawing can do it while another draws on.
+    std::unique_ptr<DrawnPdf> (*readDrawnPdf)(const std::filesystem::path& drawn);
 };
 
 // The module's tools, loaded on first use and kept. Safe to call from any thread. Throws

@@ -1,5 +1,7 @@
 #include "documents/SplitDrawing.h"
 
+#include <utility>
+
 namespace kelvane::PdfLayout {
 namespace {
 
@@ -29,10 +31,12 @@ void draw(PdfPages& pages, SliceSource& source, const PlannedSlice& planned) {
 
 } // namespace
 
-SplitDrawing::SplitDrawing(SliceSource& source, PdfPages& front, PdfPages& back)
+SplitDrawing::SplitDrawing(SliceSource& source, PdfPages& front, PdfPages& back,
+                           std::function<void()> frontDrawn)
     : source_(source)
     , front_(front)
     , back_(back)
+    , frontDrawn_(std::move(frontDrawn))
     , documentEnd_(source.document.characterCount() - 1) {
     if (source.document.characterCount() < splitCharacters)
         return;
@@ -156,8 +160,16 @@ void SplitDrawing::drawFront() {
 // The fonts of a thread go with it: its PDF is finished, its fonts written, before it ends.
 void SplitDrawing::finishFront() {
     try {
-        if (taken_ > 0)
-            front_.finish();
+        if (taken_ == 0)
+            return;
+        front_.finish();
+        bool stopped = false;
+        {
+            const std::lock_guard guard(mutex_);
+            stopped = stopping_ || failure_;
+        }
+        if (!stopped)
+            frontDrawn_();
     } catch (...) {
         const std::lock_guard guard(mutex_);
         if (!failure_)

@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <exception>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -34,7 +35,10 @@ struct PlannedSlice {
 // between the threads.
 class SplitDrawing {
 public:
-    SplitDrawing(SliceSource& source, PdfPages& front, PdfPages& back);
+    // `frontDrawn` is called on the helper thread once it has finished the front PDF, with
+    // the back one still to come.
+    SplitDrawing(SliceSource& source, PdfPages& front, PdfPages& back,
+                 std::function<void()> frontDrawn);
     ~SplitDrawing();
     SplitDrawing(const SplitDrawing&) = delete;
     SplitDrawing& operator=(const SplitDrawing&) = delete;
@@ -64,6 +68,7 @@ private:
     SliceSource& source_;
     PdfPages& front_;
     PdfPages& back_;
+    std::function<void()> frontDrawn_;
     int documentEnd_;
     std::mutex mutex_;
     std::condition_variable changed_;

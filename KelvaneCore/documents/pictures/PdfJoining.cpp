@@ -3,6 +3,7 @@
 
 #include "documents/pictures/PictureToolsModule.h"
 
+#include <QFile>
 #include <qpdf/Buffer.hh>
 #include <qpdf/Pipeline.hh>
 #include <qpdf/QPDF.hh>
@@ -138,28 +139,62 @@ void configure(QPDFWriter& writer) {
     writer.setCompressStreams(false);
 }
 
+// A drawn PDF read through a memory map: qpdf reads a file in many small pieces, and from a
+// file each piece costs a seek and a read.
+class MappedPdf {
+public:
+    explicit MappedPdf(const std::filesystem::path& drawn)
+        : file_(QString::fromStdString(drawn.string())) {
+        const uchar* bytes = file_.open(QIODevice::ReadOnly) ? file_.map(0, file_.size()) : nullptr;
+        if (bytes == nullptr)
+            throw std::runtime_error("the drawn pages cannot be read back");
+        pdf_.setSuppressWarnings(true);
+        pdf_.processMemoryFile(drawn.c_str(), reinterpret_cast<const char*>(bytes),
+                               static_cast<std::size_t>(file_.size()));
+    }
+    QPDF& pdf() { return pdf_; }
+
+private:
+    QFile file_; // mapped while pdf_ reads from it
+    QPDF pdf_;
+};
+
+class FirstDrawnPdf final : public PictureTools::DrawnPdf {
+public:
+    explicit FirstDrawnPdf(const std::filesystem::path& drawn)
+        : first_(drawn) {
+        // Every object of the file is read before the first page is added: the longest part
+        // of the joining that needs no other file.
+        first_.pdf().fixDanglingReferences();
+        QPDFPageDocumentHelper(first_.pdf()).getAllPages();
+    }
+
+    void writeJoined(const std::vector<std::filesystem::path>& rest, const PageSizes& sizes,
+                     const std::filesystem::path& file, const StandIns& standIns) override {
+        QPDF& pdf = first_.pdf();
+        // The pages of the other files are copied in, and read from them as the PDF is written.
+        std::vector<std::unique_ptr<MappedPdf>> others;
+        QPDFPageDocumentHelper pages(pdf);
+        for (const std::filesystem::path& drawn : rest) {
+            QPDF& other = others.emplace_back(std::make_unique<MappedPdf>(drawn))->pdf();
+            for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(other).getAllPages())
+                pages.addPage(page, false);
+        }
+        replaceStandIns(pdf, standIns);
+        setExactPageSizes(pdf, sizes);
+        QPDFWriter writer(pdf, file.c_str());
+        configure(writer);
+        writer.write();
+    }
+
+private:
+    MappedPdf first_;
+};
+
 } // namespace
 
-void joinDrawnPdfs(const std::vector<std::filesystem::path>& drawn, const PageSizes& sizes,
-                   const std::filesystem::path& file, const StandIns& standIns) {
-    QPDF pdf;
-    pdf.setSuppressWarnings(true);
-    pdf.processFile(drawn.front().c_str());
-    // The pages of the other files are copied in, and read from them as the PDF is written.
-    std::vector<std::unique_ptr<QPDF>> others;
-    QPDFPageDocumentHelper pages(pdf);
-    for (std::size_t i = 1; i < drawn.size(); ++i) {
-        auto& other = others.emplace_back(std::make_unique<QPDF>());
-        other->setSuppressWarnings(true);
-        other->processFile(drawn[i].c_str());
-        for (QPDFPageObjectHelper& page : QPDFPageDocumentHelper(*other).getAllPages())
-            pages.addPage(page, false);
-    }
-    replaceStandIns(pdf, standIns);
-    setExactPageSizes(pdf, sizes);
-    QPDFWriter writer(pdf, file.c_str());
-    configure(writer);
-    writer.write();
+std::unique_ptr<PictureTools::DrawnPdf> readDrawnPdf(const std::filesystem::path& drawn) {
+    return std::make_unique<FirstDrawnPdf>(drawn);
 }
 
 } // namespace kelvane::PdfJoining

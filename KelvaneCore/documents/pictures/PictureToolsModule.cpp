@@ -6,7 +6,7 @@ namespace {
 
 const kelvane::PictureTools::Tools pictureTools{kelvane::PictureDrawing::drawWindowsMetafile,
                                                 kelvane::PictureDrawing::drawEnhancedMetafile,
-                                                kelvane::PdfJoining::joinDrawnPdfs};
+                                                kelvane::PdfJoining::readDrawnPdf};
 
 } // namespace
 

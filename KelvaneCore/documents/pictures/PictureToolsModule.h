@@ -13,8 +13,6 @@ QImage drawEnhancedMetafile(const QByteArray& bytes, int maxSide);
 
 namespace kelvane::PdfJoining {
 
-void joinDrawnPdfs(const std::vector<std::filesystem::path>& drawn,
-                   const PdfLayout::PageSizes& sizes, const std::filesystem::path& file,
-                   const PictureTools::StandIns& standIns);
+std::unique_ptr<PictureTools::DrawnPdf> readDrawnPdf(const std::filesystem::path& drawn);
 
 } // namespace kelvane::PdfJoining
