@@ -178,7 +178,6 @@ void writePdf(const QTextDocument& document, PageSize pageSize, const std::files
             sizes = front.pageSizes();
         }
         if (drawing.drewBack()) {
-            back.finish();
             if (first) {
                 backFile.flush();
                 rest.push_back(backFile.scratch.path());

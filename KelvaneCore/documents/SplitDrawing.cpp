@@ -83,6 +83,7 @@ void SplitDrawing::add(const PlannedSlice& planned, QTextDocument& laidOut, bool
     drewBack_ = true;
     if (!last)
         return;
+    back_.finish(); // while the helper may still be drawing
     helper_->wait();
     if (failure_)
         std::rethrow_exception(failure_);

@@ -50,7 +50,7 @@ public:
     int sliceCharacters() const;
 
     // The next slice, laid out on the planner's pages. After the document's last, both PDFs
-    // are drawn; the front one is finished, the back one left to the caller.
+    // are drawn and finished.
     void add(const PlannedSlice& planned, QTextDocument& laidOut, bool last);
 
     // Which of the PDFs hold pages, in that order, once the last slice is drawn.
