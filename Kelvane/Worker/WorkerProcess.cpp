@@ -2,7 +2,6 @@
 
 #include <QScopeGuard>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -150,7 +149,7 @@ bool WorkerProcess::reapWithin(std::chrono::milliseconds grace) {
         const auto left = duration_cast<milliseconds>(deadline - now) + 1ms;
         if (ending >= 0) {
             pollfd readable{ending, POLLIN, 0};
-            ::poll(&readable, 1, static_cast<int>(std::min(left, 1000ms).count()));
+            ::poll(&readable, 1, static_cast<int>(left.count()));
         } else {
             ::usleep(5'000);
         }
