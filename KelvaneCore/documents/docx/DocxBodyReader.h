@@ -74,8 +74,8 @@ struct Table {
     std::map<std::pair<int, int>, std::pair<int, int>> merges;
     std::vector<double> columnWidths; // twips, from the grid
     std::optional<QTextLength> width; // as the table's properties give it
-    bool bordered = false;            // a table or cell border, or a grid style, draws lines
-    int headerRows = 0;               // rows at the top repeated on every page
+    TableBorders borders;
+    int headerRows = 0; // rows at the top repeated on every page
 };
 
 // Walks w:body into a QTextDocument, one cursor moving through paragraphs and table cells.
@@ -127,7 +127,7 @@ private:
         int span = 1;
         bool merged = false; // part of a vertical merge
         bool restart = false;
-        bool bordered = false;
+        Borders borders;
         QColor shading; // invalid when the cell is not shaded
     };
     void readCell(int depth, Table& table, int& column);

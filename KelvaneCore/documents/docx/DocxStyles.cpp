@@ -316,10 +316,15 @@ void Styles::readDefaults(QXmlStreamReader& xml) {
 
 void Styles::readStyle(QXmlStreamReader& xml) {
     const QString id = wAttribute(xml, u"styleId");
-    const bool paragraph = wAttribute(xml, u"type") == u"paragraph";
+    const QString type = wAttribute(xml, u"type");
+    const bool paragraph = type == u"paragraph";
     const QString isDefault = wAttribute(xml, u"default");
-    if (paragraph && (isDefault == u"1" || isDefault == u"true" || isDefault == u"on"))
-        defaultParagraph_ = id;
+    if (isDefault == u"1" || isDefault == u"true" || isDefault == u"on") {
+        if (paragraph)
+            defaultParagraph_ = id;
+        else if (type == u"table")
+            defaultTable_ = id;
+    }
     Style style;
     while (nextChild(xml)) {
         if (isW(xml, u"basedOn"))
@@ -331,6 +336,17 @@ void Styles::readStyle(QXmlStreamReader& xml) {
             continue;
         } else if (isW(xml, u"pPr")) {
             style.paragraph = readParagraphProperties(xml);
+            continue;
+        } else if (isW(xml, u"tblPr")) {
+            while (nextChild(xml)) {
+                if (isW(xml, u"tblBorders"))
+                    style.borders.table.merge(readBorders(xml));
+                else
+                    xml.skipCurrentElement();
+            }
+            continue;
+        } else if (isW(xml, u"tblStylePr")) {
+            readConditionalBorders(xml, style.borders);
             continue;
         }
         xml.skipCurrentElement();
@@ -389,6 +405,16 @@ QTextCharFormat Styles::character(const QString& id) const {
     for (const Style* style : chain(id))
         chars.merge(style->chars);
     return chars;
+}
+
+std::optional<TableStyleBorders> Styles::tableBorders(const QString& id) const {
+    const auto styles = chain(id.isEmpty() ? defaultTable_ : id);
+    if (styles.empty())
+        return std::nullopt;
+    TableStyleBorders borders;
+    for (const Style* style : styles)
+        borders.merge(style->borders);
+    return borders;
 }
 
 } // namespace kelvane::Docx

@@ -2,6 +2,7 @@
 
 #include "documents/HiddenText.h"
 #include "documents/docx/DocxSections.h"
+#include "documents/docx/DocxTableBorders.h"
 
 #include <QByteArray>
 #include <QString>
@@ -63,6 +64,9 @@ public:
     ParagraphStyle paragraph(const QString& id) const;
     // The run properties of a character style and its ancestors.
     QTextCharFormat character(const QString& id) const;
+    // The borders of a table style and its ancestors, or of the default table style for an
+    // empty id; none when the document defines no such style.
+    std::optional<TableStyleBorders> tableBorders(const QString& id) const;
 
 private:
     struct Style {
@@ -70,6 +74,7 @@ private:
         int headingLevel = 0; // from the style's name
         ParagraphProperties paragraph;
         QTextCharFormat chars;
+        TableStyleBorders borders;
     };
 
     void readStyle(QXmlStreamReader& xml);
@@ -79,6 +84,7 @@ private:
 
     std::map<QString, Style> styles_;
     QString defaultParagraph_;
+    QString defaultTable_;
     QTextCharFormat defaultChars_;
     QTextBlockFormat defaultBlock_;
     QString majorFont_;

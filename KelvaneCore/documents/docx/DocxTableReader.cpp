@@ -23,34 +23,6 @@ constexpr auto maxGridColumns = static_cast<std::size_t>(maxTableColumns);
 // margins, the narrowest we lay out on everyday paper.
 constexpr double narrowestTextPixels = Units::pixelsFromPoints(467.28);
 
-// Whether the current w:tblPr, w:tcPr or w:tcBorders draws any line, to its end.
-bool drawsLines(QXmlStreamReader& xml) {
-    bool lines = false;
-    // How deep inside w:tblBorders or w:tcBorders, the current element included.
-    int borders = isW(xml, u"tblBorders") || isW(xml, u"tcBorders") ? 1 : 0;
-    for (int level = 1; level > 0;) {
-        Ooxml::readNext(xml);
-        if (xml.isEndElement()) {
-            --level;
-            if (isW(xml, u"tblBorders") || isW(xml, u"tcBorders"))
-                --borders;
-            continue;
-        }
-        if (!xml.isStartElement())
-            continue;
-        ++level;
-        if (isW(xml, u"tblBorders") || isW(xml, u"tcBorders")) {
-            ++borders;
-        } else if (isW(xml, u"tblStyle")) {
-            lines = lines || wAttribute(xml, u"val").contains(u"Grid", Qt::CaseInsensitive);
-        } else if (borders > 0) {
-            const QString line = wAttribute(xml, u"val");
-            lines = lines || (!line.isEmpty() && line != u"none" && line != u"nil");
-        }
-    }
-    return lines;
-}
-
 // The width w:tblW gives: fiftieths of a percent, or twips; none for "auto".
 std::optional<QTextLength> tableWidthOf(const QXmlStreamReader& xml) {
     const double value = Ooxml::numericValue(xml, u"w").value_or(0);
@@ -65,21 +37,32 @@ std::optional<QTextLength> tableWidthOf(const QXmlStreamReader& xml) {
     return std::nullopt;
 }
 
-// Reads w:tblPr: whether it draws lines, and the table's width.
-bool readTableProperties(QXmlStreamReader& xml, Table& table) {
-    bool lines = false;
+// The borders of a table style (the default one for an empty id), or all single lines for a
+// grid style the document does not define.
+TableStyleBorders styleBorders(const Styles& styles, const QString& id) {
+    if (auto defined = styles.tableBorders(id))
+        return *defined;
+    TableStyleBorders borders;
+    if (id.contains(u"Grid", Qt::CaseInsensitive))
+        borders.table.sides.fill(TableLines::Line{0.5, Qt::black});
+    return borders;
+}
+
+// Reads w:tblPr: the table's width, style and borders.
+void readTableProperties(QXmlStreamReader& xml, const Styles& styles, Table& table) {
     while (nextChild(xml)) {
-        if (isW(xml, u"tblW")) {
+        if (isW(xml, u"tblW"))
             table.width = tableWidthOf(xml);
-            xml.skipCurrentElement();
-        } else if (isW(xml, u"tblStyle")) {
-            lines = lines || wAttribute(xml, u"val").contains(u"Grid", Qt::CaseInsensitive);
-            xml.skipCurrentElement();
-        } else {
-            lines = drawsLines(xml) || lines;
+        else if (isW(xml, u"tblStyle"))
+            table.borders.style = styleBorders(styles, wAttribute(xml, u"val"));
+        else if (isW(xml, u"tblLook"))
+            table.borders.readLook(xml);
+        else if (isW(xml, u"tblBorders")) {
+            table.borders.table.merge(readBorders(xml));
+            continue;
         }
+        xml.skipCurrentElement();
     }
-    return lines;
 }
 
 // Column widths in proportion to the grid's; the table as wide as the grid unless it says
@@ -109,6 +92,7 @@ void BodyReader::readTable(int depth) {
         return;
     }
     Table table;
+    table.borders.style = styleBorders(styles_, {}); // until the table names its own
     int columns = 1;
     readTableChildren(depth, table, columns);
     if (table.table == nullptr)
@@ -118,8 +102,8 @@ void BodyReader::readTable(int depth) {
         if (size.first > 1 || size.second > 1)
             table.table->mergeCells(start.first, start.second, size.first, size.second);
     }
+    table.borders.apply(*table.table);
     QTextTableFormat format = table.table->format();
-    format.setBorder(table.bordered ? 1 : 0);
     format.setHeaderRowCount(table.headerRows);
     applyWidths(table, format);
     table.table->setFormat(format);
@@ -134,7 +118,7 @@ void BodyReader::readTableChildren(int depth, Table& table, int& columns) {
     checkDepth(depth);
     while (nextChild(xml_)) {
         if (isW(xml_, u"tblPr")) {
-            table.bordered = readTableProperties(xml_, table) || table.bordered;
+            readTableProperties(xml_, styles_, table);
         } else if (isW(xml_, u"tblGrid")) {
             table.columnWidths.clear();
             while (nextChild(xml_)) {
@@ -201,7 +185,6 @@ void BodyReader::readCell(int depth, Table& table, int& column) {
     while (nextChild(xml_)) {
         if (!placed && isW(xml_, u"tcPr")) {
             properties = readCellProperties();
-            table.bordered = table.bordered || properties.bordered;
             continue;
         }
         if (!placed && !placeCell(table, column, properties)) {
@@ -214,6 +197,8 @@ void BodyReader::readCell(int depth, Table& table, int& column) {
     }
     if (!placed)
         placed = placeCell(table, column, properties);
+    if (placed && properties.borders.isSet())
+        table.borders.cells[{table.rows - 1, column - properties.span}] = properties.borders;
     // Shading goes on last: the cell's format is that of its first paragraph's characters.
     if (placed && properties.shading.isValid()) {
         QTextTableCell cell = table.table->cellAt(table.rows - 1, column - properties.span);
@@ -238,7 +223,7 @@ BodyReader::CellProperties BodyReader::readCellProperties() {
     CellProperties properties;
     while (nextChild(xml_)) {
         if (isW(xml_, u"tcBorders")) {
-            properties.bordered = drawsLines(xml_);
+            properties.borders = readBorders(xml_);
             continue;
         }
         if (isW(xml_, u"shd")) {

@@ -61,7 +61,8 @@ private:
         QTextTable* table = nullptr;
         int rows = 0;
         std::vector<double> columnWidths; // points, or 0 where a column's style gives none
-        bool bordered = false;            // some cell draws lines
+        std::map<std::pair<int, int>, TableLines::CellSides> lines; // by row and column
+        int headerRows = 0; // rows at the top repeated on every page
         struct Merge {
             int row, column, rows, columns;
         };

@@ -95,9 +95,12 @@ std::optional<double> Styles::columnWidth(const QString& name) const {
     return style != nullptr ? style->columnWidth : std::nullopt;
 }
 
-bool Styles::drawsNoLines(const QString& name) const {
-    const Style* style = find(u"table-cell", name);
-    return style != nullptr && style->borderless;
+TableLines::CellSides Styles::cellLines(const QString& name) const {
+    if (const Style* style = find(u"table-cell", name))
+        return style->lines;
+    TableLines::CellSides lines;
+    lines.fill(TableLines::Line{0.5, Qt::black});
+    return lines;
 }
 
 QColor Styles::cellBackground(const QString& name) const {

@@ -140,6 +140,35 @@ void readParagraphProperties(const QXmlStreamReader& xml, QTextBlockFormat& form
         format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysAfter);
 }
 
+// A border as fo:border writes it: a width, a style and a colour ("0.5pt solid #000000"),
+// or "none".
+TableLines::Line lineOf(QStringView border) {
+    TableLines::Line line{0.75, Qt::black};
+    for (const QStringView part : border.split(u' ', Qt::SkipEmptyParts)) {
+        if (part == u"none" || part == u"hidden")
+            return {};
+        if (part.startsWith(u'#'))
+            line.color = QColor(part);
+        else if (const auto points = pointsFromLength(part); points && *points > 0)
+            line.points = std::min(*points, 12.0);
+    }
+    return line;
+}
+
+// The sides fo:border and its sided forms give a table cell's style.
+void readCellLines(const QXmlStreamReader& xml, TableLines::CellSides& lines) {
+    if (const QString all = attribute(xml, ns::fo, "border"); !all.isEmpty())
+        lines.fill(lineOf(all));
+    const std::pair<const char*, TableLines::Side> sides[] = {{"border-top", TableLines::top},
+                                                              {"border-left", TableLines::left},
+                                                              {"border-bottom", TableLines::bottom},
+                                                              {"border-right", TableLines::right}};
+    for (const auto& [name, side] : sides) {
+        if (const QString line = attribute(xml, ns::fo, name); !line.isEmpty())
+            lines[side] = lineOf(line);
+    }
+}
+
 } // namespace
 
 bool isElement(const QXmlStreamReader& xml, const QString& ns, QStringView name) {
@@ -253,12 +282,7 @@ void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
         } else if (isElement(xml, ns::style, u"table-cell-properties")) {
             if (const QColor colour(attribute(xml, ns::fo, "background-color")); colour.isValid())
                 style.background = colour;
-            style.borderless = true;
-            for (const char* side :
-                 {"border", "border-top", "border-bottom", "border-left", "border-right"}) {
-                const QString line = attribute(xml, ns::fo, side);
-                style.borderless = style.borderless && (line.isEmpty() || line == u"none");
-            }
+            readCellLines(xml, style.lines);
         }
         xml.skipCurrentElement();
     }

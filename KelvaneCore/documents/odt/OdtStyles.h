@@ -2,6 +2,7 @@
 
 #include "documents/ListNumbering.h"
 #include "documents/SectionPages.h"
+#include "documents/TableLines.h"
 
 #include <QByteArray>
 #include <QColor>
@@ -74,8 +75,9 @@ public:
     std::optional<QFont> defaultFont() const;
     // The width a table-column style gives its columns, in points.
     std::optional<double> columnWidth(const QString& name) const;
-    // Whether a table-cell style says its cells draw no lines.
-    bool drawsNoLines(const QString& name) const;
+    // The lines a table-cell style draws around its cells; a line on every side for a style
+    // the document does not define.
+    TableLines::CellSides cellLines(const QString& name) const;
     // The background a table-cell style paints, or an invalid colour.
     QColor cellBackground(const QString& name) const;
     // The page the text starts on: that of the master page "Standard", or the first one.
@@ -89,7 +91,7 @@ private:
         QString masterPage;                // the page a paragraph of this style starts
         std::optional<double> columnWidth; // points
         QColor background;                 // of table cells
-        bool borderless = false;           // a table cell style that draws no line
+        TableLines::CellSides lines;       // of table cells
         std::optional<double> sizePercent;
         QTextCharFormat text;
         QTextBlockFormat paragraph;

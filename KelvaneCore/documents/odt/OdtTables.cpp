@@ -1,3 +1,4 @@
+#include "documents/TableLines.h"
 #include "documents/Units.h"
 #include "documents/odt/OdtBodyReader.h"
 
@@ -22,13 +23,12 @@ void BodyReader::readTable(int depth) {
     auto outerLists = std::exchange(lists_, {});
     Table table;
     readTableRows(depth + 1, table);
-    if (table.table && !table.bordered) {
-        QTextTableFormat format = table.table->format(); // a layout table, without lines
-        format.setBorder(0);
-        table.table->setFormat(format);
-    }
     if (table.table) {
         applyMerges(table);
+        TableLines::apply(*table.table, table.lines);
+        QTextTableFormat format = table.table->format();
+        format.setHeaderRowCount(std::min(table.headerRows, table.table->rows()));
+        table.table->setFormat(format);
         applyWidths(table);
         cursor_ = table.table->lastCursorPosition();
         cursor_.movePosition(QTextCursor::NextBlock);
@@ -42,20 +42,26 @@ void BodyReader::readTable(int depth) {
 void BodyReader::readTableRows(int depth, Table& table) {
     checkDepth(depth);
     while (xml_.readNextStartElement()) {
-        if (isElement(xml_, ns::table, u"table-row"))
+        if (isElement(xml_, ns::table, u"table-row")) {
             readRow(depth, table);
-        else if (isElement(xml_, ns::table, u"table-header-rows") ||
-                 isElement(xml_, ns::table, u"table-rows") ||
-                 isElement(xml_, ns::table, u"table-row-group"))
+        } else if (isElement(xml_, ns::table, u"table-header-rows")) {
+            // Heading rows at the top of the table repeat on every page.
+            const bool atTop = table.rows == 0;
             readTableRows(depth + 1, table);
-        else if (isElement(xml_, ns::table, u"table-column"))
+            if (atTop)
+                table.headerRows = table.rows;
+        } else if (isElement(xml_, ns::table, u"table-rows") ||
+                   isElement(xml_, ns::table, u"table-row-group")) {
+            readTableRows(depth + 1, table);
+        } else if (isElement(xml_, ns::table, u"table-column")) {
             readColumn(table);
-        else if (isElement(xml_, ns::table, u"table-columns") ||
-                 isElement(xml_, ns::table, u"table-header-columns") ||
-                 isElement(xml_, ns::table, u"table-column-group"))
+        } else if (isElement(xml_, ns::table, u"table-columns") ||
+                   isElement(xml_, ns::table, u"table-header-columns") ||
+                   isElement(xml_, ns::table, u"table-column-group")) {
             readTableRows(depth + 1, table);
-        else
+        } else {
             xml_.skipCurrentElement(); // titles
+        }
     }
 }
 
@@ -130,7 +136,9 @@ void BodyReader::readRow(int depth, Table& table) {
             table.merges.push_back({row, column, rowsSpanned, columnsSpanned});
         const QString cellStyle = attribute(xml_, ns::table, "style-name");
         const QColor background = styles_.cellBackground(cellStyle);
-        table.bordered = table.bordered || !styles_.drawsNoLines(cellStyle);
+        const TableLines::CellSides lines = styles_.cellLines(cellStyle);
+        for (int copy = 0; copy <= copies; ++copy)
+            table.lines[{row, column + copy}] = lines;
         readBlocks(depth + 1);
         if (background.isValid()) {
             // After the content: the cell's format is that of its first paragraph's characters.
@@ -160,8 +168,11 @@ void BodyReader::repeatRow(Table& table, int row, int copies) {
     table.table->appendRows(std::max(table.rows + copies - table.table->rows(), 0));
     for (int copy = 0; copy < copies; ++copy) {
         const int to = table.rows++;
-        for (int c = 0; c < static_cast<int>(cells.size()); ++c)
+        for (int c = 0; c < static_cast<int>(cells.size()); ++c) {
             paste(table, to, c, cells[static_cast<std::size_t>(c)]);
+            if (const auto lines = table.lines.find({row, c}); lines != table.lines.end())
+                table.lines[{to, c}] = lines->second;
+        }
     }
 }
 

@@ -265,6 +265,51 @@ TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
     EXPECT_EQ(QTextCursor(blockWith(*document, "after table")).currentTable(), nullptr);
 }
 
+// Cell styles drawing rules above and below the heading row and under the last one draw just
+// those sides, in their colours; no line runs between the columns. The heading row repeats.
+TEST(OdtReader, TableCellsDrawTheSidesTheirStylesSet) {
+    const QByteArray styles =
+        R"(<style:style style:name="Head" style:family="table-cell"><style:table-cell-properties )"
+        R"(fo:border="none" fo:border-top="0.5pt solid #000000" fo:border-bottom="1pt solid #000000"/>)"
+        R"(</style:style><style:style style:name="Body" style:family="table-cell">)"
+        R"(<style:table-cell-properties fo:border="none"/></style:style>)"
+        R"(<style:style style:name="Last" style:family="table-cell"><style:table-cell-properties )"
+        R"(fo:border-left="none" fo:border-right="none" fo:border-bottom="0.05cm solid #ff0000"/>)"
+        R"(</style:style>)";
+    const auto row = [](const char* style, const char* left, const char* right) {
+        return QByteArray("<table:table-row><table:table-cell table:style-name=\"") + style +
+               "\"><text:p>" + left +
+               "</text:p></table:table-cell><table:table-cell "
+               "table:style-name=\"" +
+               style + "\"><text:p>" + right + "</text:p></table:table-cell></table:table-row>";
+    };
+    const QByteArray rules = "<table:table><table:table-header-rows>" +
+                             row("Head", "Mass", "Volume") + "</table:table-header-rows>" +
+                             row("Body", "Alpha", "One") + row("Last", "Beta", "Two") +
+                             "</table:table>";
+    TempFolder temp;
+    const auto document =
+        DocumentFormats::readOdt(writeOdt(temp, "rules.odt",
+                                          {{"mimetype", "application/vnd.oasis.opendocument.text"},
+                                           {"content.xml", content(styles, rules)}}));
+    QTextTable* table = firstTable(*document);
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->format().border(), 0);
+    EXPECT_EQ(table->format().headerRowCount(), 1);
+    const auto cell = [&](int r, int c) {
+        return table->cellAt(r, c).format().toTableCellFormat();
+    };
+    EXPECT_EQ(cell(0, 1).topBorderStyle(), QTextFrameFormat::BorderStyle_Solid);
+    EXPECT_GT(cell(0, 1).bottomBorder(), cell(0, 1).topBorder());
+    EXPECT_FALSE(cell(1, 0).hasProperty(QTextFormat::TableCellTopBorderStyle));
+    EXPECT_FALSE(cell(1, 0).hasProperty(QTextFormat::TableCellBottomBorderStyle));
+    EXPECT_EQ(cell(2, 1).bottomBorderBrush().color(), QColor(Qt::red));
+    for (int r = 0; r < 3; ++r) {
+        EXPECT_FALSE(cell(r, 0).hasProperty(QTextFormat::TableCellRightBorderStyle)) << r;
+        EXPECT_FALSE(cell(r, 1).hasProperty(QTextFormat::TableCellLeftBorderStyle)) << r;
+    }
+}
+
 // Pictures come from the package; one that cannot be shown leaves its description, a chart its
 // title and series names.
 TEST(OdtReader, ImagesComeFromThePackageAndNotesGoToTheEnd) {

@@ -1,0 +1,128 @@
+#include "documents/TableLines.h"
+
+#include "documents/Units.h"
+
+#include <QTextTable>
+
+#include <algorithm>
+#include <functional>
+
+namespace kelvane::TableLines {
+namespace {
+
+using Cells = std::map<std::pair<int, int>, CellSides>;
+
+bool isDrawn(const std::optional<Line>& line) {
+    return line && line->points > 0;
+}
+
+// Whether the cell covering a place of the grid draws its `side`.
+bool drawsAt(const QTextTable& grid, const Cells& cells, int row, int column, Side side) {
+    const QTextTableCell cell = grid.cellAt(row, column);
+    if (!cell.isValid())
+        return false;
+    const auto found = cells.find({cell.row(), cell.column()});
+    return found != cells.end() && isDrawn(found->second[side]);
+}
+
+// Which sides of a cell have a line, its own or its neighbour's.
+std::array<bool, 4> linedSides(const QTextTable& grid, const Cells& cells,
+                               const QTextTableCell& cell, const CellSides& sides) {
+    const int row = cell.row();
+    const int column = cell.column();
+    return {isDrawn(sides[top]) || drawsAt(grid, cells, row - 1, column, bottom),
+            isDrawn(sides[left]) || drawsAt(grid, cells, row, column - 1, right),
+            isDrawn(sides[bottom]) || drawsAt(grid, cells, row + cell.rowSpan(), column, top),
+            isDrawn(sides[right]) || drawsAt(grid, cells, row, column + cell.columnSpan(), left)};
+}
+
+void setSide(QTextTableCellFormat& format, Side side, const Line& line) {
+    const double width = Units::pixelsFromPoints(line.points);
+    const auto style = QTextFrameFormat::BorderStyle_Solid;
+    switch (side) {
+    case top:
+        format.setTopBorder(width);
+        format.setTopBorderStyle(style);
+        format.setTopBorderBrush(line.color);
+        break;
+    case left:
+        format.setLeftBorder(width);
+        format.setLeftBorderStyle(style);
+        format.setLeftBorderBrush(line.color);
+        break;
+    case bottom:
+        format.setBottomBorder(width);
+        format.setBottomBorderStyle(style);
+        format.setBottomBorderBrush(line.color);
+        break;
+    case right:
+        format.setRightBorder(width);
+        format.setRightBorderStyle(style);
+        format.setRightBorderBrush(line.color);
+        break;
+    }
+}
+
+} // namespace
+
+void apply(QTextTable& grid, const Cells& cells) {
+    QTextTableFormat format = grid.format();
+    if (cells.empty()) {
+        format.setBorder(0);
+        grid.setFormat(format);
+        return;
+    }
+    bool everyLine = true;
+    bool anyLine = false;
+    for (int row = 0; row < grid.rows(); ++row) {
+        for (int column = 0; column < grid.columns(); ++column) {
+            const QTextTableCell cell = grid.cellAt(row, column);
+            if (cell.row() != row || cell.column() != column)
+                continue; // covered by a merged cell
+            const auto found = cells.find({row, column});
+            const auto lined =
+                linedSides(grid, cells, cell, found != cells.end() ? found->second : CellSides{});
+            everyLine = everyLine && std::all_of(lined.begin(), lined.end(), std::identity());
+            anyLine = anyLine || std::any_of(lined.begin(), lined.end(), std::identity());
+        }
+    }
+
+    format.setBorder(everyLine && anyLine ? 1 : 0);
+    grid.setFormat(format);
+    if (everyLine || !anyLine)
+        return;
+    for (const auto& [at, sides] : cells) {
+        QTextTableCell cell = grid.cellAt(at.first, at.second);
+        if (cell.row() != at.first || cell.column() != at.second)
+            continue;
+        QTextTableCellFormat cellFormat = cell.format().toTableCellFormat();
+        for (const Side side : {top, left, bottom, right}) {
+            if (isDrawn(sides[side]))
+                setSide(cellFormat, side, *sides[side]);
+        }
+        cell.setFormat(cellFormat);
+    }
+}
+
+CellSides sidesOf(const QTextTableCellFormat& format) {
+    const struct {
+        QTextFormat::Property style;
+        double width;
+        QBrush brush;
+    } sides[] = {
+        {QTextFormat::TableCellTopBorderStyle, format.topBorder(), format.topBorderBrush()},
+        {QTextFormat::TableCellLeftBorderStyle, format.leftBorder(), format.leftBorderBrush()},
+        {QTextFormat::TableCellBottomBorderStyle, format.bottomBorder(),
+         format.bottomBorderBrush()},
+        {QTextFormat::TableCellRightBorderStyle, format.rightBorder(), format.rightBorderBrush()}};
+    CellSides lines;
+    for (std::size_t side = 0; side < lines.size(); ++side) {
+        const auto& [style, width, brush] = sides[side];
+        if (format.hasProperty(style) && width > 0 &&
+            format.intProperty(style) != QTextFrameFormat::BorderStyle_None)
+            lines[side] = Line{Units::pointsFromPixels(width), brush.color()};
+    }
+    return lines;
+}
+
+} // namespace kelvane::TableLines
