@@ -1,3 +1,4 @@
+#include "documents/TableLines.h"
 #include "documents/Units.h"
 #include "documents/docx/DocxBodyWriter.h"
 #include "documents/docx/Ooxml.h"
@@ -86,7 +87,25 @@ void writeTableProperties(QXmlStreamWriter& xml, const QTextTableFormat& format,
     xml.writeEndElement();
 }
 
-// Width, spans and shading of the cell at a grid position; `row` is below the cell's first
+// The sides the cell's own format draws; a lined table draws the rest.
+void writeCellBorders(QXmlStreamWriter& xml, const QTextTableCellFormat& format) {
+    const TableLines::CellSides sides = TableLines::sidesOf(format);
+    if (std::none_of(sides.begin(), sides.end(), [](const auto& line) { return line.has_value(); }))
+        return;
+    const char* const names[] = {"top", "left", "bottom", "right"};
+    xml.writeStartElement(ns::w, QStringLiteral("tcBorders"));
+    for (std::size_t side = 0; side < sides.size(); ++side) {
+        if (const auto& line = sides[side])
+            writeEmpty(xml, names[side],
+                       {{"val", QStringLiteral("single")},
+                        {"sz", QString::number(std::lround(line->points * 8))},
+                        {"space", QStringLiteral("0")},
+                        {"color", hexOf(line->color)}});
+    }
+    xml.writeEndElement();
+}
+
+// Width, spans, lines and shading of the cell at a grid position; `row` is below the cell's first
 // row for the rows a tall cell covers.
 void writeCellProperties(QXmlStreamWriter& xml, const QTextTableCell& cell, int row, double width) {
     xml.writeStartElement(ns::w, QStringLiteral("tc"));
@@ -99,6 +118,7 @@ void writeCellProperties(QXmlStreamWriter& xml, const QTextTableCell& cell, int 
         writeEmpty(xml, "vMerge", {{"val", QStringLiteral("restart")}});
     else if (cell.row() != row)
         writeEmpty(xml, "vMerge");
+    writeCellBorders(xml, cell.format().toTableCellFormat());
     if (const QBrush shading = cell.format().background(); shading.style() != Qt::NoBrush)
         writeEmpty(xml, "shd",
                    {{"val", QStringLiteral("clear")},

@@ -1,6 +1,8 @@
 #include "documents/odt/OdtBodyWriter.h"
 
 #include "documents/DocumentImages.h"
+#include "documents/TableLines.h"
+#include "documents/Units.h"
 
 #include <QTextBlock>
 #include <QTextDocument>
@@ -27,6 +29,36 @@ int headingLevelOf(const QTextBlockFormat& format) {
 bool isXmlCharacter(QChar c) {
     return (c.unicode() >= 0x20 && !c.isSurrogate() && c.unicode() != 0xfffe &&
             c.unicode() != 0xffff);
+}
+
+// The sides a cell's format draws, as fo:border-top and the like.
+void addSides(const QTextTableCellFormat& format, AutomaticStyles::Properties& properties) {
+    const char* const attributes[] = {"fo:border-top", "fo:border-left", "fo:border-bottom",
+                                      "fo:border-right"};
+    const TableLines::CellSides sides = TableLines::sidesOf(format);
+    for (std::size_t side = 0; side < sides.size(); ++side) {
+        if (const auto& line = sides[side])
+            properties.emplace_back(attributes[side],
+                                    lengthInPoints(line->points) + " solid " + line->color.name());
+    }
+}
+
+// A cell's lines, shading and padding: a thin line all round in a lined table, else the sides
+// its format draws.
+AutomaticStyles::Properties cellProperties(const QTextTable& table, const QTextTableCell& cell) {
+    AutomaticStyles::Properties properties;
+    const QTextTableCellFormat format = cell.format().toTableCellFormat();
+    if (table.format().border() > 0)
+        properties.emplace_back("fo:border", "0.5pt solid #000000");
+    else
+        addSides(format, properties);
+    if (properties.empty())
+        properties.emplace_back("fo:border", "none");
+    if (format.background().style() != Qt::NoBrush)
+        properties.emplace_back("fo:background-color", format.background().color().name());
+    if (const double padding = table.format().cellPadding(); padding > 0)
+        properties.emplace_back("fo:padding", lengthInPoints(Units::pointsFromPixels(padding)));
+    return properties;
 }
 
 } // namespace
@@ -82,11 +114,16 @@ void BodyWriter::writeTable(const QTextTable& table, int depth) {
     if (table.columns() > 1)
         xml_.writeAttribute("table:number-columns-repeated", QString::number(table.columns()));
     const QString outerStyle = std::exchange(paragraphStyle_, QStringLiteral("Table_20_Contents"));
+    const int headerRows = std::min(table.format().headerRowCount(), table.rows());
     for (int row = 0; row < table.rows(); ++row) {
+        if (row == 0 && headerRows > 0)
+            xml_.writeStartElement("table:table-header-rows");
         xml_.writeStartElement("table:table-row");
         for (int column = 0; column < table.columns(); ++column)
             writeCell(table, row, column, depth);
         xml_.writeEndElement();
+        if (row + 1 == headerRows)
+            xml_.writeEndElement();
     }
     paragraphStyle_ = outerStyle;
     xml_.writeEndElement();
@@ -99,6 +136,7 @@ void BodyWriter::writeCell(const QTextTable& table, int row, int column, int dep
         return;
     }
     xml_.writeStartElement("table:table-cell");
+    xml_.writeAttribute("table:style-name", styles_.tableCell(cellProperties(table, cell)));
     xml_.writeAttribute("office:value-type", "string");
     if (cell.columnSpan() > 1)
         xml_.writeAttribute("table:number-columns-spanned", QString::number(cell.columnSpan()));

@@ -347,6 +347,10 @@ AutomaticStyles::TextStyle AutomaticStyles::text(const QTextCharFormat& format, 
     return {named(texts_, u'T', {}, std::move(properties)), plainSpaces};
 }
 
+QString AutomaticStyles::tableCell(Properties properties) {
+    return named(cells_, u'C', {}, std::move(properties));
+}
+
 QString AutomaticStyles::list(const ListLevels& levels) {
     for (const auto& [name, known] : lists_)
         if (known == levels)
@@ -366,7 +370,8 @@ void AutomaticStyles::write(QXmlStreamWriter& xml) const {
     xml.writeStartElement("office:automatic-styles");
     for (const auto& [styles, family, element] :
          {std::tuple{&paragraphs_, "paragraph", "style:paragraph-properties"},
-          std::tuple{&texts_, "text", "style:text-properties"}}) {
+          std::tuple{&texts_, "text", "style:text-properties"},
+          std::tuple{&cells_, "table-cell", "style:table-cell-properties"}}) {
         for (const Style& style : *styles) {
             xml.writeStartElement("style:style");
             xml.writeAttribute("style:name", style.name);

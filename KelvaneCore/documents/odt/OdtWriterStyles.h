@@ -42,6 +42,8 @@ QByteArray commonStyles(const QFont& defaultFont, PageSize paper);
 // first use (P1, T1, L1), and the font faces they name.
 class AutomaticStyles {
 public:
+    using Properties = std::vector<std::pair<QString, QString>>;
+
     explicit AutomaticStyles(const QFont& defaultFont);
 
     // The style of a paragraph: `parent` itself when the block changes nothing of it.
@@ -53,12 +55,13 @@ public:
     // The style of characters inside a paragraph of `headingLevel` (0 for body text).
     TextStyle text(const QTextCharFormat& format, int headingLevel);
     QString list(const ListLevels& levels);
+    // The style of table cells with these style:table-cell-properties.
+    QString tableCell(Properties properties);
 
     void writeFontFaces(QXmlStreamWriter& xml) const;
     void write(QXmlStreamWriter& xml) const;
 
 private:
-    using Properties = std::vector<std::pair<QString, QString>>;
     struct Style {
         QString name;
         QString parent; // paragraph styles only
@@ -76,6 +79,7 @@ private:
     std::map<QString, QString> names_;     // a style's kind, parent and properties to its name
     std::vector<Style> paragraphs_;
     std::vector<Style> texts_;
+    std::vector<Style> cells_;
     std::vector<std::pair<QString, ListLevels>> lists_;
 };
 

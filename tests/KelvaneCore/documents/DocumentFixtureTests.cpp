@@ -318,15 +318,18 @@ TEST(DocumentFixtures, DamagedMetafilesShowAPictureOrTheirAlternativeText) {
 
 // A layout table without lines stays without them; a lined one keeps its lines and its merged
 // heading cell. A landscape section between portrait ones starts a page of its own orientation.
-// Both hold in the sources and in our DOCX of them.
+// Both hold in the sources and in our DOCX of them; the tables also in our ODT.
 TEST(DocumentFixtures, TablesKeepTheirLinesAndSectionsTheirOrientation) {
     TempFolder temp;
     std::vector<fs::path> files;
     for (const char* name : {"layout.docx", "layout.odt", "layout.rtf"})
         files.push_back(copyOf(temp, folder / name));
-    for (std::size_t source : {0u, 1u})
-        files.push_back(
-            DocumentTools::convert(copyOf(temp, files[source], "ours-"), Recipe::docToDOCX, {}));
+    for (std::size_t source : {0u, 1u}) {
+        for (const auto& [recipe, prefix] :
+             {std::pair{Recipe::docToDOCX, "docx-"}, std::pair{Recipe::docToODT, "odt-"}})
+            files.push_back(
+                DocumentTools::convert(copyOf(temp, files[source], prefix), recipe, {}));
+    }
     for (const fs::path& file : files) {
         const auto document = DocumentTools::read(file);
         QTextTable* layout = QTextCursor(document->find("meadow")).currentTable();
@@ -336,6 +339,8 @@ TEST(DocumentFixtures, TablesKeepTheirLinesAndSectionsTheirOrientation) {
         EXPECT_GT(lined->format().border(), 0) << file;
         EXPECT_EQ(lined->cellAt(0, 0).columnSpan(), 2) << file;
         EXPECT_EQ(lined->columns(), 2) << file;
+        if (file.filename().string().starts_with("odt-"))
+            continue; // our ODT writes one page style for the whole text
 
         const PdfProbe pdf(DocumentTools::convert(file, Recipe::docToPDF, {}));
         ASSERT_EQ(pdf.pageCount(), 3) << file;

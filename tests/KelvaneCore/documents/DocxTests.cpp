@@ -22,6 +22,7 @@
 #include <QtEndian>
 
 #include <gtest/gtest.h>
+#include <map>
 #include <tuple>
 
 namespace kelvane {
@@ -624,6 +625,96 @@ TEST(DocxReader, SectionsGiveThePdfTheirPagesAndFooters) {
     EXPECT_NEAR(pdf.pageSize(1).width(), 841.89, 0.5); // the chosen paper, turned
     EXPECT_EQ(pdf.text(0).simplified(), "Upright Page 1");
     EXPECT_EQ(pdf.text(1).simplified(), "Sideways Page 2");
+}
+
+QByteArray cell(const char* text, const QByteArray& properties = {}) {
+    return "<w:tc>" + properties + "<w:p><w:r><w:t>" + text + "</w:t></w:r></w:p></w:tc>";
+}
+
+QByteArray table(const char* style, const QByteArray& rows) {
+    return R"(<w:tbl><w:tblPr><w:tblStyle w:val=")" + QByteArray(style) +
+           R"("/></w:tblPr><w:tblGrid><w:gridCol w:w="2000"/><w:gridCol w:w="2000"/></w:tblGrid>)" +
+           rows + "</w:tbl><w:p/>";
+}
+
+// The rules of the table of "Mass" and "Volume" drawn in the PDF: above and below the table and
+// under its first row, none between the columns; and the other tables' lines in the model.
+void expectRules(const QTextDocument& document, const TempFolder& temp) {
+    QTextTable* marked = fixtures::findText(document, "Marked").currentTable();
+    QTextTable* grid = fixtures::findText(document, "Gridded").currentTable();
+    ASSERT_TRUE(marked && grid);
+    EXPECT_EQ(marked->format().border(), 0);
+    const QTextTableCellFormat red = marked->cellAt(0, 1).format().toTableCellFormat();
+    EXPECT_EQ(red.leftBorderBrush().color(), QColor(Qt::red));
+    EXPECT_FALSE(red.hasProperty(QTextFormat::TableCellRightBorderStyle));
+    EXPECT_GT(grid->format().border(), 0);
+
+    const fixtures::PdfProbe pdf(
+        writeBytes(temp, "rules.pdf", DocumentTools::pdf(document, PageSize::a4)));
+    ASSERT_EQ(pdf.pageCount(), 1);
+    std::map<QString, QRectF> boxes;
+    for (const auto& [word, box] : pdf.words(0))
+        boxes.try_emplace(word, box);
+    const QImage page = pdf.picture(0).convertToFormat(QImage::Format_Grayscale8);
+    const double left = boxes["Mass"].left();
+    const double right = boxes["Volume"].right();
+    // Whether a dark line runs across the table somewhere between two heights.
+    const auto ruleBetween = [&](double top, double bottom) {
+        for (int y = static_cast<int>(top); y <= static_cast<int>(bottom); ++y) {
+            int dark = 0;
+            for (int x = static_cast<int>(left); x < static_cast<int>(right); ++x)
+                dark += qGray(page.pixel(x, y)) < 160 ? 1 : 0;
+            if (dark > (right - left) * 0.9)
+                return true;
+        }
+        return false;
+    };
+    EXPECT_TRUE(ruleBetween(boxes["Mass"].top() - 8, boxes["Mass"].top()));
+    EXPECT_TRUE(ruleBetween(boxes["Mass"].bottom(), boxes["Alpha"].top()));
+    EXPECT_FALSE(ruleBetween(boxes["Alpha"].bottom(), boxes["Beta"].top()));
+    EXPECT_TRUE(ruleBetween(boxes["Beta"].bottom(), boxes["Beta"].bottom() + 8));
+    const int middle = static_cast<int>(boxes["Alpha"].center().y());
+    for (int x = static_cast<int>(boxes["Alpha"].right()) + 1; x < boxes["One"].left() - 1; ++x)
+        EXPECT_GE(qGray(page.pixel(x, middle)), 160) << x;
+}
+
+// A table style drawing rules above and below the table and under its first row draws just
+// those, as drawn lines in the PDF; a cell's own border and a grid style the document only
+// names are kept too, in our DOCX and ODT as well.
+TEST(DocxReader, TablesDrawTheLinesTheirStyleAndCellsSet) {
+    const QByteArray rule = R"(w:val="single" w:sz="8" w:color="000000")";
+    const QByteArray tableStyles = docx::stylesPart(
+        R"(<w:style w:type="table" w:styleId="Plain"><w:name w:val="Plain"/></w:style>
+<w:style w:type="table" w:styleId="Rules"><w:basedOn w:val="Plain"/><w:tblPr><w:tblBorders>
+  <w:top )" +
+        rule + "/><w:bottom " + rule + R"(/><w:insideV w:val="nil"/></w:tblBorders></w:tblPr>
+  <w:tblStylePr w:type="firstRow"><w:tcPr><w:tcBorders><w:bottom )" +
+        rule + R"(/></w:tcBorders></w:tcPr></w:tblStylePr></w:style>)");
+    const QByteArray redLeft =
+        R"(<w:tcPr><w:tcBorders><w:left w:val="single" w:sz="4" w:color="FF0000"/></w:tcBorders></w:tcPr>)";
+    const QByteArray body =
+        table("Rules", "<w:tr>" + cell("Mass") + cell("Volume") + "</w:tr><w:tr>" + cell("Alpha") +
+                           cell("One") + "</w:tr><w:tr>" + cell("Beta") + cell("Two") + "</w:tr>") +
+        table("Plain", "<w:tr>" + cell("Left") + cell("Marked", redLeft) + "</w:tr>") +
+        table("TableGrid", "<w:tr>" + cell("Gridded") + cell("Cells") + "</w:tr>");
+    TempFolder temp;
+    auto document = DocumentFormats::readDocx(docx::write(
+        temp, "rules.docx",
+        docx::package(docx::documentPart(body), {{"word/styles.xml", tableStyles},
+                                                 {"word/_rels/document.xml.rels",
+                                                  docx::relationshipsPart(docx::relationship(
+                                                      "rIdStyles", "styles", "styles.xml"))}})));
+    std::vector<std::unique_ptr<QTextDocument>> documents;
+    documents.push_back(DocumentFormats::readDocx(
+        writeBytes(temp, "ours.docx", DocumentFormats::writeDocx(*document))));
+    documents.push_back(DocumentFormats::readOdt(
+        writeBytes(temp, "ours.odt", DocumentFormats::writeOdt(*document))));
+    documents.push_back(std::move(document));
+    const char* const names[] = {"our DOCX", "our ODT", "the source"};
+    for (std::size_t i = 0; i < documents.size(); ++i) {
+        SCOPED_TRACE(names[i]);
+        expectRules(*documents[i], temp);
+    }
 }
 
 // A colour and a gray JPEG reach the PDF as the bytes they came in and show where they stand,
