@@ -311,9 +311,8 @@ std::string bombPng() {
 }
 
 // A 201-megapixel grey panorama is converted a band of rows at a time, with its progress
-// moving as the rows are written; the formats that
-// must hold a whole picture in memory say it is too large, and a file that only claims a
-// huge canvas is not an image.
+// moving as the rows are written; the formats that must hold a whole picture in memory say it is
+// too large, and a file that only claims a huge canvas is not an image.
 TEST(ImageConvert, PanoramasPastTwoHundredMegapixelsConvertAndBombsAreRefused) {
     TempFolder temp;
     fixtures::startVips();
@@ -327,7 +326,10 @@ TEST(ImageConvert, PanoramasPastTwoHundredMegapixelsConvertAndBombsAreRefused) {
         const std::lock_guard lock(mutex);
         reports.push_back(fraction);
     });
-    EXPECT_GE(reports.size(), 3u);
+    // Reports come at most every 200 ms, so how many depends on the machine's speed; reading
+    // and writing each report at least once.
+    ASSERT_GE(reports.size(), 2u);
+    EXPECT_GT(reports.back(), reports.front());
     EXPECT_TRUE(std::is_sorted(reports.begin(), reports.end()));
     EXPECT_TRUE(std::all_of(reports.begin(), reports.end(),
                             [](double fraction) { return fraction >= 0 && fraction <= 1; }));
