@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <vector>
 
 namespace kelvane::TableLines {
 namespace {
@@ -65,11 +66,9 @@ void setSide(QTextTableCellFormat& format, Side side, const Line& line) {
 
 } // namespace
 
-void apply(QTextTable& grid, const Cells& cells) {
-    QTextTableFormat format = grid.format();
+void apply(QTextTable& grid, const Cells& cells, QTextTableFormat& format) {
     if (cells.empty()) {
         format.setBorder(0);
-        grid.setFormat(format);
         return;
     }
     bool everyLine = true;
@@ -88,17 +87,21 @@ void apply(QTextTable& grid, const Cells& cells) {
     }
 
     format.setBorder(everyLine && anyLine ? 1 : 0);
-    grid.setFormat(format);
     if (everyLine || !anyLine)
         return;
+    // Setting a cell's format makes the table look its grid up afresh: find every cell first.
+    std::vector<std::pair<QTextTableCell, const CellSides*>> lined;
     for (const auto& [at, sides] : cells) {
-        QTextTableCell cell = grid.cellAt(at.first, at.second);
-        if (cell.row() != at.first || cell.column() != at.second)
-            continue;
+        const QTextTableCell cell = grid.cellAt(at.first, at.second);
+        if (cell.row() == at.first && cell.column() == at.second &&
+            std::any_of(sides.begin(), sides.end(), isDrawn))
+            lined.emplace_back(cell, &sides);
+    }
+    for (auto& [cell, sides] : lined) {
         QTextTableCellFormat cellFormat = cell.format().toTableCellFormat();
         for (const Side side : {top, left, bottom, right}) {
-            if (isDrawn(sides[side]))
-                setSide(cellFormat, side, *sides[side]);
+            if (isDrawn((*sides)[side]))
+                setSide(cellFormat, side, *(*sides)[side]);
         }
         cell.setFormat(cellFormat);
     }

@@ -128,7 +128,7 @@ void TableBorders::readLook(const QXmlStreamReader& xml) {
     lastRowLook = flag(u"lastRow", 0x40);
 }
 
-void TableBorders::apply(QTextTable& grid) const {
+void TableBorders::apply(QTextTable& grid, QTextTableFormat& format) const {
     Borders base = style.table;
     base.merge(table);
     std::map<std::pair<int, int>, CellSides> resolved;
@@ -153,7 +153,7 @@ void TableBorders::apply(QTextTable& grid) const {
             resolved[{row, column}] = sides;
         }
     }
-    TableLines::apply(grid, resolved);
+    TableLines::apply(grid, resolved, format);
 }
 
 } // namespace kelvane::Docx

@@ -9,6 +9,7 @@
 
 class QXmlStreamReader;
 class QTextTable;
+class QTextTableFormat;
 
 // The lines of a table as its style, its own properties and its cells set them.
 namespace kelvane::Docx {
@@ -49,8 +50,8 @@ struct TableBorders {
     // Reads the current w:tblLook.
     void readLook(const QXmlStreamReader& xml);
     // Draws the lines on `grid`, its cells merged: each cell's sides resolved from the
-    // style, the table and the cell, in that order.
-    void apply(QTextTable& grid) const;
+    // style, the table and the cell, in that order. The grid's border goes into `format`.
+    void apply(QTextTable& grid, QTextTableFormat& format) const;
 };
 
 } // namespace kelvane::Docx

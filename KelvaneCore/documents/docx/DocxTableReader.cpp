@@ -102,8 +102,8 @@ void BodyReader::readTable(int depth) {
         if (size.first > 1 || size.second > 1)
             table.table->mergeCells(start.first, start.second, size.first, size.second);
     }
-    table.borders.apply(*table.table);
     QTextTableFormat format = table.table->format();
+    table.borders.apply(*table.table, format);
     format.setHeaderRowCount(table.headerRows);
     applyWidths(table, format);
     table.table->setFormat(format);

@@ -25,8 +25,8 @@ void BodyReader::readTable(int depth) {
     readTableRows(depth + 1, table);
     if (table.table) {
         applyMerges(table);
-        TableLines::apply(*table.table, table.lines);
         QTextTableFormat format = table.table->format();
+        TableLines::apply(*table.table, table.lines, format);
         format.setHeaderRowCount(std::min(table.headerRows, table.table->rows()));
         table.table->setFormat(format);
         applyWidths(table);
