@@ -37,31 +37,25 @@ std::array<bool, 4> linedSides(const QTextTable& grid, const Cells& cells,
             isDrawn(sides[right]) || drawsAt(grid, cells, row, column + cell.columnSpan(), left)};
 }
 
+// The format properties of each side, in the order of `Side`.
+struct SideProperties {
+    QTextFormat::Property width, style, brush;
+};
+constexpr SideProperties sideProperties[] = {
+    {QTextFormat::TableCellTopBorder, QTextFormat::TableCellTopBorderStyle,
+     QTextFormat::TableCellTopBorderBrush},
+    {QTextFormat::TableCellLeftBorder, QTextFormat::TableCellLeftBorderStyle,
+     QTextFormat::TableCellLeftBorderBrush},
+    {QTextFormat::TableCellBottomBorder, QTextFormat::TableCellBottomBorderStyle,
+     QTextFormat::TableCellBottomBorderBrush},
+    {QTextFormat::TableCellRightBorder, QTextFormat::TableCellRightBorderStyle,
+     QTextFormat::TableCellRightBorderBrush}};
+
 void setSide(QTextTableCellFormat& format, Side side, const Line& line) {
-    const double width = Units::pixelsFromPoints(line.points);
-    const auto style = QTextFrameFormat::BorderStyle_Solid;
-    switch (side) {
-    case top:
-        format.setTopBorder(width);
-        format.setTopBorderStyle(style);
-        format.setTopBorderBrush(line.color);
-        break;
-    case left:
-        format.setLeftBorder(width);
-        format.setLeftBorderStyle(style);
-        format.setLeftBorderBrush(line.color);
-        break;
-    case bottom:
-        format.setBottomBorder(width);
-        format.setBottomBorderStyle(style);
-        format.setBottomBorderBrush(line.color);
-        break;
-    case right:
-        format.setRightBorder(width);
-        format.setRightBorderStyle(style);
-        format.setRightBorderBrush(line.color);
-        break;
-    }
+    const SideProperties& properties = sideProperties[side];
+    format.setProperty(properties.width, Units::pixelsFromPoints(line.points));
+    format.setProperty(properties.style, QTextFrameFormat::BorderStyle_Solid);
+    format.setProperty(properties.brush, QBrush(line.color));
 }
 
 } // namespace
@@ -108,22 +102,14 @@ void apply(QTextTable& grid, const Cells& cells, QTextTableFormat& format) {
 }
 
 CellSides sidesOf(const QTextTableCellFormat& format) {
-    const struct {
-        QTextFormat::Property style;
-        double width;
-        QBrush brush;
-    } sides[] = {
-        {QTextFormat::TableCellTopBorderStyle, format.topBorder(), format.topBorderBrush()},
-        {QTextFormat::TableCellLeftBorderStyle, format.leftBorder(), format.leftBorderBrush()},
-        {QTextFormat::TableCellBottomBorderStyle, format.bottomBorder(),
-         format.bottomBorderBrush()},
-        {QTextFormat::TableCellRightBorderStyle, format.rightBorder(), format.rightBorderBrush()}};
     CellSides lines;
     for (std::size_t side = 0; side < lines.size(); ++side) {
-        const auto& [style, width, brush] = sides[side];
-        if (format.hasProperty(style) && width > 0 &&
-            format.intProperty(style) != QTextFrameFormat::BorderStyle_None)
-            lines[side] = Line{Units::pointsFromPixels(width), brush.color()};
+        const SideProperties& properties = sideProperties[side];
+        const double width = format.doubleProperty(properties.width);
+        if (format.hasProperty(properties.style) && width > 0 &&
+            format.intProperty(properties.style) != QTextFrameFormat::BorderStyle_None)
+            lines[side] = Line{Units::pointsFromPixels(width),
+                               format.brushProperty(properties.brush).color()};
     }
     return lines;
 }
