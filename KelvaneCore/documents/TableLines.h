@@ -20,6 +20,11 @@ struct Line {
     QColor color;
 };
 
+// The line of a table drawn as a plain grid.
+inline Line thinLine() {
+    return {0.5, Qt::black};
+}
+
 enum Side { top, left, bottom, right };
 using CellSides = std::array<std::optional<Line>, 4>; // by `Side`; unset sides draw nothing
 

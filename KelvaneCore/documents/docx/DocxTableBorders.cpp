@@ -61,8 +61,11 @@ CellSides sidesAt(const Borders& borders, Place place) {
             place.lastColumn ? side[Borders::right] : side[Borders::insideV]};
 }
 
-void overlay(CellSides& sides, const CellSides& over) {
-    for (std::size_t side = 0; side < sides.size(); ++side) {
+// `over`'s sides on top of `sides`, where it sets them.
+template <std::size_t count>
+void overlay(std::array<std::optional<Line>, count>& sides,
+             const std::array<std::optional<Line>, count>& over) {
+    for (std::size_t side = 0; side < count; ++side) {
         if (over[side])
             sides[side] = over[side];
     }
@@ -76,10 +79,7 @@ bool Borders::isSet() const {
 }
 
 void Borders::merge(const Borders& over) {
-    for (std::size_t side = 0; side < sides.size(); ++side) {
-        if (over.sides[side])
-            sides[side] = over.sides[side];
-    }
+    overlay(sides, over.sides);
 }
 
 void TableStyleBorders::merge(const TableStyleBorders& over) {

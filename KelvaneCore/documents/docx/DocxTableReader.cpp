@@ -44,7 +44,7 @@ TableStyleBorders styleBorders(const Styles& styles, const QString& id) {
         return *defined;
     TableStyleBorders borders;
     if (id.contains(u"Grid", Qt::CaseInsensitive))
-        borders.table.sides.fill(TableLines::Line{0.5, Qt::black});
+        borders.table.sides.fill(TableLines::thinLine());
     return borders;
 }
 

@@ -31,6 +31,11 @@ bool isXmlCharacter(QChar c) {
             c.unicode() != 0xffff);
 }
 
+// A line as fo:border gives it: "0.5pt solid #000000".
+QString borderOf(const TableLines::Line& line) {
+    return lengthInPoints(line.points) + " solid " + line.color.name();
+}
+
 // The sides a cell's format draws, as fo:border-top and the like.
 void addSides(const QTextTableCellFormat& format, AutomaticStyles::Properties& properties) {
     const char* const attributes[] = {"fo:border-top", "fo:border-left", "fo:border-bottom",
@@ -38,8 +43,7 @@ void addSides(const QTextTableCellFormat& format, AutomaticStyles::Properties& p
     const TableLines::CellSides sides = TableLines::sidesOf(format);
     for (std::size_t side = 0; side < sides.size(); ++side) {
         if (const auto& line = sides[side])
-            properties.emplace_back(attributes[side],
-                                    lengthInPoints(line->points) + " solid " + line->color.name());
+            properties.emplace_back(attributes[side], borderOf(*line));
     }
 }
 
@@ -49,7 +53,7 @@ AutomaticStyles::Properties cellProperties(const QTextTable& table, const QTextT
     AutomaticStyles::Properties properties;
     const QTextTableCellFormat format = cell.format().toTableCellFormat();
     if (table.format().border() > 0)
-        properties.emplace_back("fo:border", "0.5pt solid #000000");
+        properties.emplace_back("fo:border", borderOf(TableLines::thinLine()));
     else
         addSides(format, properties);
     if (properties.empty())

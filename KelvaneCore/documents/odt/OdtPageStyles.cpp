@@ -99,7 +99,7 @@ TableLines::CellSides Styles::cellLines(const QString& name) const {
     if (const Style* style = find(u"table-cell", name))
         return style->lines;
     TableLines::CellSides lines;
-    lines.fill(TableLines::Line{0.5, Qt::black});
+    lines.fill(TableLines::thinLine());
     return lines;
 }
 
