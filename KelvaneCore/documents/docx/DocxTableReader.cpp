@@ -1,11 +1,12 @@
 #include "documents/TableRows.h"
+#include "documents/TableWidths.h"
 #include "documents/Units.h"
 #include "documents/docx/DocxBodyReader.h"
 
 #include <QTextTable>
 
 #include <algorithm>
-#include <numeric>
+#include <iterator>
 
 // Tables of the body reader: the grid grows as rows and cells arrive, merged cells are joined
 // once the grid is complete.
@@ -19,9 +20,6 @@ namespace {
 
 constexpr double maxTwips = 31680; // 22 inches, the widest page the format allows
 constexpr auto maxGridColumns = static_cast<std::size_t>(maxTableColumns);
-// Wider than this a table fills the text's width: the text of A4 in portrait with our
-// margins, the narrowest we lay out on everyday paper.
-constexpr double narrowestTextPixels = Units::pixelsFromPoints(467.28);
 
 // The width w:tblW gives: fiftieths of a percent, or twips; none for "auto".
 std::optional<QTextLength> tableWidthOf(const QXmlStreamReader& xml) {
@@ -66,21 +64,12 @@ void readTableProperties(QXmlStreamReader& xml, const Styles& styles, Table& tab
 }
 
 // Column widths in proportion to the grid's; the table as wide as the grid unless it says
-// otherwise, and never wider than the text.
+// otherwise.
 void applyWidths(const Table& table, QTextTableFormat& format) {
-    const std::vector<double>& widths = table.columnWidths;
-    const double total = std::accumulate(widths.begin(), widths.end(), 0.0);
-    if (static_cast<int>(widths.size()) != format.columns() || total <= 0)
-        return;
-    QList<QTextLength> constraints;
-    for (const double width : widths)
-        constraints.append(QTextLength(QTextLength::PercentageLength, width / total * 100));
-    format.setColumnWidthConstraints(constraints);
-    const double gridPixels = Units::pixelsFromPoints(Units::pointsFromTwips(total));
-    QTextLength width = table.width.value_or(QTextLength(QTextLength::FixedLength, gridPixels));
-    if (width.type() == QTextLength::FixedLength && width.rawValue() > narrowestTextPixels)
-        width = QTextLength(QTextLength::PercentageLength, 100);
-    format.setWidth(width);
+    std::vector<double> points;
+    std::transform(table.columnWidths.begin(), table.columnWidths.end(), std::back_inserter(points),
+                   Units::pointsFromTwips);
+    TableWidths::apply(format, points, table.width);
 }
 
 } // namespace

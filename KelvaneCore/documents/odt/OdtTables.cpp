@@ -1,20 +1,17 @@
 #include "documents/TableLines.h"
+#include "documents/TableWidths.h"
 #include "documents/Units.h"
 #include "documents/odt/OdtBodyReader.h"
 
 #include <QTextTable>
 
 #include <algorithm>
-#include <numeric>
 
 namespace kelvane::Odt {
 namespace {
 
 constexpr int maxTableColumns = 64;
 constexpr int maxTableRows = 1000;
-// Wider than this a table fills the text's width: the text of A4 in portrait with our
-// margins, the narrowest we lay out on everyday paper.
-constexpr double narrowestTextPoints = 467.28;
 
 } // namespace
 
@@ -88,18 +85,10 @@ void BodyReader::readColumn(Table& table) {
 // never wider than the text; left to the layout when a column has no width.
 void BodyReader::applyWidths(Table& table) const {
     const std::vector<double>& widths = table.columnWidths;
-    const double total = std::accumulate(widths.begin(), widths.end(), 0.0);
-    const bool known = std::all_of(widths.begin(), widths.end(), [](double w) { return w > 0; });
-    if (!known || total <= 0 || static_cast<int>(widths.size()) != table.table->columns())
+    if (std::any_of(widths.begin(), widths.end(), [](double width) { return width <= 0; }))
         return;
     QTextTableFormat format = table.table->format();
-    QList<QTextLength> constraints;
-    for (const double width : widths)
-        constraints.append(QTextLength(QTextLength::PercentageLength, width / total * 100));
-    format.setColumnWidthConstraints(constraints);
-    format.setWidth(total > narrowestTextPoints
-                        ? QTextLength(QTextLength::PercentageLength, 100)
-                        : QTextLength(QTextLength::FixedLength, Units::pixelsFromPoints(total)));
+    TableWidths::apply(format, widths);
     table.table->setFormat(format);
 }
 
