@@ -72,7 +72,7 @@ void Builder::finish(const ParagraphEnd& end) {
     if (blockTouched_ && !needBlock_)
         applyParagraph(end);
     if (table_)
-        TableRows::trim(*table_, row_ + 1);
+        finishTable();
 }
 
 void Builder::enter(bool inTable) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "documents/TableLines.h"
+#include "documents/rtf/RtfRowLines.h"
+
 #include <QPointer>
 #include <QSizeF>
 #include <QTextBlockFormat>
@@ -15,6 +18,7 @@
 class QTextDocument;
 class QTextList;
 class QTextTable;
+class QTextTableCell;
 
 namespace kelvane::Rtf {
 
@@ -66,10 +70,16 @@ public:
     void endCell(const ParagraphEnd& end);
     void endRow();
     void defineRow();
+    void markHeaderRow();
+    void setRowLeft(int twips);
     void addCellBoundary(int right);
     void mergeCell(CellMerge merge);
-    // A side of the next cell gets a border, or the side just named none after all.
-    void borderSide(bool drawn);
+    void shadeCell(const QColor& color);
+    // The border words of a row definition: the side they describe, and how it is drawn.
+    void nameBorderSide(BorderSide side) { rowLines_.name(side); }
+    void drawBorderSide(bool drawn) { rowLines_.draw(drawn); }
+    void setBorderWidth(int twips) { rowLines_.setWidth(twips); }
+    void setBorderColor(const QColor& color) { rowLines_.setColor(color); }
     void finish(const ParagraphEnd& end);
 
     // The current paragraph holds text or an image.
@@ -81,6 +91,9 @@ private:
     void enter(bool inTable);
     void startTable();
     void leaveTable();
+    // Trims the rows made ahead and draws the lines and shading the cells were given.
+    void finishTable();
+    void recordCellLook(int row, int cell, const QTextTableCell& target);
     void moveToPendingCell();
     void layOutRow(int row);
     void fitBoundary(int right, int row);
@@ -105,16 +118,28 @@ private:
     struct CellDefinition {
         int right = 0; // twips
         CellMerge merge = CellMerge::none;
-        bool bordered = false;
+        TableLines::CellSides sides; // those the cell names of its own
+        QColor shading;
     };
-    bool rowBordered() const;
     std::vector<CellDefinition> rowDefinition_; // the cells the last \trowd defined
-    CellMerge nextMerge_ = CellMerge::none;     // of the cell whose \cellx comes next
-    int borderSides_ = 0;                       // sides of that cell with a border
+    int rowLeft_ = 0;                           // twips
+    RowLines rowLines_;
+    bool headerRow_ = false;
+    CellMerge nextMerge_ = CellMerge::none; // of the cell whose \cellx comes next
+    QColor nextShading_;
+    // The lines and shading of the table's cells, by the row and column they start at.
+    std::map<std::pair<int, int>, TableLines::CellSides> lines_;
+    std::map<std::pair<int, int>, QColor> shading_;
+    // The cells of the latest row that take their bottom from the row: on the table's last row
+    // that is \trbrdrb, known only once the table ends.
+    std::vector<std::pair<int, int>> rowBottomCells_;
+    std::optional<TableLines::Line> rowBottom_;
+    int headerRows_ = 0;
     // While the rows' cells line up on common edges: the right edge of each column, and the
     // first column of each cell of the current row. Otherwise cells fill columns in turn.
     bool gridKnown_ = false;
     std::vector<int> grid_;
+    int gridLeft_ = 0; // the left edge of the first column
     std::vector<int> cellColumns_;
     long long mergeCost_ = 0;
     int row_ = 0;

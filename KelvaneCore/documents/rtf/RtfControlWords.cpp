@@ -173,7 +173,8 @@ bool Reader::enterDestination(KeywordInfo info) {
 }
 
 void Reader::bodyWord(KeywordInfo info, const Token& token) {
-    if (!characterWord(info, token) && !paragraphWord(info, token) && !sectionWord(info, token))
+    if (!characterWord(info, token) && !paragraphWord(info, token) && !tableWord(info, token) &&
+        !sectionWord(info, token))
         documentWord(info, token);
 }
 
@@ -297,6 +298,18 @@ bool Reader::paragraphWord(KeywordInfo info, const Token& token) {
     case Keyword::PageBreakBefore:
         paragraph.pageBreakBefore = !token.hasParameter || token.parameter != 0;
         break;
+    case Keyword::SpaceBefore:
+        paragraph.spaceBefore = boundedTwips(token.parameter);
+        break;
+    case Keyword::SpaceAfter:
+        paragraph.spaceAfter = boundedTwips(token.parameter);
+        break;
+    case Keyword::LineSpacing:
+        paragraph.lineSpacing = boundedTwips(token.parameter);
+        break;
+    case Keyword::LineMultiple:
+        paragraph.lineMultiple = !token.hasParameter || token.parameter != 0;
+        break;
     case Keyword::Paragraph:
         endParagraph();
         break;
@@ -306,29 +319,6 @@ bool Reader::paragraphWord(KeywordInfo info, const Token& token) {
                 endParagraph();
             builder_.breakPage();
         }
-        break;
-    case Keyword::Cell:
-        if (inBody) {
-            builder_.endCell(paragraphEnd());
-            listTextSeen_ = false;
-            listText_.clear();
-        }
-        break;
-    case Keyword::Row:
-        builder_.endRow();
-        break;
-    case Keyword::RowDefaults:
-        builder_.defineRow();
-        break;
-    case Keyword::CellRight:
-        builder_.addCellBoundary(token.parameter);
-        break;
-    case Keyword::CellMerge:
-        builder_.mergeCell(static_cast<CellMerge>(info.value));
-        break;
-    case Keyword::CellBorder:
-    case Keyword::NoBorder:
-        builder_.borderSide(info.keyword == Keyword::CellBorder);
         break;
     default:
         return false;

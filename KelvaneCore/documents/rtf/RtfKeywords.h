@@ -81,16 +81,26 @@ enum class Keyword {
     ListNumber,
     ListNesting,
     PageBreakBefore,
+    SpaceBefore, // twips
+    SpaceAfter,
+    LineSpacing,  // \sl: twips, at least or (negative) exactly; lines with \slmult1
+    LineMultiple, // \slmult
     Paragraph,
     Page,
     Section,
     Cell,
     Row,
     RowDefaults,
+    RowLeft, // \trleft: where the row's first cell starts, in twips
     CellRight,
-    CellMerge,  // value: a CellMerge
-    CellBorder, // a side of a cell or row gets a border
-    NoBorder,   // \brdrnone: the side just named has none
+    CellMerge,   // value: a CellMerge
+    CellBorder,  // names the side the border words after it describe; value: a BorderSide
+    BorderStyle, // the side just named has a line (\brdrs, \brdrdb, …)
+    NoBorder,    // \brdrnone: the side just named has none
+    BorderWidth, // \brdrw, twips
+    BorderColor, // \brdrcf, a colour table index
+    CellShading, // \clcbpat, a colour table index
+    HeaderRow,   // \trhdr: the row repeats at the top of every page
     // pictures
     PictureType,
     PictureGoalWidth,
@@ -117,6 +127,22 @@ constexpr int jpegPicture = 2;
 constexpr int windowsMetafile = 3;
 constexpr int enhancedMetafile = 4;
 constexpr int deviceIndependentBitmap = 5;
+
+// Values of CellBorder: the sides of the next cell, in the order TableLines numbers them, then
+// those of the row's cells where they name none of their own.
+enum BorderSide {
+    cellTop,
+    cellLeft,
+    cellBottom,
+    cellRight,
+    rowTop,
+    rowLeft,
+    rowBottom,
+    rowRight,
+    rowInsideHorizontal,
+    rowInsideVertical,
+    borderSides
+};
 
 // Values of LevelNumberFormat and NumberingFormat, as \levelnfc spells them.
 constexpr int decimalNumbers = 0;

@@ -2,11 +2,14 @@
 #include "documents/rtf/RtfReading.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace kelvane::Rtf {
 namespace {
 
 constexpr int typedListIndent = 360; // twips per nesting level of lists typed as text
+constexpr double twipsPerLine = 240; // \sl with \slmult1 counts 240ths of a line
+constexpr double maxLinePercent = 1000;
 
 double pixelsFromTwips(int twips) {
     return Units::pixelsFromPoints(Units::pointsFromTwips(twips));
@@ -40,6 +43,19 @@ int guessedFormat(const QString& marker) {
     return bullets;
 }
 
+// \sl: a multiple of single spacing, or an exact (negative) or least line height.
+void setLineSpacing(const ParagraphState& paragraph, QTextBlockFormat& format) {
+    if (paragraph.lineSpacing == 0)
+        return;
+    if (paragraph.lineMultiple && paragraph.lineSpacing > 0)
+        format.setLineHeight(std::min(paragraph.lineSpacing / twipsPerLine * 100, maxLinePercent),
+                             QTextBlockFormat::ProportionalHeight);
+    else if (!paragraph.lineMultiple)
+        format.setLineHeight(pixelsFromTwips(std::abs(paragraph.lineSpacing)),
+                             paragraph.lineSpacing < 0 ? QTextBlockFormat::FixedHeight
+                                                       : QTextBlockFormat::MinimumHeight);
+}
+
 } // namespace
 
 void Reader::endParagraph() {
@@ -66,6 +82,11 @@ ParagraphEnd Reader::paragraphEnd() {
         format.setTextIndent(pixelsFromTwips(paragraph.firstIndent));
     if (paragraph.rightIndent != 0)
         format.setRightMargin(pixelsFromTwips(paragraph.rightIndent));
+    if (paragraph.spaceBefore > 0)
+        format.setTopMargin(pixelsFromTwips(paragraph.spaceBefore));
+    if (paragraph.spaceAfter > 0)
+        format.setBottomMargin(pixelsFromTwips(paragraph.spaceAfter));
+    setLineSpacing(paragraph, format);
     if (paragraph.headingLevel > 0)
         format.setHeadingLevel(paragraph.headingLevel);
     if (paragraph.pageBreakBefore)
@@ -84,11 +105,11 @@ std::optional<ListItem> Reader::listItem(ParagraphEnd& end) {
         if (levels == lists_.end())
             return ListItem{paragraph.listNumber, level + 1, styleOf(guessedFormat(listText_))};
         // Numbered as the list defines it; labels a list cannot draw (start values, "%1)",
-        // "1.1.") become the paragraph's first text.
+        // "1.1.") become the paragraph's first text, as do the outline numbers of headings.
         const QString text = listCounter_.next(paragraph.listNumber, level, levels->second);
         const auto look =
             ListNumbering::listLook(levels->second[static_cast<std::size_t>(level)], level);
-        if (look) {
+        if (look && paragraph.headingLevel == 0) {
             end.numberPrefix = look->prefix;
             end.numberSuffix = look->suffix;
             return ListItem{paragraph.listNumber, level + 1, look->style};

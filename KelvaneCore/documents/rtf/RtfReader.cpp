@@ -358,20 +358,21 @@ QTextCharFormat Reader::charFormat() const {
     format.setFontUnderline(chars.underline);
     format.setFontStrikeOut(chars.strike);
     format.setVerticalAlignment(chars.vertical);
-    const auto color = [this](int index) {
-        return index > 0 && static_cast<std::size_t>(index) < colors_.size()
-                   ? colors_[static_cast<std::size_t>(index)]
-                   : QColor();
-    };
-    if (color(chars.foreground).isValid())
-        format.setForeground(color(chars.foreground));
-    if (color(chars.background).isValid())
-        format.setBackground(color(chars.background));
+    if (const QColor foreground = colorAt(chars.foreground); foreground.isValid())
+        format.setForeground(foreground);
+    if (const QColor background = colorAt(chars.background); background.isValid())
+        format.setBackground(background);
     if (state().link >= 0) {
         format.setAnchor(true);
         format.setAnchorHref(fields_[static_cast<std::size_t>(state().link)].href);
     }
     return format;
+}
+
+QColor Reader::colorAt(int index) const {
+    return index > 0 && static_cast<std::size_t>(index) < colors_.size()
+               ? colors_[static_cast<std::size_t>(index)]
+               : QColor();
 }
 
 int Reader::codePage() const {

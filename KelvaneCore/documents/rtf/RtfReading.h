@@ -62,6 +62,10 @@ struct ParagraphState {
     int headingLevel = 0;
     bool inTable = false;
     bool pageBreakBefore = false;
+    int spaceBefore = 0; // twips
+    int spaceAfter = 0;
+    int lineSpacing = 0; // \sl: 0 single, else as LineSpacing says
+    bool lineMultiple = false;
     int listNumber = 0; // \ls, 0 for none
     int listNesting = 0;
 };
@@ -158,6 +162,10 @@ private:
     void bodyWord(KeywordInfo info, const Token& token);
     bool characterWord(KeywordInfo info, const Token& token);
     bool paragraphWord(KeywordInfo info, const Token& token);
+    QColor colorAt(int index) const; // invalid for 0, the automatic colour, and unknown ones
+
+    // RtfTableWords.cpp: rows, cells and their lines
+    bool tableWord(KeywordInfo info, const Token& token);
     void fontTableWord(KeywordInfo info, const Token& token);
     void colorTableWord(KeywordInfo info, const Token& token);
     void listTableWord(KeywordInfo info, const Token& token);

@@ -1,6 +1,7 @@
 #include "documents/rtf/RtfRuns.h"
 
 #include "documents/DocumentImages.h"
+#include "documents/TableLines.h"
 #include "documents/Units.h"
 
 #include <QBuffer>
@@ -90,6 +91,15 @@ StyleTables::StyleTables(const QTextDocument& document) {
             addFont(familyOf(format));
             addColor(format.foreground());
             addColor(format.background());
+        }
+    }
+    for (const QTextFormat& format : document.allFormats()) {
+        if (!format.isTableCellFormat())
+            continue;
+        addColor(format.background());
+        for (const auto& line : TableLines::sidesOf(format.toTableCellFormat())) {
+            if (line)
+                addColor(line->color);
         }
     }
 }

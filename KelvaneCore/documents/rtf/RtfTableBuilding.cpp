@@ -1,4 +1,6 @@
 #include "documents/TableRows.h"
+#include "documents/TableWidths.h"
+#include "documents/Units.h"
 #include "documents/rtf/RtfBuilder.h"
 
 #include <QTextTable>
@@ -17,9 +19,6 @@ constexpr int maxEdgeTwips = 1'000'000;
 // Each merge rebuilds the table's grid: merges stop once they have cost this many cells, and
 // the cells a file asks to merge beyond that stay apart.
 constexpr long long mergeBudget = 4'000'000;
-// A cell drawn with lines on this many sides is part of a grid; a rule under a heading row
-// is not.
-constexpr int gridSides = 2;
 
 void checkSize(int rows, int columns) {
     if (rows * columns > maxCells)
@@ -57,27 +56,31 @@ void Builder::endRow() {
 
 void Builder::defineRow() {
     rowDefinition_.clear();
+    rowLeft_ = 0;
+    rowLines_ = {};
+    headerRow_ = false;
     nextMerge_ = CellMerge::none;
-    borderSides_ = 0;
+    nextShading_ = QColor();
+}
+
+void Builder::setRowLeft(int twips) {
+    rowLeft_ = std::clamp(twips, -maxEdgeTwips, maxEdgeTwips);
+}
+
+void Builder::markHeaderRow() {
+    headerRow_ = true;
 }
 
 void Builder::addCellBoundary(int right) {
     if (rowDefinition_.size() < maxColumns)
-        rowDefinition_.push_back(
-            {std::clamp(right, 0, maxEdgeTwips), nextMerge_, borderSides_ >= gridSides});
+        rowDefinition_.push_back({std::clamp(right, 0, maxEdgeTwips), nextMerge_,
+                                  rowLines_.takeCellSides(), nextShading_});
     nextMerge_ = CellMerge::none;
-    borderSides_ = 0;
+    nextShading_ = QColor();
 }
 
-// Sides of the row (\\trbrdr) count for its first cell: a table draws its lines or none.
-void Builder::borderSide(bool drawn) {
-    borderSides_ = std::max(borderSides_ + (drawn ? 1 : -1), 0);
-}
-
-// A row drawn otherwise than the rows before it starts a table of its own.
-bool Builder::rowBordered() const {
-    return std::any_of(rowDefinition_.begin(), rowDefinition_.end(),
-                       [](const CellDefinition& cell) { return cell.bordered; });
+void Builder::shadeCell(const QColor& color) {
+    nextShading_ = color;
 }
 
 void Builder::mergeCell(CellMerge merge) {
@@ -86,7 +89,7 @@ void Builder::mergeCell(CellMerge merge) {
 
 void Builder::startTable() {
     QTextTableFormat format;
-    format.setBorder(rowBordered() ? 1 : 0);
+    format.setBorder(0);
     format.setCellPadding(4);
     format.setCellSpacing(0);
     format.setBorderCollapse(true);
@@ -96,7 +99,11 @@ void Builder::startTable() {
         1, gridKnown_ ? 1 : std::max(static_cast<int>(rowDefinition_.size()), 1), format);
     if (gridKnown_)
         grid_.push_back(rowDefinition_.front().right);
+    gridLeft_ = rowLeft_;
     lists_.clear();
+    lines_.clear();
+    shading_.clear();
+    headerRows_ = 0;
     row_ = 0;
     cell_ = 0;
     column_ = 0;
@@ -107,7 +114,7 @@ void Builder::startTable() {
 }
 
 void Builder::leaveTable() {
-    TableRows::trim(*table_, row_ + 1);
+    finishTable();
     cursor_ = table_->lastCursorPosition();
     cursor_.movePosition(QTextCursor::NextBlock);
     table_ = nullptr;
@@ -118,10 +125,42 @@ void Builder::leaveTable() {
     pendingBreak_ = false;
 }
 
+void Builder::finishTable() {
+    TableRows::trim(*table_, row_ + 1);
+    for (const auto& at : rowBottomCells_) {
+        if (at.first + table_->cellAt(at.first, at.second).rowSpan() == table_->rows())
+            lines_[at][TableLines::bottom] = rowBottom_;
+    }
+    QTextTableFormat format = table_->format();
+    if (gridKnown_ && static_cast<int>(grid_.size()) == table_->columns()) {
+        std::vector<double> widths;
+        for (std::size_t column = 0; column < grid_.size(); ++column)
+            widths.push_back(Units::pointsFromTwips(
+                std::max(grid_[column] - (column > 0 ? grid_[column - 1] : gridLeft_), 0)));
+        TableWidths::apply(format, widths);
+    }
+    TableLines::apply(*table_, lines_, format);
+    format.setHeaderRowCount(headerRows_);
+    table_->setFormat(format);
+    // Setting a cell's format makes the table look its grid up afresh: find every cell first.
+    std::vector<std::pair<QTextTableCell, QColor>> shaded;
+    for (const auto& [at, color] : shading_)
+        shaded.emplace_back(table_->cellAt(at.first, at.second), color);
+    for (auto& [cell, color] : shaded) {
+        QTextCharFormat cellFormat = cell.format();
+        cellFormat.setBackground(color);
+        cell.setFormat(cellFormat);
+    }
+}
+
 // Fits the row's cell edges into the table's columns and merges the grid cells each cell
 // spans, across and, for \clvmrg, down into the cell above.
 void Builder::layOutRow(int row) {
     cellColumns_.clear();
+    rowBottomCells_.clear();
+    rowBottom_ = rowLines_.bottom();
+    if (headerRow_ && headerRows_ == row)
+        ++headerRows_;
     for (const CellDefinition& cell : rowDefinition_) {
         if (gridKnown_)
             fitBoundary(cell.right, row);
@@ -199,10 +238,7 @@ bool Builder::mergeCells(int row, int column, int rows, int columns) {
 }
 
 void Builder::moveToPendingCell() {
-    if (rowEnded_ && rowBordered() != (table_->format().border() > 0)) {
-        leaveTable();
-        startTable();
-    } else if (rowEnded_) {
+    if (rowEnded_) {
         checkSize(row_ + 2, table_->columns());
         TableRows::reserve(*table_, row_ + 2);
         layOutRow(row_ + 1);
@@ -236,6 +272,7 @@ void Builder::moveToCell(int row, int cell) {
     const bool covered = target.row() != row || target.column() != column ||
                          (cellEnded_ && target == table_->cellAt(row_, column_));
     cursor_ = covered ? target.lastCursorPosition() : target.firstCursorPosition();
+    recordCellLook(row, cell, target);
     row_ = row;
     cell_ = cell;
     column_ = column;
@@ -244,6 +281,30 @@ void Builder::moveToCell(int row, int cell) {
     needBlock_ = covered;
     blockTouched_ = false;
     breakBefore_ = false;
+}
+
+// Notes the lines and shading of the row's `cell`th cell, which lies in `target`: all of them
+// when the cell starts there, else the sides it adds to a cell merged across or down.
+void Builder::recordCellLook(int row, int cell, const QTextTableCell& target) {
+    if (cell >= static_cast<int>(rowDefinition_.size()))
+        return;
+    const CellDefinition& definition = rowDefinition_[static_cast<std::size_t>(cell)];
+    const bool lastCell = cell + 1 == static_cast<int>(rowDefinition_.size());
+    const TableLines::CellSides sides =
+        rowLines_.resolve(definition.sides, row == 0, cell == 0, lastCell);
+    const std::pair<int, int> start{target.row(), target.column()};
+    TableLines::CellSides& lines = lines_[start];
+    if (target.row() != row) {
+        lines[TableLines::bottom] = sides[TableLines::bottom];
+    } else if (definition.merge == CellMerge::across) {
+        lines[TableLines::right] = sides[TableLines::right];
+    } else {
+        lines = sides;
+        if (definition.shading.isValid())
+            shading_[start] = definition.shading;
+    }
+    if (!definition.sides[TableLines::bottom])
+        rowBottomCells_.push_back(start);
 }
 
 } // namespace kelvane::Rtf

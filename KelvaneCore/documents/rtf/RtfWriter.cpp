@@ -2,6 +2,7 @@
 #include "documents/SectionPages.h"
 #include "documents/Units.h"
 #include "documents/WrittenBytes.h"
+#include "documents/rtf/RtfLookWords.h"
 #include "documents/rtf/RtfRuns.h"
 
 #include <QTextBlock>
@@ -317,6 +318,7 @@ void Writer::writeParagraphProperties(const QTextBlock& block) {
     }
     if (std::lround(format.rightMargin()) != 0)
         out_ += "\\ri" + twips(format.rightMargin());
+    out_ += Rtf::spacingWords(format);
     const int heading = format.headingLevel();
     if (heading >= 1 && heading <= 6)
         out_ += "\\s" + QByteArray::number(heading) + "\\outlinelevel" +
@@ -327,12 +329,13 @@ void Writer::writeTable(const QTextTable& table) {
     const std::vector<int> rights = cellRights(table);
     for (int row = 0; row < table.rows(); ++row) {
         out_ += "\\trowd\\trgaph108";
+        if (row < table.format().headerRowCount())
+            out_ += "\\trhdr";
         for (int column = 0; column < static_cast<int>(rights.size()); ++column) {
             const int right = rights[static_cast<std::size_t>(column)];
-            out_ += mergeOf(table.cellAt(row, column), row, column);
-            if (table.format().border() > 0)
-                out_ += "\\clbrdrt\\brdrs\\brdrw10\\clbrdrl\\brdrs\\brdrw10"
-                        "\\clbrdrb\\brdrs\\brdrw10\\clbrdrr\\brdrs\\brdrw10";
+            const QTextTableCell cell = table.cellAt(row, column);
+            out_ += mergeOf(cell, row, column);
+            out_ += Rtf::cellLookWords(table, cell, tables_);
             out_ += "\\cellx" + QByteArray::number(right);
         }
         out_ += '\n';

@@ -648,6 +648,7 @@ void expectRules(const QTextDocument& document, const TempFolder& temp) {
     EXPECT_EQ(red.leftBorderBrush().color(), QColor(Qt::red));
     EXPECT_FALSE(red.hasProperty(QTextFormat::TableCellRightBorderStyle));
     EXPECT_GT(grid->format().border(), 0);
+    EXPECT_EQ(grid->cellAt(0, 0).format().background().color(), QColor(Qt::yellow));
 
     const fixtures::PdfProbe pdf(
         writeBytes(temp, "rules.pdf", DocumentTools::pdf(document, PageSize::a4)));
@@ -680,7 +681,7 @@ void expectRules(const QTextDocument& document, const TempFolder& temp) {
 
 // A table style drawing rules above and below the table and under its first row draws just
 // those, as drawn lines in the PDF; a cell's own border and a grid style the document only
-// names are kept too, in our DOCX and ODT as well.
+// names are kept too, as is a cell's shading, in our DOCX, ODT and RTF as well.
 TEST(DocxReader, TablesDrawTheLinesTheirStyleAndCellsSet) {
     const QByteArray rule = R"(w:val="single" w:sz="8" w:color="000000")";
     const QByteArray tableStyles = docx::stylesPart(
@@ -696,7 +697,9 @@ TEST(DocxReader, TablesDrawTheLinesTheirStyleAndCellsSet) {
         table("Rules", "<w:tr>" + cell("Mass") + cell("Volume") + "</w:tr><w:tr>" + cell("Alpha") +
                            cell("One") + "</w:tr><w:tr>" + cell("Beta") + cell("Two") + "</w:tr>") +
         table("Plain", "<w:tr>" + cell("Left") + cell("Marked", redLeft) + "</w:tr>") +
-        table("TableGrid", "<w:tr>" + cell("Gridded") + cell("Cells") + "</w:tr>");
+        table("TableGrid", "<w:tr>" +
+                               cell("Gridded", R"(<w:tcPr><w:shd w:fill="FFFF00"/></w:tcPr>)") +
+                               cell("Cells") + "</w:tr>");
     TempFolder temp;
     auto document = DocumentFormats::readDocx(docx::write(
         temp, "rules.docx",
@@ -709,8 +712,9 @@ TEST(DocxReader, TablesDrawTheLinesTheirStyleAndCellsSet) {
         writeBytes(temp, "ours.docx", DocumentFormats::writeDocx(*document))));
     documents.push_back(DocumentFormats::readOdt(
         writeBytes(temp, "ours.odt", DocumentFormats::writeOdt(*document))));
+    documents.push_back(DocumentFormats::readRtf(DocumentFormats::writeRtf(*document)));
     documents.push_back(std::move(document));
-    const char* const names[] = {"our DOCX", "our ODT", "the source"};
+    const char* const names[] = {"our DOCX", "our ODT", "our RTF", "the source"};
     for (std::size_t i = 0; i < documents.size(); ++i) {
         SCOPED_TRACE(names[i]);
         expectRules(*documents[i], temp);

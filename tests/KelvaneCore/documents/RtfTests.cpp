@@ -1,6 +1,7 @@
 #include "documents/DocumentFormats.h"
 #include "documents/DocumentImages.h"
 #include "documents/SectionPages.h"
+#include "documents/TableLines.h"
 #include "documents/ZipContainer.h"
 #include "fixtures/Bytes.h"
 #include "fixtures/DocumentQueries.h"
@@ -68,9 +69,10 @@ TEST(RtfReader, CharacterFormattingFontsAndColours) {
     EXPECT_EQ(formatOf(*document, "up").verticalAlignment(), QTextCharFormat::AlignSuperScript);
 }
 
-TEST(RtfReader, ParagraphAlignmentIndentsAndBreaks) {
+TEST(RtfReader, ParagraphAlignmentIndentsSpacingAndBreaks) {
     const auto document = read("\\pard\\qc centred\\par\\pard\\qr right\\par\\pard\\qj justified"
-                               "\\par\\pard\\li1440\\fi-720\\ri720 indented\\par"
+                               "\\par\\pard\\li1440\\fi-720\\ri720\\sb240\\sa120\\sl-360\\slmult0 "
+                               "indented\\par\\pard\\sl300\\slmult0 least\\par"
                                "\\pard\\outlinelevel1 {\\b\\fs32 Heading}\\par"
                                "\\pard one\\line two\\tab three\\page after\\par");
     EXPECT_EQ(blockWith(*document, "centred").blockFormat().alignment(), Qt::AlignHCenter);
@@ -80,6 +82,14 @@ TEST(RtfReader, ParagraphAlignmentIndentsAndBreaks) {
     EXPECT_DOUBLE_EQ(indented.leftMargin(), 96); // 1440 twips: one inch
     EXPECT_DOUBLE_EQ(indented.textIndent(), -48);
     EXPECT_DOUBLE_EQ(indented.rightMargin(), 48);
+    EXPECT_DOUBLE_EQ(indented.topMargin(), 16);
+    EXPECT_DOUBLE_EQ(indented.bottomMargin(), 8);
+    EXPECT_DOUBLE_EQ(indented.lineHeight(), 24);
+    EXPECT_EQ(indented.lineHeightType(), QTextBlockFormat::FixedHeight);
+    const QTextBlockFormat least = blockWith(*document, "least").blockFormat();
+    EXPECT_DOUBLE_EQ(least.lineHeight(), 20);
+    EXPECT_EQ(least.lineHeightType(), QTextBlockFormat::MinimumHeight);
+    EXPECT_DOUBLE_EQ(least.topMargin(), 0);
     EXPECT_EQ(blockWith(*document, "Heading").blockFormat().headingLevel(), 2);
     EXPECT_EQ(blockWith(*document, "one").text(), QString::fromUtf16(u"one\u2028two\tthree"));
     EXPECT_TRUE(blockWith(*document, "after").blockFormat().pageBreakPolicy() &
@@ -240,7 +250,9 @@ TEST(RtfReader, ListsFromListTablesAndFromListText) {
 // \\par before \\cell, and a page break right after the last \\row.
 TEST(RtfReader, TableRowsAndCells) {
     const auto document =
-        read("\\pard before\\par\\trowd\\trgaph108\\cellx2000\\cellx4000\n"
+        read("\\pard before\\par\\trowd\\trgaph108\\trhdr\\trbrdrt\\brdrs"
+             "\\clbrdrb\\brdrs\\brdrw20\\brdrcf1\\clcbpat2\\cellx2000"
+             "\\clbrdrt\\brdrnone\\clbrdrb\\brdrs\\cellx4000\n"
              "\\pard\\intbl {\\b A1}\\cell\\pard\\intbl B1 first\\par B1 second\\cell\\row\n"
              "\\trowd\\cellx2000\\cellx4000\n\\pard\\intbl A2\\cell\\pard\\intbl\\cell\\row\n"
              "\\pard after\\par"
@@ -256,6 +268,24 @@ TEST(RtfReader, TableRowsAndCells) {
     EXPECT_EQ(cellText(*table, 1, 0), "A2");
     EXPECT_EQ(cellText(*table, 1, 1), "");
     EXPECT_EQ(formatOf(*document, "A1").fontWeight(), QFont::Bold);
+    // The heading row repeats; it has its own sides, the row's top where a cell names none.
+    EXPECT_EQ(table->format().headerRowCount(), 1);
+    EXPECT_EQ(table->format().border(), 0);
+    const auto sidesAt = [&](int row, int column) {
+        return TableLines::sidesOf(table->cellAt(row, column).format().toTableCellFormat());
+    };
+    const auto a1 = sidesAt(0, 0);
+    ASSERT_TRUE(a1[TableLines::top] && a1[TableLines::bottom]);
+    EXPECT_DOUBLE_EQ(a1[TableLines::top]->points, 0.5);
+    EXPECT_DOUBLE_EQ(a1[TableLines::bottom]->points, 1);
+    EXPECT_EQ(a1[TableLines::bottom]->color, QColor(255, 0, 0));
+    EXPECT_FALSE(a1[TableLines::left] || a1[TableLines::right]);
+    EXPECT_EQ(table->cellAt(0, 0).format().background().color(), QColor(255, 255, 0));
+    const auto b1 = sidesAt(0, 1);
+    EXPECT_FALSE(b1[TableLines::top]);
+    EXPECT_TRUE(b1[TableLines::bottom]);
+    for (const auto& side : sidesAt(1, 0))
+        EXPECT_FALSE(side);
     EXPECT_FALSE(QTextCursor(blockWith(*document, "before")).currentTable());
     EXPECT_FALSE(QTextCursor(blockWith(*document, "after")).currentTable());
 
@@ -299,7 +329,7 @@ TEST(RtfReader, RtfdPackageReadsOnlyItsOwnAttachments) {
 }
 
 // The styled document, with a bold table cell and a paragraph of what RTF must escape, a
-// background, indents and a page break.
+// background, indents, spacing and a page break.
 std::unique_ptr<QTextDocument> richDocument() {
     auto document = fixtures::styledDocument();
     QTextCharFormat bold;
@@ -312,6 +342,9 @@ std::unique_ptr<QTextDocument> richDocument() {
     indented.setTextIndent(24);
     indented.setAlignment(Qt::AlignRight);
     indented.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
+    indented.setTopMargin(12);
+    indented.setBottomMargin(6);
+    indented.setLineHeight(150, QTextBlockFormat::ProportionalHeight);
     cursor.insertBlock(indented, {});
     cursor.insertText(QString::fromUtf16(u"Escaped \\{braces}\u2028Žluťoučký \U0001F600\t"), {});
     QTextCharFormat marked;
@@ -334,6 +367,10 @@ TEST(RtfWriter, WhatItWritesReadsBackTheSame) {
     EXPECT_DOUBLE_EQ(escaped.blockFormat().textIndent(), 24);
     EXPECT_EQ(escaped.blockFormat().alignment() & Qt::AlignHorizontal_Mask, Qt::AlignRight);
     EXPECT_TRUE(escaped.blockFormat().pageBreakPolicy() & QTextFormat::PageBreak_AlwaysBefore);
+    EXPECT_DOUBLE_EQ(escaped.blockFormat().topMargin(), 12);
+    EXPECT_DOUBLE_EQ(escaped.blockFormat().bottomMargin(), 6);
+    EXPECT_DOUBLE_EQ(escaped.blockFormat().lineHeight(), 150);
+    EXPECT_EQ(escaped.blockFormat().lineHeightType(), QTextBlockFormat::ProportionalHeight);
     EXPECT_EQ(formatOf(*document, "marked").background().color(), QColor(255, 255, 0));
     EXPECT_EQ(formatOf(*document, "cellA1").fontWeight(), QFont::Bold);
 

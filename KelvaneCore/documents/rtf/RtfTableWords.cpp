@@ -1,0 +1,54 @@
+#include "documents/rtf/RtfReading.h"
+
+namespace kelvane::Rtf {
+
+bool Reader::tableWord(KeywordInfo info, const Token& token) {
+    switch (info.keyword) {
+    case Keyword::Cell:
+        if (state().destination == Destination::Body) {
+            builder_.endCell(paragraphEnd());
+            listTextSeen_ = false;
+            listText_.clear();
+        }
+        break;
+    case Keyword::Row:
+        builder_.endRow();
+        break;
+    case Keyword::RowDefaults:
+        builder_.defineRow();
+        break;
+    case Keyword::HeaderRow:
+        builder_.markHeaderRow();
+        break;
+    case Keyword::RowLeft:
+        builder_.setRowLeft(token.parameter);
+        break;
+    case Keyword::CellRight:
+        builder_.addCellBoundary(token.parameter);
+        break;
+    case Keyword::CellMerge:
+        builder_.mergeCell(static_cast<CellMerge>(info.value));
+        break;
+    case Keyword::CellShading:
+        builder_.shadeCell(colorAt(token.parameter));
+        break;
+    case Keyword::CellBorder:
+        builder_.nameBorderSide(static_cast<BorderSide>(info.value));
+        break;
+    case Keyword::BorderStyle:
+    case Keyword::NoBorder:
+        builder_.drawBorderSide(info.keyword == Keyword::BorderStyle);
+        break;
+    case Keyword::BorderWidth:
+        builder_.setBorderWidth(token.parameter);
+        break;
+    case Keyword::BorderColor:
+        builder_.setBorderColor(colorAt(token.parameter));
+        break;
+    default:
+        return false;
+    }
+    return true;
+}
+
+} // namespace kelvane::Rtf
