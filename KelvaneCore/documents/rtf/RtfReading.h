@@ -151,6 +151,7 @@ private:
     void commitColor();
     void finishField(Field& field);
     QTextCharFormat charFormat() const;
+    QColor colorAt(int index) const; // invalid for 0, the automatic colour, and unknown ones
     int codePage() const;
     State& state() { return stack_.back(); }
     const State& state() const { return stack_.back(); }
@@ -162,7 +163,6 @@ private:
     void bodyWord(KeywordInfo info, const Token& token);
     bool characterWord(KeywordInfo info, const Token& token);
     bool paragraphWord(KeywordInfo info, const Token& token);
-    QColor colorAt(int index) const; // invalid for 0, the automatic colour, and unknown ones
 
     // RtfTableWords.cpp: rows, cells and their lines
     bool tableWord(KeywordInfo info, const Token& token);
