@@ -54,7 +54,7 @@ constexpr SideProperties sideProperties[] = {
 void setSide(QTextTableCellFormat& format, Side side, const Line& line) {
     const SideProperties& properties = sideProperties[side];
     format.setProperty(properties.width, Units::pixelsFromPoints(line.points));
-    format.setProperty(properties.style, QTextFrameFormat::BorderStyle_Solid);
+    format.setProperty(properties.style, line.style);
     format.setProperty(properties.brush, QBrush(line.color));
 }
 
@@ -101,15 +101,43 @@ void apply(QTextTable& grid, const Cells& cells, QTextTableFormat& format) {
     }
 }
 
+using Style = QTextFrameFormat::BorderStyle;
+constexpr std::pair<const char16_t*, Style> cssStyles[] = {
+    {u"solid", Style::BorderStyle_Solid},   {u"double", Style::BorderStyle_Double},
+    {u"dotted", Style::BorderStyle_Dotted}, {u"dashed", Style::BorderStyle_Dashed},
+    {u"groove", Style::BorderStyle_Groove}, {u"ridge", Style::BorderStyle_Ridge},
+    {u"inset", Style::BorderStyle_Inset},   {u"outset", Style::BorderStyle_Outset},
+};
+
+std::optional<QTextFrameFormat::BorderStyle> styleNamed(QStringView name) {
+    for (const auto& [css, style] : cssStyles) {
+        if (name == css)
+            return style;
+    }
+    return std::nullopt;
+}
+
+QString styleName(QTextFrameFormat::BorderStyle style) {
+    if (style == Style::BorderStyle_DotDash || style == Style::BorderStyle_DotDotDash)
+        return QStringLiteral("dashed");
+    for (const auto& [css, known] : cssStyles) {
+        if (known == style)
+            return QString::fromUtf16(css);
+    }
+    return QStringLiteral("solid");
+}
+
 CellSides sidesOf(const QTextTableCellFormat& format) {
     CellSides lines;
     for (std::size_t side = 0; side < lines.size(); ++side) {
         const SideProperties& properties = sideProperties[side];
         const double width = format.doubleProperty(properties.width);
+        const auto style =
+            static_cast<QTextFrameFormat::BorderStyle>(format.intProperty(properties.style));
         if (format.hasProperty(properties.style) && width > 0 &&
-            format.intProperty(properties.style) != QTextFrameFormat::BorderStyle_None)
+            style != QTextFrameFormat::BorderStyle_None)
             lines[side] = Line{Units::pointsFromPixels(width),
-                               format.brushProperty(properties.brush).color()};
+                               format.brushProperty(properties.brush).color(), style};
     }
     return lines;
 }

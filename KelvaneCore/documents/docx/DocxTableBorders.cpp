@@ -42,9 +42,20 @@ Line lineOf(const QXmlStreamReader& xml) {
         return {};
     const double eighths = Ooxml::numericValue(xml, u"sz").value_or(4);
     const QString color = wAttribute(xml, u"color");
+    const auto style = lineStyleOf(line);
     return {std::clamp(eighths / 8, 0.25, maxBorderPoints),
-            color.size() == 6 ? QColor(u'#' + color) : QColor(Qt::black)};
+            color.size() == 6 ? QColor(u'#' + color) : QColor(Qt::black), style};
 }
+
+using Style = QTextFrameFormat::BorderStyle;
+constexpr std::pair<const char16_t*, Style> lineStyles[] = {
+    {u"single", Style::BorderStyle_Solid},         {u"double", Style::BorderStyle_Double},
+    {u"dotted", Style::BorderStyle_Dotted},        {u"dashed", Style::BorderStyle_Dashed},
+    {u"dotDash", Style::BorderStyle_DotDash},      {u"dotDotDash", Style::BorderStyle_DotDotDash},
+    {u"threeDEngrave", Style::BorderStyle_Groove}, {u"threeDEmboss", Style::BorderStyle_Ridge},
+    {u"inset", Style::BorderStyle_Inset},          {u"outset", Style::BorderStyle_Outset},
+    {u"triple", Style::BorderStyle_Double},        {u"dashSmallGap", Style::BorderStyle_Dashed},
+};
 
 // Where a cell lies in its table, merged cells counted whole.
 struct Place {
@@ -72,6 +83,22 @@ void overlay(std::array<std::optional<Line>, count>& sides,
 }
 
 } // namespace
+
+QTextFrameFormat::BorderStyle lineStyleOf(QStringView value) {
+    for (const auto& [name, style] : lineStyles) {
+        if (value == name)
+            return style;
+    }
+    return Style::BorderStyle_Solid;
+}
+
+QString lineValueOf(QTextFrameFormat::BorderStyle style) {
+    for (const auto& [name, known] : lineStyles) {
+        if (known == style)
+            return QString::fromUtf16(name);
+    }
+    return QStringLiteral("single");
+}
 
 bool Borders::isSet() const {
     return std::any_of(sides.begin(), sides.end(),

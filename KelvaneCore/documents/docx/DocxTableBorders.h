@@ -2,6 +2,8 @@
 
 #include "documents/TableLines.h"
 
+#include <QString>
+
 #include <array>
 #include <map>
 #include <optional>
@@ -33,6 +35,11 @@ struct TableStyleBorders {
 
     void merge(const TableStyleBorders& over);
 };
+
+// A line's w:val as the style it is drawn with, and back; values without a style of their own
+// are drawn solid. Three lines (w:val "triple") are drawn as two.
+QTextFrameFormat::BorderStyle lineStyleOf(QStringView value);
+QString lineValueOf(QTextFrameFormat::BorderStyle style);
 
 // Reads the children of the current w:tblBorders or w:tcBorders.
 Borders readBorders(QXmlStreamReader& xml);

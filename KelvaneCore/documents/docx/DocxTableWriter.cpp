@@ -1,6 +1,7 @@
 #include "documents/TableLines.h"
 #include "documents/Units.h"
 #include "documents/docx/DocxBodyWriter.h"
+#include "documents/docx/DocxTableBorders.h"
 #include "documents/docx/Ooxml.h"
 
 #include <QTextDocument>
@@ -97,7 +98,7 @@ void writeCellBorders(QXmlStreamWriter& xml, const QTextTableCellFormat& format)
     for (std::size_t side = 0; side < sides.size(); ++side) {
         if (const auto& line = sides[side])
             writeEmpty(xml, names[side],
-                       {{"val", QStringLiteral("single")},
+                       {{"val", lineValueOf(line->style)},
                         {"sz", QString::number(std::lround(line->points * 8))},
                         {"space", QStringLiteral("0")},
                         {"color", hexOf(line->color)}});

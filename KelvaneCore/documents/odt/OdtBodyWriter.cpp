@@ -33,7 +33,8 @@ bool isXmlCharacter(QChar c) {
 
 // A line as fo:border gives it: "0.5pt solid #000000".
 QString borderOf(const TableLines::Line& line) {
-    return lengthInPoints(line.points) + " solid " + line.color.name();
+    return lengthInPoints(line.points * TableLines::widthsAcross(line.style)) + u' ' +
+           TableLines::styleName(line.style) + u' ' + line.color.name();
 }
 
 // The sides a cell's format draws, as fo:border-top and the like.

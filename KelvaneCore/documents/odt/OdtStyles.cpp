@@ -149,9 +149,12 @@ TableLines::Line lineOf(QStringView border) {
             return {};
         if (part.startsWith(u'#'))
             line.color = QColor(part);
+        else if (const auto style = TableLines::styleNamed(part))
+            line.style = *style;
         else if (const auto points = pointsFromLength(part); points && *points > 0)
             line.points = std::min(*points, 12.0);
     }
+    line.points /= TableLines::widthsAcross(line.style);
     return line;
 }
 

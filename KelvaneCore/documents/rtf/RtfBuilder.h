@@ -77,7 +77,7 @@ public:
     void shadeCell(const QColor& color);
     // The border words of a row definition: the side they describe, and how it is drawn.
     void nameBorderSide(BorderSide side) { rowLines_.name(side); }
-    void drawBorderSide(bool drawn) { rowLines_.draw(drawn); }
+    void drawBorderSide(QTextFrameFormat::BorderStyle style) { rowLines_.draw(style); }
     void setBorderWidth(int twips) { rowLines_.setWidth(twips); }
     void setBorderColor(const QColor& color) { rowLines_.setColor(color); }
     void finish(const ParagraphEnd& end);

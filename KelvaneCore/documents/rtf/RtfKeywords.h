@@ -95,8 +95,7 @@ enum class Keyword {
     CellRight,
     CellMerge,   // value: a CellMerge
     CellBorder,  // names the side the border words after it describe; value: a BorderSide
-    BorderStyle, // the side just named has a line (\brdrs, \brdrdb, …)
-    NoBorder,    // \brdrnone: the side just named has none
+    BorderStyle, // the line of the side just named; value: a QTextFrameFormat::BorderStyle
     BorderWidth, // \brdrw, twips
     BorderColor, // \brdrcf, a colour table index
     CellShading, // \clcbpat, a colour table index

@@ -15,9 +15,36 @@ QByteArray twips(double pixels) {
     return QByteArray::number(std::lround(Units::twipsFromPoints(Units::pointsFromPixels(pixels))));
 }
 
+// The word of each line style, the first of those read as it.
+QByteArray styleWord(QTextFrameFormat::BorderStyle style) {
+    switch (style) {
+    case QTextFrameFormat::BorderStyle_Double:
+        return "\\brdrdb";
+    case QTextFrameFormat::BorderStyle_Dotted:
+        return "\\brdrdot";
+    case QTextFrameFormat::BorderStyle_Dashed:
+        return "\\brdrdash";
+    case QTextFrameFormat::BorderStyle_DotDash:
+        return "\\brdrdashd";
+    case QTextFrameFormat::BorderStyle_DotDotDash:
+        return "\\brdrdashdd";
+    case QTextFrameFormat::BorderStyle_Groove:
+        return "\\brdrengrave";
+    case QTextFrameFormat::BorderStyle_Ridge:
+        return "\\brdremboss";
+    case QTextFrameFormat::BorderStyle_Inset:
+        return "\\brdrinset";
+    case QTextFrameFormat::BorderStyle_Outset:
+        return "\\brdroutset";
+    default:
+        return "\\brdrs";
+    }
+}
+
 QByteArray sideWords(const char* side, const TableLines::Line& line, const StyleTables& tables) {
-    return QByteArray("\\clbrdr") + side + "\\brdrs\\brdrw" +
-           QByteArray::number(std::lround(Units::twipsFromPoints(line.points))) + "\\brdrcf" +
+    const double twips = Units::twipsFromPoints(line.points);
+    return QByteArray("\\clbrdr") + side + styleWord(line.style) + "\\brdrw" +
+           QByteArray::number(std::lround(twips)) + "\\brdrcf" +
            QByteArray::number(tables.color(line.color));
 }
 

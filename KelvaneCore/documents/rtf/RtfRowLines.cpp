@@ -15,11 +15,15 @@ void RowLines::name(BorderSide side) {
     sides_[side] = TableLines::Line{0, Qt::black};
 }
 
-void RowLines::draw(bool drawn) {
+void RowLines::draw(QTextFrameFormat::BorderStyle style) {
     if (named_ < 0)
         return;
     auto& line = sides_[static_cast<std::size_t>(named_)];
-    line->points = drawn ? (points_ > 0 ? points_ : TableLines::thinLine().points) : 0;
+    line->style = style;
+    if (style == QTextFrameFormat::BorderStyle_None)
+        line->points = 0;
+    else
+        setDrawnWidth(*line);
 }
 
 void RowLines::setWidth(int twips) {
@@ -28,7 +32,11 @@ void RowLines::setWidth(int twips) {
     points_ = std::clamp(twips / 20.0, 0.25, thickestPoints);
     auto& line = sides_[static_cast<std::size_t>(named_)];
     if (line->points > 0)
-        line->points = points_;
+        setDrawnWidth(*line);
+}
+
+void RowLines::setDrawnWidth(TableLines::Line& line) const {
+    line.points = points_ > 0 ? points_ : TableLines::thinLine().points;
 }
 
 void RowLines::setColor(const QColor& color) {

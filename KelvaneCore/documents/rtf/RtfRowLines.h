@@ -16,7 +16,7 @@ namespace kelvane::Rtf {
 class RowLines {
 public:
     void name(BorderSide side);
-    void draw(bool drawn);
+    void draw(QTextFrameFormat::BorderStyle style); // BorderStyle_None: no line
     void setWidth(int twips);
     void setColor(const QColor& color);
 
@@ -33,6 +33,7 @@ private:
     std::array<std::optional<TableLines::Line>, borderSides> sides_;
     int named_ = -1;    // the side the border words describe, or none
     double points_ = 0; // the width \brdrw gave the named side, or 0 for the usual one
+    void setDrawnWidth(TableLines::Line& line) const;
 };
 
 } // namespace kelvane::Rtf

@@ -36,8 +36,7 @@ bool Reader::tableWord(KeywordInfo info, const Token& token) {
         builder_.nameBorderSide(static_cast<BorderSide>(info.value));
         break;
     case Keyword::BorderStyle:
-    case Keyword::NoBorder:
-        builder_.drawBorderSide(info.keyword == Keyword::BorderStyle);
+        builder_.drawBorderSide(static_cast<QTextFrameFormat::BorderStyle>(info.value));
         break;
     case Keyword::BorderWidth:
         builder_.setBorderWidth(token.parameter);

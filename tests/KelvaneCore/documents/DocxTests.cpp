@@ -646,6 +646,8 @@ void expectRules(const QTextDocument& document, const TempFolder& temp) {
     EXPECT_EQ(marked->format().border(), 0);
     const QTextTableCellFormat red = marked->cellAt(0, 1).format().toTableCellFormat();
     EXPECT_EQ(red.leftBorderBrush().color(), QColor(Qt::red));
+    EXPECT_EQ(red.leftBorderStyle(), QTextFrameFormat::BorderStyle_Double);
+    EXPECT_NEAR(Units::pointsFromPixels(red.leftBorder()), 0.5, 0.05); // each of the two lines
     EXPECT_FALSE(red.hasProperty(QTextFormat::TableCellRightBorderStyle));
     EXPECT_GT(grid->format().border(), 0);
     EXPECT_EQ(grid->cellAt(0, 0).format().background().color(), QColor(Qt::yellow));
@@ -681,7 +683,7 @@ void expectRules(const QTextDocument& document, const TempFolder& temp) {
 
 // A table style drawing rules above and below the table and under its first row draws just
 // those, as drawn lines in the PDF; a cell's own border and a grid style the document only
-// names are kept too, as is a cell's shading, in our DOCX, ODT and RTF as well.
+// names are kept too, as are a cell's double line and shading, in our DOCX, ODT and RTF as well.
 TEST(DocxReader, TablesDrawTheLinesTheirStyleAndCellsSet) {
     const QByteArray rule = R"(w:val="single" w:sz="8" w:color="000000")";
     const QByteArray tableStyles = docx::stylesPart(
@@ -692,7 +694,7 @@ TEST(DocxReader, TablesDrawTheLinesTheirStyleAndCellsSet) {
   <w:tblStylePr w:type="firstRow"><w:tcPr><w:tcBorders><w:bottom )" +
         rule + R"(/></w:tcBorders></w:tcPr></w:tblStylePr></w:style>)");
     const QByteArray redLeft =
-        R"(<w:tcPr><w:tcBorders><w:left w:val="single" w:sz="4" w:color="FF0000"/></w:tcBorders></w:tcPr>)";
+        R"(<w:tcPr><w:tcBorders><w:left w:val="double" w:sz="4" w:color="FF0000"/></w:tcBorders></w:tcPr>)";
     const QByteArray body =
         table("Rules", "<w:tr>" + cell("Mass") + cell("Volume") + "</w:tr><w:tr>" + cell("Alpha") +
                            cell("One") + "</w:tr><w:tr>" + cell("Beta") + cell("Two") + "</w:tr>") +
