@@ -68,9 +68,10 @@ AutomaticStyles::Properties cellProperties(const QTextTable& table, const QTextT
 
 } // namespace
 
-BodyWriter::BodyWriter(const QTextDocument& document, AutomaticStyles& styles)
+BodyWriter::BodyWriter(const QTextDocument& document, AutomaticStyles& styles, MasterPages& pages)
     : document_(document)
     , styles_(styles)
+    , pages_(pages)
     , xml_(&output_) {
     xml_.setAutoFormatting(false);
 }
@@ -164,7 +165,8 @@ void BodyWriter::writeBlock(const QTextBlock& block) {
     const QString number = QString::number(level);
     const QString parent = level > 0 ? "Heading_20_" + number : paragraphStyle_;
     xml_.writeStartElement(level > 0 ? "text:h" : "text:p");
-    xml_.writeAttribute("text:style-name", styles_.paragraph(parent, format));
+    xml_.writeAttribute("text:style-name",
+                        styles_.paragraph(parent, format, pages_.startedBy(block)));
     if (level > 0)
         xml_.writeAttribute("text:outline-level", number);
     writeInline(block, level);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "documents/DocumentNotes.h"
+#include "documents/odt/OdtMasterPages.h"
 #include "documents/odt/OdtWriterStyles.h"
 
 #include <QByteArray>
@@ -35,7 +36,7 @@ struct Picture {
 // pictures they refer to.
 class BodyWriter {
 public:
-    BodyWriter(const QTextDocument& document, AutomaticStyles& styles);
+    BodyWriter(const QTextDocument& document, AutomaticStyles& styles, MasterPages& pages);
 
     QByteArray write();
     const std::vector<Picture>& pictures() const { return pictures_; }
@@ -68,6 +69,7 @@ private:
 
     const QTextDocument& document_;
     AutomaticStyles& styles_;
+    MasterPages& pages_;
     QByteArray output_;
     QXmlStreamWriter xml_;
     QString paragraphStyle_ = QStringLiteral("Standard");

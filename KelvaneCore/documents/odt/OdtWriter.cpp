@@ -3,6 +3,7 @@
 #include "documents/WrittenBytes.h"
 #include "documents/ZipContainer.h"
 #include "documents/odt/OdtBodyWriter.h"
+#include "documents/odt/OdtMasterPages.h"
 #include "documents/odt/OdtWriterStyles.h"
 
 #include <QTextDocument>
@@ -84,14 +85,15 @@ QByteArray writeOdt(const QTextDocument& document, PageSize paper) {
 
 void writeOdt(const QTextDocument& document, PageSize paper, QIODevice& output) {
     Odt::AutomaticStyles styles(document.defaultFont());
-    Odt::BodyWriter body(document, styles);
+    Odt::MasterPages pages(paper);
+    Odt::BodyWriter body(document, styles, pages);
     const QByteArray text = body.write();
 
     ZipBuilder zip(output);
     zip.add("mimetype", mimeType.toUtf8(), ZipBuilder::Compression::store);
     zip.add("META-INF/manifest.xml", manifest(body.pictures()));
     zip.add("content.xml", content(styles, text));
-    zip.add("styles.xml", Odt::commonStyles(document.defaultFont(), paper));
+    zip.add("styles.xml", Odt::commonStyles(document.defaultFont(), pages));
     zip.add("meta.xml", meta(document));
     for (const Odt::Picture& picture : body.pictures())
         zip.add(picture.path.toStdString(), DocumentImages::encoded(document, picture.image).bytes,

@@ -1,6 +1,7 @@
 #include "documents/odt/OdtWriterStyles.h"
 
 #include "documents/Units.h"
+#include "documents/odt/OdtMasterPages.h"
 
 #include <QColor>
 #include <QXmlStreamWriter>
@@ -123,25 +124,14 @@ void writePlainStyle(QXmlStreamWriter& xml, const QString& name, const QString& 
     xml.writeAttribute("style:class", styleClass);
 }
 
-void writePageLayout(QXmlStreamWriter& xml, PageSize paper) {
-    xml.writeStartElement("office:automatic-styles");
-    xml.writeStartElement("style:page-layout");
-    xml.writeAttribute("style:name", "pm1");
-    const QString inch = lengthInPoints(Units::pointsPerInch);
-    writeProperties(xml, "style:page-layout-properties",
-                    {{"fo:page-width", lengthInPoints(paper.widthInPoints())},
-                     {"fo:page-height", lengthInPoints(paper.heightInPoints())},
-                     {"style:print-orientation", "portrait"},
-                     {"fo:margin-top", inch},
-                     {"fo:margin-bottom", inch},
-                     {"fo:margin-left", inch},
-                     {"fo:margin-right", inch}});
-    xml.writeEndElement();
-    xml.writeEndElement();
-    xml.writeStartElement("office:master-styles");
-    xml.writeEmptyElement("style:master-page");
-    xml.writeAttribute("style:name", "Standard");
-    xml.writeAttribute("style:page-layout-name", "pm1");
+// A header's or footer's paragraphs: centred, as the lines are written.
+void writeMarginStyle(QXmlStreamWriter& xml, const QString& name) {
+    xml.writeStartElement("style:style");
+    xml.writeAttribute("style:name", name);
+    xml.writeAttribute("style:family", "paragraph");
+    xml.writeAttribute("style:parent-style-name", "Standard");
+    xml.writeAttribute("style:class", "extra");
+    writeProperties(xml, "style:paragraph-properties", {{"fo:text-align", "center"}});
     xml.writeEndElement();
 }
 
@@ -244,7 +234,7 @@ void writeNamespaces(QXmlStreamWriter& xml) {
         xml.writeNamespace(uri, prefix);
 }
 
-QByteArray commonStyles(const QFont& defaultFont, PageSize paper) {
+QByteArray commonStyles(const QFont& defaultFont, const MasterPages& pages) {
     QByteArray bytes;
     QXmlStreamWriter xml(&bytes);
     xml.writeStartDocument();
@@ -269,9 +259,14 @@ QByteArray commonStyles(const QFont& defaultFont, PageSize paper) {
     for (int level = 1; level <= 6; ++level)
         writeHeadingStyle(xml, level);
     writePlainStyle(xml, "Table_20_Contents", "Table Contents", "extra");
+    writeMarginStyle(xml, QStringLiteral("Header"));
+    writeMarginStyle(xml, QStringLiteral("Footer"));
     xml.writeEndElement();
 
-    writePageLayout(xml, paper);
+    xml.writeStartElement("office:automatic-styles");
+    pages.writeLayouts(xml);
+    xml.writeEndElement();
+    pages.writeMasters(xml);
     xml.writeEndDocument();
     return bytes;
 }
@@ -289,19 +284,20 @@ QString AutomaticStyles::fontFace(const QString& family) {
 }
 
 QString AutomaticStyles::named(std::vector<Style>& styles, QChar prefix, const QString& parent,
-                               Properties properties) {
-    QString key = prefix + parent;
+                               Properties properties, const QString& masterPage) {
+    QString key = prefix + parent + u'\n' + masterPage;
     for (const auto& [name, value] : properties)
         key += u'\n' + name + u'=' + value;
     const auto [found, added] = names_.try_emplace(key);
     if (added) {
         found->second = prefix + QString::number(styles.size() + 1);
-        styles.push_back({found->second, parent, std::move(properties)});
+        styles.push_back({found->second, parent, std::move(properties), masterPage});
     }
     return found->second;
 }
 
-QString AutomaticStyles::paragraph(const QString& parent, const QTextBlockFormat& format) {
+QString AutomaticStyles::paragraph(const QString& parent, const QTextBlockFormat& format,
+                                   const QString& masterPage) {
     Properties properties;
     if (format.hasProperty(QTextFormat::BlockAlignment))
         if (const auto alignment = alignmentOf(format.alignment()))
@@ -317,9 +313,9 @@ QString AutomaticStyles::paragraph(const QString& parent, const QTextBlockFormat
         properties.emplace_back("fo:break-before", "page");
     if (format.pageBreakPolicy() & QTextFormat::PageBreak_AlwaysAfter)
         properties.emplace_back("fo:break-after", "page");
-    if (properties.empty())
+    if (properties.empty() && masterPage.isEmpty())
         return parent;
-    return named(paragraphs_, u'P', parent, std::move(properties));
+    return named(paragraphs_, u'P', parent, std::move(properties), masterPage);
 }
 
 AutomaticStyles::TextStyle AutomaticStyles::text(const QTextCharFormat& format, int headingLevel) {
@@ -378,6 +374,8 @@ void AutomaticStyles::write(QXmlStreamWriter& xml) const {
             xml.writeAttribute("style:family", family);
             if (!style.parent.isEmpty())
                 xml.writeAttribute("style:parent-style-name", style.parent);
+            if (!style.masterPage.isEmpty())
+                xml.writeAttribute("style:master-page-name", style.masterPage);
             writeProperties(xml, element, style.properties);
             xml.writeEndElement();
         }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "options/ConversionOptions.h"
-
 #include <QFont>
 #include <QString>
 #include <QTextFormat>
@@ -34,9 +32,11 @@ QString xmlSafe(QStringView text);
 // Declares the namespaces of content.xml and styles.xml on the next element.
 void writeNamespaces(QXmlStreamWriter& xml);
 
+class MasterPages;
+
 // The common styles (styles.xml): the default paragraph style with the document's font,
-// Standard, Heading_20_1..6, Table_20_Contents and the page, with one-inch margins.
-QByteArray commonStyles(const QFont& defaultFont, PageSize paper);
+// Standard, Heading_20_1..6, Table_20_Contents, Header and Footer, and the pages.
+QByteArray commonStyles(const QFont& defaultFont, const MasterPages& pages);
 
 // The automatic styles of content.xml, each made once on first use and named in order of
 // first use (P1, T1, L1), and the font faces they name.
@@ -46,8 +46,10 @@ public:
 
     explicit AutomaticStyles(const QFont& defaultFont);
 
-    // The style of a paragraph: `parent` itself when the block changes nothing of it.
-    QString paragraph(const QString& parent, const QTextBlockFormat& format);
+    // The style of a paragraph: `parent` itself when the block changes nothing of it and
+    // starts no `masterPage`.
+    QString paragraph(const QString& parent, const QTextBlockFormat& format,
+                      const QString& masterPage = {});
     struct TextStyle {
         QString name;            // empty when the characters look like the paragraph's own
         bool plainSpaces = true; // white space looks the same without the style
@@ -66,11 +68,12 @@ private:
         QString name;
         QString parent; // paragraph styles only
         Properties properties;
+        QString masterPage; // the page a paragraph of this style starts, if any
     };
 
     QString fontFace(const QString& family);
     QString named(std::vector<Style>& styles, QChar prefix, const QString& parent,
-                  Properties properties);
+                  Properties properties, const QString& masterPage = {});
     void writeList(QXmlStreamWriter& xml, const QString& name, const ListLevels& levels) const;
 
     QString defaultFamily_;
