@@ -15,7 +15,6 @@ namespace {
 using Properties = std::vector<std::pair<QString, QString>>;
 
 constexpr double fallbackPointSize = 12;
-constexpr double listIndentPoints = 18; // a quarter inch per level, as office suites do
 
 const std::pair<const char*, const char*> namespaces[] = {
     {"office", "urn:oasis:names:tc:opendocument:xmlns:office:1.0"},
@@ -59,31 +58,6 @@ std::optional<QString> alignmentOf(Qt::Alignment alignment) {
     default:
         return std::nullopt;
     }
-}
-
-QString numberFormatOf(QTextListFormat::Style style) {
-    switch (style) {
-    case QTextListFormat::ListLowerAlpha:
-        return QStringLiteral("a");
-    case QTextListFormat::ListUpperAlpha:
-        return QStringLiteral("A");
-    case QTextListFormat::ListLowerRoman:
-        return QStringLiteral("i");
-    case QTextListFormat::ListUpperRoman:
-        return QStringLiteral("I");
-    case QTextListFormat::ListDecimal:
-        return QStringLiteral("1");
-    default:
-        return {}; // bullets
-    }
-}
-
-QString bulletOf(QTextListFormat::Style style) {
-    if (style == QTextListFormat::ListCircle)
-        return QStringLiteral("\u25e6");
-    if (style == QTextListFormat::ListSquare)
-        return QStringLiteral("\u25aa");
-    return QStringLiteral("\u2022");
 }
 
 void writeProperties(QXmlStreamWriter& xml, const char* element, const Properties& properties) {
@@ -381,38 +355,7 @@ void AutomaticStyles::write(QXmlStreamWriter& xml) const {
         }
     }
     for (const auto& [name, levels] : lists_)
-        writeList(xml, name, levels);
-    xml.writeEndElement();
-}
-
-void AutomaticStyles::writeList(QXmlStreamWriter& xml, const QString& name,
-                                const ListLevels& levels) const {
-    xml.writeStartElement("text:list-style");
-    xml.writeAttribute("style:name", name);
-    for (int level = 1; level <= listLevels; ++level) {
-        const QTextListFormat::Style style = levels[static_cast<std::size_t>(level - 1)];
-        const QString numberFormat = numberFormatOf(style);
-        if (numberFormat.isEmpty()) {
-            xml.writeStartElement("text:list-level-style-bullet");
-            xml.writeAttribute("text:level", QString::number(level));
-            xml.writeAttribute("text:bullet-char", bulletOf(style));
-        } else {
-            xml.writeStartElement("text:list-level-style-number");
-            xml.writeAttribute("text:level", QString::number(level));
-            xml.writeAttribute("style:num-suffix", ".");
-            xml.writeAttribute("style:num-format", numberFormat);
-        }
-        xml.writeStartElement("style:list-level-properties");
-        xml.writeAttribute("text:list-level-position-and-space-mode", "label-alignment");
-        const QString margin = lengthInPoints(listIndentPoints * (level + 1));
-        writeProperties(xml, "style:list-level-label-alignment",
-                        {{"text:label-followed-by", "listtab"},
-                         {"text:list-tab-stop-position", margin},
-                         {"fo:text-indent", lengthInPoints(-listIndentPoints)},
-                         {"fo:margin-left", margin}});
-        xml.writeEndElement();
-        xml.writeEndElement();
-    }
+        writeListStyle(xml, name, levels);
     xml.writeEndElement();
 }
 

@@ -38,6 +38,9 @@ class MasterPages;
 // Standard, Heading_20_1..6, Table_20_Contents, Header and Footer, and the pages.
 QByteArray commonStyles(const QFont& defaultFont, const MasterPages& pages);
 
+// A text:list-style named `name` for lists of these levels.
+void writeListStyle(QXmlStreamWriter& xml, const QString& name, const ListLevels& levels);
+
 // The automatic styles of content.xml, each made once on first use and named in order of
 // first use (P1, T1, L1), and the font faces they name.
 class AutomaticStyles {
@@ -74,7 +77,6 @@ private:
     QString fontFace(const QString& family);
     QString named(std::vector<Style>& styles, QChar prefix, const QString& parent,
                   Properties properties, const QString& masterPage = {});
-    void writeList(QXmlStreamWriter& xml, const QString& name, const ListLevels& levels) const;
 
     QString defaultFamily_;
     double defaultPointSize_;
