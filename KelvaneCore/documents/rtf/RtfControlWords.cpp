@@ -132,7 +132,7 @@ bool Reader::enterDestination(KeywordInfo info) {
         if (current.destination != Destination::Body)
             skipDepth_ = 1;
         else
-            startMargin(info.value == 1);
+            startMargin(static_cast<MarginKind>(info.value));
         return true;
     case Keyword::LevelText:
         if (current.destination != Destination::ListTable)

@@ -24,7 +24,7 @@ enum class Keyword {
     Graphic,
     PassThrough, // a group whose contents are ordinary text, e.g. \shppict
     Skipped,     // a group with nothing to show, e.g. \info or \headerl
-    Header,      // \header: the section's header line; value 1 for \footer
+    Header,      // a header or footer of the section; value: a MarginKind
     // document
     CodePage,
     MacCharset,
@@ -159,8 +159,15 @@ enum PageMeasure {
     rightMargin,
     topMargin,
     bottomMargin,
-    landscape
+    landscape,
+    titlePage,      // the section's first page has a header and footer of its own
+    facingPages,    // even pages have a header and footer of their own
+    restartNumbers, // the section's pages are numbered afresh
+    firstNumber     // from this number
 };
+
+// Values of Header.
+enum MarginKind { pageHeader, pageFooter, firstHeader, firstFooter, evenHeader, evenFooter };
 
 KeywordInfo keywordOf(QByteArrayView word);
 

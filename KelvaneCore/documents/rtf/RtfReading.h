@@ -11,6 +11,7 @@
 #include <QColor>
 #include <QString>
 
+#include <array>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -100,6 +101,10 @@ struct PageSetup {
     int top = 1440;
     int bottom = 1440;
     bool landscape = false;
+    bool titlePage = false;
+    bool facingPages = false;
+    bool restartNumbers = false;
+    int firstNumber = 1;
 };
 
 struct Picture {
@@ -176,7 +181,7 @@ private:
     // RtfSections.cpp: pages, section breaks, headers and footers
     bool sectionWord(KeywordInfo info, const Token& token);
     void marginWord(KeywordInfo info);
-    void startMargin(bool footer);
+    void startMargin(MarginKind kind);
     void appendToMargin(const QString& text);
     void endSection();
     void markSections();
@@ -250,9 +255,8 @@ private:
     PageSetup documentPage_;
     PageSetup sectionPage_;
     bool pageGiven_ = false; // the document or a section says something of its pages
-    QString header_;
-    QString footer_;
-    bool inFooter_ = false; // the margin text being read is the footer
+    std::array<QString, 6> margins_; // the header and footer lines, by MarginKind
+    MarginKind marginKind_ = pageHeader; // of the margin text being read
     std::vector<std::pair<int, SectionPages::Page>> sections_; // by their first position
 };
 

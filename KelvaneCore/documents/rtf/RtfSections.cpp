@@ -14,6 +14,7 @@ namespace {
 constexpr int maxPageTwips = 31680; // 22 inches, the widest page the format allows
 constexpr qsizetype maxMarginText = 500;
 constexpr std::size_t maxSections = 10000;
+constexpr int maxPageNumber = 100000;
 
 void setMeasure(PageSetup& page, int measure, const Token& token) {
     const int twips = std::min(std::abs(token.parameter), maxPageTwips);
@@ -39,22 +40,40 @@ void setMeasure(PageSetup& page, int measure, const Token& token) {
     case landscape:
         page.landscape = !token.hasParameter || token.parameter != 0;
         break;
+    case titlePage:
+        page.titlePage = !token.hasParameter || token.parameter != 0;
+        break;
+    case facingPages:
+        page.facingPages = !token.hasParameter || token.parameter != 0;
+        break;
+    case restartNumbers:
+        page.restartNumbers = !token.hasParameter || token.parameter != 0;
+        break;
+    case firstNumber:
+        page.firstNumber = std::clamp(token.parameter, 0, maxPageNumber);
+        break;
     default:
         break;
     }
 }
 
-SectionPages::Page pageOf(const PageSetup& setup, const QString& header, const QString& footer) {
+SectionPages::Page pageOf(const PageSetup& setup, const std::array<QString, 6>& margins) {
     using Units::pointsFromTwips;
     QSizeF size(pointsFromTwips(setup.width), pointsFromTwips(setup.height));
     // Some producers give the portrait size and the orientation apart.
     if (setup.landscape && size.width() < size.height())
         size.transpose();
-    return {size,
-            {pointsFromTwips(setup.left), pointsFromTwips(setup.top), pointsFromTwips(setup.right),
-             pointsFromTwips(setup.bottom)},
-            header.trimmed(),
-            footer.trimmed()};
+    SectionPages::Page page(size,
+                            {pointsFromTwips(setup.left), pointsFromTwips(setup.top),
+                             pointsFromTwips(setup.right), pointsFromTwips(setup.bottom)},
+                            margins[pageHeader].trimmed(), margins[pageFooter].trimmed());
+    if (setup.titlePage)
+        page.first = {margins[firstHeader].trimmed(), margins[firstFooter].trimmed()};
+    if (setup.facingPages)
+        page.even = {margins[evenHeader].trimmed(), margins[evenFooter].trimmed()};
+    if (setup.restartNumbers)
+        page.firstNumber = std::max(setup.firstNumber, 1);
+    return page;
 }
 
 } // namespace
@@ -95,7 +114,7 @@ bool Reader::sectionWord(KeywordInfo info, const Token& token) {
 void Reader::endSection() {
     const int start = builder_.takeSectionStart();
     if (start >= 0 && pageGiven_ && sections_.size() < maxSections)
-        sections_.emplace_back(start, pageOf(sectionPage_, header_, footer_));
+        sections_.emplace_back(start, pageOf(sectionPage_, margins_));
 }
 
 // Marked once the text is complete, so that no later paragraph format replaces the marks.
@@ -108,15 +127,15 @@ void Reader::markSections() {
     }
 }
 
-void Reader::startMargin(bool footer) {
-    inFooter_ = footer;
-    (footer ? footer_ : header_).clear();
+void Reader::startMargin(MarginKind kind) {
+    marginKind_ = kind;
+    margins_[kind].clear();
     pageGiven_ = true;
     state().destination = Destination::Margin;
 }
 
 void Reader::appendToMargin(const QString& text) {
-    QString& line = inFooter_ ? footer_ : header_;
+    QString& line = margins_[marginKind_];
     line.append(QStringView(text).first(std::min(text.size(), maxMarginText - line.size())));
 }
 

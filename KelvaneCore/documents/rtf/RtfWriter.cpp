@@ -207,7 +207,15 @@ bool Writer::writeNote(QByteArray& out, const DocumentNotes::Note& note) {
     return true;
 }
 
+// The paper and margins of the document, and whether even pages have lines of their own.
 void Writer::writePaper() {
+    for (QTextBlock block = document_.begin(); block.isValid(); block = block.next()) {
+        const auto page = SectionPages::pageOf(block.blockFormat());
+        if (page && page->even) {
+            out_ += "\\facingp";
+            break;
+        }
+    }
     out_ += "\\paperw" + number(Units::twipsFromPoints(paper_.widthInPoints())) + "\\paperh" +
             number(Units::twipsFromPoints(paper_.heightInPoints())) + "\\margl" +
             QByteArray::number(marginTwips) + "\\margr" + QByteArray::number(marginTwips) +
@@ -237,19 +245,31 @@ void Writer::writeSection(const QTextBlock& block) {
             "\\marglsxn" + twipsOf(page->margins.left()) + "\\margrsxn" +
             twipsOf(page->margins.right()) + "\\margtsxn" + twipsOf(page->margins.top()) +
             "\\margbsxn" + twipsOf(page->margins.bottom()) + '\n';
-    writeMarginText("header", page->header);
-    writeMarginText("footer", page->footer);
+    if (page->firstNumber > 0)
+        out_ += "\\pgnrestart\\pgnstarts" + QByteArray::number(page->firstNumber);
+    if (page->first)
+        out_ += "\\titlepg";
+    // With even pages apart, the lines of every page are those of odd pages.
+    writeMarginText(page->even ? "headerr" : "header", page->header);
+    writeMarginText(page->even ? "footerr" : "footer", page->footer);
+    if (page->first) {
+        writeMarginText("headerf", page->first->header);
+        writeMarginText("footerf", page->first->footer);
+    }
+    if (page->even) {
+        writeMarginText("headerl", page->even->header);
+        writeMarginText("footerl", page->even->footer);
+    }
 }
 
-// A header or footer of one centred line, the page's number where the line shows it.
+// A header or footer of one centred line, the page's number where the line shows it; an empty
+// one too, so that the section does not take the one before it.
 void Writer::writeMarginText(const char* destination, const QString& line) {
-    if (line.isEmpty())
-        return;
     out_ += QByteArray("{\\") + destination + "\\pard\\plain\\qc ";
     const QStringList parts = line.split(SectionPages::pageNumberMark);
     for (qsizetype i = 0; i < parts.size(); ++i) {
         if (i > 0)
-            out_ += "{\\field{\\*\\fldinst PAGE}{\\fldrslt \\chpgn}}";
+            out_ += "{\\chpgn}";
         Rtf::appendText(out_, parts[i]);
     }
     out_ += "\\par}\n";

@@ -382,7 +382,7 @@ QStringList pageLines(const fs::path& pdf, int page) {
 
 // The first page of each section and even pages have headers and footers of their own; page
 // numbers restart in the second section, which keeps the first section's even header. Our DOCX
-// of the document keeps them all, our ODT those of every page.
+// and RTF of the document keep them all, our ODT those of every page.
 TEST(DocumentFixtures, HeadersAndFootersFollowFirstAndEvenPages) {
     TempFolder temp;
     const std::vector<std::pair<QString, QString>> expected = {
@@ -393,7 +393,8 @@ TEST(DocumentFixtures, HeadersAndFootersFollowFirstAndEvenPages) {
         {"Appendix opening header", "Cover footer"},
         {"Even header page 2", "Zeta page of the harbour survey."}};
     const fs::path source = copyOf(temp, folder / "headers.docx");
-    for (const fs::path& file : {source, DocumentTools::convert(source, Recipe::docToDOCX, {})}) {
+    for (const fs::path& file : {source, DocumentTools::convert(source, Recipe::docToDOCX, {}),
+                                 DocumentTools::convert(source, Recipe::docToRTF, {})}) {
         const fs::path pdf = DocumentTools::convert(file, Recipe::docToPDF, {});
         ASSERT_EQ(PdfProbe(pdf).pageCount(), 6) << file;
         for (int page = 1; page <= 6; ++page) {
