@@ -6,6 +6,7 @@
 #include <QXmlStreamWriter>
 
 #include <algorithm>
+#include <utility>
 
 namespace kelvane::Odt {
 namespace {
@@ -17,10 +18,9 @@ QString layoutName(std::size_t index) {
 }
 
 // One line of a header or footer, with the page's number where the line shows it.
-void writeMarginLine(QXmlStreamWriter& xml, bool header, const QString& line) {
-    if (line.isEmpty())
-        return;
-    xml.writeStartElement(header ? "style:header" : "style:footer");
+void writeMarginLine(QXmlStreamWriter& xml, const char* element, const QString& line) {
+    const bool header = QByteArrayView(element).contains("header");
+    xml.writeStartElement(element);
     xml.writeStartElement("text:p");
     xml.writeAttribute("text:style-name", header ? "Header" : "Footer");
     const QStringList pieces = xmlSafe(line).split(SectionPages::pageNumberMark);
@@ -33,28 +33,58 @@ void writeMarginLine(QXmlStreamWriter& xml, bool header, const QString& line) {
     xml.writeEndElement();
 }
 
+// The header or footer of a master page: none where its pages show no line, which leaves
+// the text their whole height; else the line of odd pages, and of even ones where they
+// have their own (an empty one too, or they would show the odd pages' line).
+struct MarginLines {
+    QString odd;
+    std::optional<QString> even;
+};
+void writeMarginLines(QXmlStreamWriter& xml, const MarginLines& lines, const char* element,
+                      const char* evenElement) {
+    if (lines.odd.isEmpty() && lines.even.value_or(QString()).isEmpty())
+        return;
+    writeMarginLine(xml, element, lines.odd);
+    if (lines.even)
+        writeMarginLine(xml, evenElement, *lines.even);
+}
+
 } // namespace
 
 MasterPages::MasterPages(PageSize paper)
     : paper_(paper)
-    , masters_{{QStringLiteral("Standard"), std::nullopt}} {}
+    , masters_{{QStringLiteral("Standard"), std::nullopt, {}}} {}
 
 QString MasterPages::startedBy(const QTextBlock& block) {
     const auto page = SectionPages::pageOf(block.blockFormat());
     if (!page)
         return {};
+    const Master* master = nullptr;
     if (block.position() == 0) {
         masters_.front().page = page;
-        return {};
+        master = &masters_.front();
+    } else {
+        master = masterOf(*page);
     }
-    const auto known = std::find_if(masters_.begin(), masters_.end(),
-                                    [&](const Master& master) { return master.page == page; });
+    if (master && page->first)
+        master = masterOf(*page, master->name);
+    // The text starts on Standard without naming it.
+    return master && (block.position() > 0 || master != &masters_.front()) ? master->name
+                                                                           : QString();
+}
+
+const MasterPages::Master* MasterPages::masterOf(const SectionPages::Page& page, QString next) {
+    const auto known = std::find_if(masters_.begin(), masters_.end(), [&](const Master& master) {
+        return master.page == page && master.next == next;
+    });
     if (known != masters_.end())
-        return known->name;
+        return &*known;
     if (masters_.size() >= maxMasters)
-        return {};
-    masters_.push_back({QStringLiteral("Section_%1").arg(masters_.size() + 1), page});
-    return masters_.back().name;
+        return nullptr;
+    const QString name = next.isEmpty() ? QStringLiteral("Section_%1").arg(masters_.size() + 1)
+                                        : next + QStringLiteral("_First_Page");
+    masters_.push_back({name, page, std::move(next)});
+    return &masters_.back();
 }
 
 void MasterPages::writeLayouts(QXmlStreamWriter& xml) const {
@@ -81,16 +111,29 @@ void MasterPages::writeLayouts(QXmlStreamWriter& xml) const {
 
 void MasterPages::writeMasters(QXmlStreamWriter& xml) const {
     xml.writeStartElement("office:master-styles");
-    for (std::size_t index = 0; index < masters_.size(); ++index) {
-        const Master& master = masters_[index];
-        xml.writeStartElement("style:master-page");
-        xml.writeAttribute("style:name", master.name);
-        xml.writeAttribute("style:page-layout-name", layoutName(index));
-        if (master.page) {
-            writeMarginLine(xml, true, master.page->header);
-            writeMarginLine(xml, false, master.page->footer);
-        }
-        xml.writeEndElement();
+    for (std::size_t index = 0; index < masters_.size(); ++index)
+        writeMaster(xml, masters_[index], index);
+    xml.writeEndElement();
+}
+
+void MasterPages::writeMaster(QXmlStreamWriter& xml, const Master& master,
+                              std::size_t layout) const {
+    xml.writeStartElement("style:master-page");
+    xml.writeAttribute("style:name", master.name);
+    xml.writeAttribute("style:page-layout-name", layoutName(layout));
+    if (!master.next.isEmpty())
+        xml.writeAttribute("style:next-style-name", master.next);
+    if (const auto& page = master.page; page && !master.next.isEmpty() && page->first) {
+        writeMarginLines(xml, {page->first->header, std::nullopt}, "style:header",
+                         "style:header-left");
+        writeMarginLines(xml, {page->first->footer, std::nullopt}, "style:footer",
+                         "style:footer-left");
+    } else if (page) {
+        const auto even = page->even;
+        writeMarginLines(xml, {page->header, even ? even->header : std::optional<QString>()},
+                         "style:header", "style:header-left");
+        writeMarginLines(xml, {page->footer, even ? even->footer : std::optional<QString>()},
+                         "style:footer", "style:footer-left");
     }
     xml.writeEndElement();
 }

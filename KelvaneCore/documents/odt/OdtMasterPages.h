@@ -16,7 +16,8 @@ namespace kelvane::Odt {
 // The pages of the text's sections as master pages, each with a page layout: the chosen paper,
 // turned as the section turns its pages, with the section's margins and its header and footer
 // lines. The text starts on "Standard"; a paragraph that starts another section names its
-// master page in its style.
+// master page in its style. A section whose first page has lines of its own starts on a master
+// page of that page, which goes on with the section's own.
 class MasterPages {
 public:
     explicit MasterPages(PageSize paper);
@@ -34,7 +35,12 @@ private:
     struct Master {
         QString name;
         std::optional<SectionPages::Page> page; // none: the paper with inch margins
+        QString next; // for the first page of a section that has lines of its own: the master
+                      // page of the pages after it, which draws its own lines
     };
+    // The master page of `page`, added when new; none past the most a document may have.
+    const Master* masterOf(const SectionPages::Page& page, QString next = {});
+    void writeMaster(QXmlStreamWriter& xml, const Master& master, std::size_t layout) const;
 
     PageSize paper_;
     std::vector<Master> masters_;

@@ -48,11 +48,17 @@ QString marginText(QXmlStreamReader& xml) {
 void Styles::readMasterPage(QXmlStreamReader& xml, const QString& name) {
     MasterPage& master = masterPages_[name];
     master.pageLayout = attribute(xml, ns::style, "page-layout-name");
+    if (const QString next = attribute(xml, ns::style, "next-style-name"); next != name)
+        master.next = next;
     while (xml.readNextStartElement()) {
         if (isElement(xml, ns::style, u"header"))
             master.header = marginText(xml);
         else if (isElement(xml, ns::style, u"footer"))
             master.footer = marginText(xml);
+        else if (isElement(xml, ns::style, u"header-left"))
+            master.evenHeader = marginText(xml);
+        else if (isElement(xml, ns::style, u"footer-left"))
+            master.evenFooter = marginText(xml);
         else
             xml.skipCurrentElement();
     }
@@ -84,9 +90,23 @@ std::optional<SectionPages::Page> Styles::pageOfMaster(const QString& name) cons
     const auto layout = pageLayouts_.find(master->second.pageLayout);
     if (layout == pageLayouts_.end())
         return std::nullopt;
-    SectionPages::Page page = layout->second;
-    page.header = master->second.header;
-    page.footer = master->second.footer;
+    const auto next = masterPages_.find(master->second.next);
+    if (next == masterPages_.end())
+        return pageOf(master->second, layout->second);
+    // A first page of its own, as "First Page" goes on with "Default Page Style".
+    SectionPages::Page page = pageOf(next->second, layout->second);
+    page.first = SectionPages::Lines{master->second.header, master->second.footer};
+    return page;
+}
+
+SectionPages::Page Styles::pageOf(const MasterPage& master,
+                                  const SectionPages::Page& layout) const {
+    SectionPages::Page page = layout;
+    page.header = master.header;
+    page.footer = master.footer;
+    if (master.evenHeader || master.evenFooter)
+        page.even = SectionPages::Lines{master.evenHeader.value_or(master.header),
+                                        master.evenFooter.value_or(master.footer)};
     return page;
 }
 

@@ -18,6 +18,7 @@ namespace {
 constexpr int maxInheritance = 32; // parent chains are short; a longer one is a loop
 constexpr double defaultPointSize = 12.0;
 constexpr double maxLinePoints = 1584; // 22 inches, a line as tall as the tallest page
+constexpr int maxPageNumber = 100000;
 
 QString styleKey(QStringView family, const QString& name) {
     return family.toString() + u'/' + name;
@@ -280,6 +281,8 @@ void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
             style.fontName = valueOf(attributes, ns::style, "font-name").toString();
         } else if (isElement(xml, ns::style, u"paragraph-properties")) {
             readParagraphProperties(xml, style.paragraph);
+            style.pageNumber =
+                std::clamp(attribute(xml, ns::style, "page-number").toInt(), 0, maxPageNumber);
         } else if (isElement(xml, ns::style, u"table-column-properties")) {
             style.columnWidth = pointsFromLength(attribute(xml, ns::style, "column-width"));
         } else if (isElement(xml, ns::style, u"table-cell-properties")) {
@@ -332,7 +335,8 @@ void Styles::applyParagraph(const QString& name, QTextBlockFormat& format) const
     });
     if (master == chain.end())
         return;
-    if (const auto page = pageOfMaster((*master)->masterPage)) {
+    if (auto page = pageOfMaster((*master)->masterPage)) {
+        page->firstNumber = (*master)->pageNumber;
         SectionPages::mark(format, *page);
         format.setPageBreakPolicy(QTextFormat::PageBreak_AlwaysBefore);
     }

@@ -89,6 +89,7 @@ private:
         QString listStyle;
         QString fontName;                  // a style:font-face name, resolved on use
         QString masterPage;                // the page a paragraph of this style starts
+        int pageNumber = 0;                // the number of that page, 0 to go on counting
         std::optional<double> columnWidth; // points
         QColor background;                 // of table cells
         TableLines::CellSides lines;       // of table cells
@@ -123,7 +124,12 @@ private:
         QString pageLayout;
         QString header; // one line, SectionPages::pageNumberMark for the page number
         QString footer;
+        std::optional<QString> evenHeader; // style:header-left, where even pages have their own
+        std::optional<QString> evenFooter;
+        QString next; // the master page of the pages after the first, where it is another
     };
+    // The page of a master page, its own lines on the first page when its next one differs.
+    SectionPages::Page pageOf(const MasterPage& master, const SectionPages::Page& layout) const;
     std::map<QString, MasterPage> masterPages_;
     QString firstMaster_;
 };

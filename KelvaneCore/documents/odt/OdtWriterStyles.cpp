@@ -1,5 +1,6 @@
 #include "documents/odt/OdtWriterStyles.h"
 
+#include "documents/SectionPages.h"
 #include "documents/Units.h"
 #include "documents/odt/OdtMasterPages.h"
 
@@ -287,6 +288,9 @@ QString AutomaticStyles::paragraph(const QString& parent, const QTextBlockFormat
         properties.emplace_back("fo:break-before", "page");
     if (format.pageBreakPolicy() & QTextFormat::PageBreak_AlwaysAfter)
         properties.emplace_back("fo:break-after", "page");
+    if (const auto page = SectionPages::pageOf(format);
+        page && page->firstNumber > 0 && !masterPage.isEmpty())
+        properties.emplace_back("style:page-number", QString::number(page->firstNumber));
     if (properties.empty() && masterPage.isEmpty())
         return parent;
     return named(paragraphs_, u'P', parent, std::move(properties), masterPage);
