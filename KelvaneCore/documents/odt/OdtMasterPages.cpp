@@ -17,12 +17,12 @@ QString layoutName(std::size_t index) {
     return QStringLiteral("pm%1").arg(index + 1);
 }
 
-// One line of a header or footer, with the page's number where the line shows it.
-void writeMarginLine(QXmlStreamWriter& xml, const char* element, const QString& line) {
-    const bool header = QByteArrayView(element).contains("header");
+// One line of a header or footer in `element`, with the page's number where the line shows it.
+void writeMarginLine(QXmlStreamWriter& xml, const char* element, const char* style,
+                     const QString& line) {
     xml.writeStartElement(element);
     xml.writeStartElement("text:p");
-    xml.writeAttribute("text:style-name", header ? "Header" : "Footer");
+    xml.writeAttribute("text:style-name", style);
     const QStringList pieces = xmlSafe(line).split(SectionPages::pageNumberMark);
     for (qsizetype i = 0; i < pieces.size(); ++i) {
         if (i > 0)
@@ -40,13 +40,14 @@ struct MarginLines {
     QString odd;
     std::optional<QString> even;
 };
-void writeMarginLines(QXmlStreamWriter& xml, const MarginLines& lines, const char* element,
-                      const char* evenElement) {
+void writeMarginLines(QXmlStreamWriter& xml, const MarginLines& lines, bool header) {
     if (lines.odd.isEmpty() && lines.even.value_or(QString()).isEmpty())
         return;
-    writeMarginLine(xml, element, lines.odd);
+    const char* style = header ? "Header" : "Footer";
+    writeMarginLine(xml, header ? "style:header" : "style:footer", style, lines.odd);
     if (lines.even)
-        writeMarginLine(xml, evenElement, *lines.even);
+        writeMarginLine(xml, header ? "style:header-left" : "style:footer-left", style,
+                        *lines.even);
 }
 
 } // namespace
@@ -124,16 +125,13 @@ void MasterPages::writeMaster(QXmlStreamWriter& xml, const Master& master,
     if (!master.next.isEmpty())
         xml.writeAttribute("style:next-style-name", master.next);
     if (const auto& page = master.page; page && !master.next.isEmpty() && page->first) {
-        writeMarginLines(xml, {page->first->header, std::nullopt}, "style:header",
-                         "style:header-left");
-        writeMarginLines(xml, {page->first->footer, std::nullopt}, "style:footer",
-                         "style:footer-left");
+        writeMarginLines(xml, {page->first->header, std::nullopt}, true);
+        writeMarginLines(xml, {page->first->footer, std::nullopt}, false);
     } else if (page) {
-        const auto even = page->even;
-        writeMarginLines(xml, {page->header, even ? even->header : std::optional<QString>()},
-                         "style:header", "style:header-left");
+        const auto& even = page->even;
+        writeMarginLines(xml, {page->header, even ? even->header : std::optional<QString>()}, true);
         writeMarginLines(xml, {page->footer, even ? even->footer : std::optional<QString>()},
-                         "style:footer", "style:footer-left");
+                         false);
     }
     xml.writeEndElement();
 }
