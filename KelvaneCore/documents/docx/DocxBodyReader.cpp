@@ -89,7 +89,7 @@ void BodyReader::readParagraph(int depth) {
 }
 
 void BodyReader::beginParagraph(const ParagraphProperties& direct) {
-    const ParagraphStyle style = styles_.paragraph(direct.style);
+    const ParagraphStyle style = styles_.paragraph(direct.style, cellParagraphs_);
     QTextBlockFormat block = style.block;
     block.merge(direct.block);
     QTextCharFormat chars = style.chars;

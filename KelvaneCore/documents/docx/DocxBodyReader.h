@@ -74,7 +74,7 @@ struct Table {
     std::map<std::pair<int, int>, std::pair<int, int>> merges;
     std::vector<double> columnWidths; // twips, from the grid
     std::optional<QTextLength> width; // as the table's properties give it
-    TableBorders borders;
+    TableLook look;
     int headerRows = 0; // rows at the top repeated on every page
 };
 
@@ -160,8 +160,9 @@ private:
     // By numId and level. Qt deletes a list once its last block leaves it.
     std::map<std::pair<int, int>, QPointer<QTextList>> lists_;
     QTextCharFormat paragraphChars_;
-    bool blockUnused_ = true; // the cursor's block is still empty and awaits a paragraph
-    bool hasContent_ = false; // the current paragraph has shown something
+    CellParagraphs cellParagraphs_; // what the table's style gives the cell being read
+    bool blockUnused_ = true;       // the cursor's block is still empty and awaits a paragraph
+    bool hasContent_ = false;       // the current paragraph has shown something
     bool pendingPageBreak_ = false;
     // Where the current section's first block starts; -1 until the block after a section's
     // end is started, which starts a new page unless the break was continuous.

@@ -340,13 +340,20 @@ void Styles::readStyle(QXmlStreamReader& xml) {
         } else if (isW(xml, u"tblPr")) {
             while (nextChild(xml)) {
                 if (isW(xml, u"tblBorders"))
-                    style.borders.table.merge(readBorders(xml));
+                    style.table.table.merge(readBorders(xml));
                 else
                     xml.skipCurrentElement();
             }
             continue;
         } else if (isW(xml, u"tblStylePr")) {
-            readConditionalBorders(xml, style.borders);
+            readConditionalLook(xml, style.table);
+            continue;
+        } else if (isW(xml, u"tcPr")) {
+            while (nextChild(xml)) {
+                if (isW(xml, u"shd"))
+                    style.table.region(Region::wholeTable).shading = shadingOf(xml);
+                xml.skipCurrentElement();
+            }
             continue;
         }
         xml.skipCurrentElement();
@@ -370,8 +377,9 @@ std::vector<const Styles::Style*> Styles::chain(const QString& id) const {
     return styles;
 }
 
-ParagraphStyle Styles::paragraph(const QString& id) const {
+ParagraphStyle Styles::paragraph(const QString& id, const CellParagraphs& cell) const {
     ParagraphStyle resolved{defaultBlock_, {}, 0, {}, {}};
+    resolved.block.merge(cell.block);
     auto styles = chain(id);
     const bool undefined = styles.empty();
     if (undefined) {
@@ -392,6 +400,7 @@ ParagraphStyle Styles::paragraph(const QString& id) const {
             resolved.level = style->paragraph.level;
     }
     resolved.chars = defaultChars_;
+    resolved.chars.merge(cell.chars);
     // A heading style the document defines looks as it says; one it only names is given the
     // look of a heading.
     if (resolved.headingLevel > 0 && undefined)
@@ -407,14 +416,17 @@ QTextCharFormat Styles::character(const QString& id) const {
     return chars;
 }
 
-std::optional<TableStyleBorders> Styles::tableBorders(const QString& id) const {
+std::optional<TableStyle> Styles::tableStyle(const QString& id) const {
     const auto styles = chain(id.isEmpty() ? defaultTable_ : id);
     if (styles.empty())
         return std::nullopt;
-    TableStyleBorders borders;
-    for (const Style* style : styles)
-        borders.merge(style->borders);
-    return borders;
+    TableStyle look;
+    for (const Style* style : styles) {
+        look.merge(style->table);
+        look.region(Region::wholeTable).chars.merge(style->chars);
+        look.paragraphs.merge(style->paragraph.block);
+    }
+    return look;
 }
 
 } // namespace kelvane::Docx

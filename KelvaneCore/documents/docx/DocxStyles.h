@@ -60,13 +60,14 @@ public:
     // Throws on malformed XML.
     void read(const QByteArray& xml);
 
-    // The style named by w:pStyle, or the default paragraph style for an empty or unknown id.
-    ParagraphStyle paragraph(const QString& id) const;
+    // The style named by w:pStyle, or the default paragraph style for an empty or unknown id;
+    // in a table cell, over what the table's style gives the cell's paragraphs.
+    ParagraphStyle paragraph(const QString& id, const CellParagraphs& cell = {}) const;
     // The run properties of a character style and its ancestors.
     QTextCharFormat character(const QString& id) const;
-    // The borders of a table style and its ancestors, or of the default table style for an
+    // The look of a table style and its ancestors, or of the default table style for an
     // empty id; none when the document defines no such style.
-    std::optional<TableStyleBorders> tableBorders(const QString& id) const;
+    std::optional<TableStyle> tableStyle(const QString& id) const;
 
 private:
     struct Style {
@@ -74,7 +75,7 @@ private:
         int headingLevel = 0; // from the style's name
         ParagraphProperties paragraph;
         QTextCharFormat chars;
-        TableStyleBorders borders;
+        TableStyle table;
     };
 
     void readStyle(QXmlStreamReader& xml);

@@ -1,5 +1,6 @@
 #include "documents/docx/DocxTableBorders.h"
 
+#include "documents/docx/DocxStyles.h"
 #include "documents/docx/Ooxml.h"
 
 #include <QTextTable>
@@ -82,6 +83,22 @@ void overlay(std::array<std::optional<Line>, count>& sides,
     }
 }
 
+constexpr std::pair<const char16_t*, Region> regionNames[] = {
+    {u"wholeTable", Region::wholeTable}, {u"band1Vert", Region::band1Vert},
+    {u"band2Vert", Region::band2Vert},   {u"band1Horz", Region::band1Horz},
+    {u"band2Horz", Region::band2Horz},   {u"firstCol", Region::firstCol},
+    {u"lastCol", Region::lastCol},       {u"firstRow", Region::firstRow},
+    {u"lastRow", Region::lastRow},
+};
+
+std::optional<Region> regionNamed(QStringView type) {
+    for (const auto& [name, region] : regionNames) {
+        if (type == name)
+            return region;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 QTextFrameFormat::BorderStyle lineStyleOf(QStringView value) {
@@ -109,10 +126,16 @@ void Borders::merge(const Borders& over) {
     overlay(sides, over.sides);
 }
 
-void TableStyleBorders::merge(const TableStyleBorders& over) {
+void TableStyle::merge(const TableStyle& over) {
     table.merge(over.table);
     firstRow.merge(over.firstRow);
     lastRow.merge(over.lastRow);
+    paragraphs.merge(over.paragraphs);
+    for (std::size_t region = 0; region < regionCount; ++region) {
+        if (over.regions[region].shading)
+            regions[region].shading = over.regions[region].shading;
+        regions[region].chars.merge(over.regions[region].chars);
+    }
 }
 
 Borders readBorders(QXmlStreamReader& xml) {
@@ -125,26 +148,42 @@ Borders readBorders(QXmlStreamReader& xml) {
     return borders;
 }
 
-void readConditionalBorders(QXmlStreamReader& xml, TableStyleBorders& style) {
+void readConditionalLook(QXmlStreamReader& xml, TableStyle& style) {
     const QString type = wAttribute(xml, u"type");
+    const auto region = regionNamed(type);
     Borders* row = type == u"firstRow"  ? &style.firstRow
                    : type == u"lastRow" ? &style.lastRow
                                         : nullptr;
     while (nextChild(xml)) {
-        if (row == nullptr || !isW(xml, u"tcPr")) {
+        if (region && isW(xml, u"rPr")) {
+            readRunProperties(xml, style.region(*region).chars, nullptr);
+            continue;
+        }
+        if (!isW(xml, u"tcPr")) {
             xml.skipCurrentElement();
             continue;
         }
         while (nextChild(xml)) {
-            if (isW(xml, u"tcBorders"))
+            if (row != nullptr && isW(xml, u"tcBorders")) {
                 row->merge(readBorders(xml));
-            else
-                xml.skipCurrentElement();
+                continue;
+            }
+            if (region && isW(xml, u"shd"))
+                style.region(*region).shading = shadingOf(xml);
+            xml.skipCurrentElement();
         }
     }
 }
 
-void TableBorders::readLook(const QXmlStreamReader& xml) {
+std::optional<QColor> shadingOf(const QXmlStreamReader& xml) {
+    const QString fill = wAttribute(xml, u"fill");
+    if (fill.size() != 6)
+        return std::nullopt;
+    const QColor color(u'#' + fill);
+    return color.isValid() ? std::optional<QColor>(color) : std::nullopt;
+}
+
+void TableLook::readLook(const QXmlStreamReader& xml) {
     // Older files give the look as a bit mask only.
     const int mask = wAttribute(xml, u"val").toInt(nullptr, 16);
     const auto flag = [&](QStringView name, int bit) {
@@ -153,9 +192,42 @@ void TableBorders::readLook(const QXmlStreamReader& xml) {
     };
     firstRowLook = flag(u"firstRow", 0x20);
     lastRowLook = flag(u"lastRow", 0x40);
+    firstColumnLook = flag(u"firstColumn", 0x80);
+    lastColumnLook = flag(u"lastColumn", 0x100);
+    rowBands = !flag(u"noHBand", 0x200);
+    columnBands = !flag(u"noVBand", 0x400);
 }
 
-void TableBorders::apply(QTextTable& grid, QTextTableFormat& format) const {
+std::vector<Region> TableLook::regionsAt(int row, int column, int rows, int columns) const {
+    std::vector<Region> regions{Region::wholeTable};
+    const bool firstRow = firstRowLook && row == 0;
+    const bool lastRow = lastRowLook && row == rows - 1;
+    const bool firstColumn = firstColumnLook && column == 0;
+    const bool lastColumn = lastColumnLook && column == columns - 1;
+    // Bands count from the first row and column that are not headings.
+    if (columnBands && !firstColumn && !lastColumn)
+        regions.push_back((column - (firstColumnLook ? 1 : 0)) % 2 == 0 ? Region::band1Vert
+                                                                        : Region::band2Vert);
+    if (rowBands && !firstRow && !lastRow)
+        regions.push_back((row - (firstRowLook ? 1 : 0)) % 2 == 0 ? Region::band1Horz
+                                                                  : Region::band2Horz);
+    for (const auto& [inside, region] :
+         {std::pair{firstColumn, Region::firstCol}, std::pair{lastColumn, Region::lastCol},
+          std::pair{firstRow, Region::firstRow}, std::pair{lastRow, Region::lastRow}}) {
+        if (inside)
+            regions.push_back(region);
+    }
+    return regions;
+}
+
+CellParagraphs TableLook::paragraphsAt(int row, int column, int columns) const {
+    CellParagraphs paragraphs{style.paragraphs, {}};
+    for (const Region region : regionsAt(row, column, -1, columns))
+        paragraphs.chars.merge(style.region(region).chars);
+    return paragraphs;
+}
+
+void TableLook::apply(QTextTable& grid, QTextTableFormat& format) const {
     Borders base = style.table;
     base.merge(table);
     std::map<std::pair<int, int>, CellSides> resolved;
@@ -181,6 +253,33 @@ void TableBorders::apply(QTextTable& grid, QTextTableFormat& format) const {
         }
     }
     TableLines::apply(grid, resolved, format);
+    applyShading(grid);
+}
+
+void TableLook::applyShading(QTextTable& grid) const {
+    // Setting a cell's format makes the table look its grid up afresh: find every cell first.
+    std::vector<std::pair<QTextTableCell, QColor>> shaded;
+    for (int row = 0; row < grid.rows(); ++row) {
+        for (int column = 0; column < grid.columns(); ++column) {
+            const QTextTableCell cell = grid.cellAt(row, column);
+            if (cell.row() != row || cell.column() != column)
+                continue;
+            std::optional<QColor> color;
+            for (const Region region : regionsAt(row, column, grid.rows(), grid.columns())) {
+                if (const auto& own = style.region(region).shading)
+                    color = own;
+            }
+            if (const auto direct = shading.find({row, column}); direct != shading.end())
+                color = direct->second;
+            if (color)
+                shaded.emplace_back(cell, *color);
+        }
+    }
+    for (auto& [cell, color] : shaded) {
+        QTextCharFormat cellFormat = cell.format();
+        cellFormat.setBackground(color);
+        cell.setFormat(cellFormat);
+    }
 }
 
 } // namespace kelvane::Docx

@@ -37,10 +37,10 @@ std::optional<QTextLength> tableWidthOf(const QXmlStreamReader& xml) {
 
 // The borders of a table style (the default one for an empty id), or all single lines for a
 // grid style the document does not define.
-TableStyleBorders styleBorders(const Styles& styles, const QString& id) {
-    if (auto defined = styles.tableBorders(id))
+TableStyle styleOf(const Styles& styles, const QString& id) {
+    if (auto defined = styles.tableStyle(id))
         return *defined;
-    TableStyleBorders borders;
+    TableStyle borders;
     if (id.contains(u"Grid", Qt::CaseInsensitive))
         borders.table.sides.fill(TableLines::thinLine());
     return borders;
@@ -52,11 +52,11 @@ void readTableProperties(QXmlStreamReader& xml, const Styles& styles, Table& tab
         if (isW(xml, u"tblW"))
             table.width = tableWidthOf(xml);
         else if (isW(xml, u"tblStyle"))
-            table.borders.style = styleBorders(styles, wAttribute(xml, u"val"));
+            table.look.style = styleOf(styles, wAttribute(xml, u"val"));
         else if (isW(xml, u"tblLook"))
-            table.borders.readLook(xml);
+            table.look.readLook(xml);
         else if (isW(xml, u"tblBorders")) {
-            table.borders.table.merge(readBorders(xml));
+            table.look.table.merge(readBorders(xml));
             continue;
         }
         xml.skipCurrentElement();
@@ -81,9 +81,11 @@ void BodyReader::readTable(int depth) {
         return;
     }
     Table table;
-    table.borders.style = styleBorders(styles_, {}); // until the table names its own
+    table.look.style = styleOf(styles_, {}); // until the table names its own
     int columns = 1;
+    const CellParagraphs outerCell = cellParagraphs_;
     readTableChildren(depth, table, columns);
+    cellParagraphs_ = outerCell;
     if (table.table == nullptr)
         return;
     TableRows::trim(*table.table, table.rows);
@@ -92,7 +94,7 @@ void BodyReader::readTable(int depth) {
             table.table->mergeCells(start.first, start.second, size.first, size.second);
     }
     QTextTableFormat format = table.table->format();
-    table.borders.apply(*table.table, format);
+    table.look.apply(*table.table, format);
     format.setHeaderRowCount(table.headerRows);
     applyWidths(table, format);
     table.table->setFormat(format);
@@ -186,15 +188,11 @@ void BodyReader::readCell(int depth, Table& table, int& column) {
     }
     if (!placed)
         placed = placeCell(table, column, properties);
+    const std::pair<int, int> at{table.rows - 1, column - properties.span};
     if (placed && properties.borders.isSet())
-        table.borders.cells[{table.rows - 1, column - properties.span}] = properties.borders;
-    // Shading goes on last: the cell's format is that of its first paragraph's characters.
-    if (placed && properties.shading.isValid()) {
-        QTextTableCell cell = table.table->cellAt(table.rows - 1, column - properties.span);
-        QTextCharFormat format = cell.format();
-        format.setBackground(properties.shading);
-        cell.setFormat(format);
-    }
+        table.look.cells[at] = properties.borders;
+    if (placed && properties.shading.isValid())
+        table.look.shading[at] = properties.shading;
 }
 
 // A row marked as a header (w:tblHeader) repeats on each page while the rows above it do too.
@@ -216,8 +214,7 @@ BodyReader::CellProperties BodyReader::readCellProperties() {
             continue;
         }
         if (isW(xml_, u"shd")) {
-            if (const QString fill = wAttribute(xml_, u"fill"); fill.size() == 6)
-                properties.shading = QColor(u'#' + fill);
+            properties.shading = shadingOf(xml_).value_or(QColor());
         } else if (isW(xml_, u"gridSpan")) {
             properties.span = std::clamp(wAttribute(xml_, u"val").toInt(), 1, maxTableColumns);
         } else if (isW(xml_, u"vMerge")) {
@@ -251,6 +248,8 @@ bool BodyReader::placeCell(Table& table, int& column, const CellProperties& prop
     if (span > 1 || properties.merged)
         table.merges[{row, column}] = {1, span};
     cursor_ = grid->cellAt(row, column).firstCursorPosition();
+    cellParagraphs_ =
+        table.look.paragraphsAt(row, column, static_cast<int>(table.columnWidths.size()));
     blockUnused_ = true;
     hasContent_ = false;
     lists_.clear();

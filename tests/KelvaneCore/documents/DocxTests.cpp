@@ -651,6 +651,18 @@ void expectRules(const QTextDocument& document, const TempFolder& temp) {
     EXPECT_FALSE(red.hasProperty(QTextFormat::TableCellRightBorderStyle));
     EXPECT_GT(grid->format().border(), 0);
     EXPECT_EQ(grid->cellAt(0, 0).format().background().color(), QColor(Qt::yellow));
+    // The style shades its first row and every other row below it, sets the first row's
+    // characters, and the spacing of the paragraphs in its cells.
+    QTextTable* rules = fixtures::findText(document, "Mass").currentTable();
+    ASSERT_TRUE(rules);
+    EXPECT_EQ(rules->cellAt(0, 1).format().background().color(), QColor(0xdd, 0xdd, 0xdd));
+    EXPECT_EQ(rules->cellAt(1, 0).format().background().color(), QColor(0xee, 0xee, 0xee));
+    EXPECT_EQ(rules->cellAt(2, 0).format().background().style(), Qt::NoBrush);
+    const QTextCharFormat heading = fixtures::findText(document, "Volume").charFormat();
+    EXPECT_EQ(heading.fontWeight(), QFont::Bold);
+    EXPECT_EQ(heading.foreground().color(), QColor(0x1f, 0x38, 0x64));
+    EXPECT_NE(fixtures::findText(document, "Alpha").charFormat().fontWeight(), QFont::Bold);
+    EXPECT_DOUBLE_EQ(fixtures::findText(document, "Beta").blockFormat().bottomMargin(), 0);
 
     const fixtures::PdfProbe pdf(
         writeBytes(temp, "rules.pdf", DocumentTools::pdf(document, PageSize::a4)));
@@ -683,15 +695,19 @@ void expectRules(const QTextDocument& document, const TempFolder& temp) {
 
 // A table style drawing rules above and below the table and under its first row draws just
 // those, as drawn lines in the PDF; a cell's own border and a grid style the document only
-// names are kept too, as are a cell's double line and shading, in our DOCX, ODT and RTF as well.
+// names are kept too, as are a cell's double line and shading, and the shading, characters and
+// spacing the style gives its regions; in our DOCX, ODT and RTF as well.
 TEST(DocxReader, TablesDrawTheLinesTheirStyleAndCellsSet) {
     const QByteArray rule = R"(w:val="single" w:sz="8" w:color="000000")";
     const QByteArray tableStyles = docx::stylesPart(
-        R"(<w:style w:type="table" w:styleId="Plain"><w:name w:val="Plain"/></w:style>
-<w:style w:type="table" w:styleId="Rules"><w:basedOn w:val="Plain"/><w:tblPr><w:tblBorders>
-  <w:top )" +
+        R"(<w:docDefaults><w:pPrDefault><w:pPr><w:spacing w:after="200"/></w:pPr></w:pPrDefault>
+</w:docDefaults><w:style w:type="table" w:styleId="Plain"><w:name w:val="Plain"/></w:style>
+<w:style w:type="table" w:styleId="Rules"><w:basedOn w:val="Plain"/>
+  <w:pPr><w:spacing w:after="0"/></w:pPr><w:tblPr><w:tblBorders><w:top )" +
         rule + "/><w:bottom " + rule + R"(/><w:insideV w:val="nil"/></w:tblBorders></w:tblPr>
-  <w:tblStylePr w:type="firstRow"><w:tcPr><w:tcBorders><w:bottom )" +
+  <w:tblStylePr w:type="band1Horz"><w:tcPr><w:shd w:fill="EEEEEE"/></w:tcPr></w:tblStylePr>
+  <w:tblStylePr w:type="firstRow"><w:rPr><w:b/><w:color w:val="1F3864"/></w:rPr>
+    <w:tcPr><w:shd w:fill="DDDDDD"/><w:tcBorders><w:bottom )" +
         rule + R"(/></w:tcBorders></w:tcPr></w:tblStylePr></w:style>)");
     const QByteArray redLeft =
         R"(<w:tcPr><w:tcBorders><w:left w:val="double" w:sz="4" w:color="FF0000"/></w:tcBorders></w:tcPr>)";
