@@ -129,6 +129,7 @@ private:
         bool restart = false;
         Borders borders;
         QColor shading; // invalid when the cell is not shaded
+        CellMargins margins;
     };
     void readCell(int depth, Table& table, int& column);
     CellProperties readCellProperties();

@@ -341,6 +341,8 @@ void Styles::readStyle(QXmlStreamReader& xml) {
             while (nextChild(xml)) {
                 if (isW(xml, u"tblBorders"))
                     style.table.table.merge(readBorders(xml));
+                else if (isW(xml, u"tblCellMar"))
+                    style.table.margins.merge(readCellMargins(xml));
                 else
                     xml.skipCurrentElement();
             }

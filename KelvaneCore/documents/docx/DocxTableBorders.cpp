@@ -1,8 +1,10 @@
 #include "documents/docx/DocxTableBorders.h"
 
+#include "documents/Units.h"
 #include "documents/docx/DocxStyles.h"
 #include "documents/docx/Ooxml.h"
 
+#include <QTextDocument>
 #include <QTextTable>
 
 #include <algorithm>
@@ -19,6 +21,10 @@ using TableLines::CellSides;
 using TableLines::Line;
 
 constexpr double maxBorderPoints = 12; // the widest line the format allows
+// Cells give their text this much room at each side where nothing says otherwise, and none
+// above and below it.
+constexpr double wordCellMargin = 108; // twips
+constexpr double maxMarginTwips = 31680;
 
 std::optional<Borders::Side> sideOf(const QXmlStreamReader& xml) {
     if (isW(xml, u"top"))
@@ -131,6 +137,7 @@ void TableStyle::merge(const TableStyle& over) {
     firstRow.merge(over.firstRow);
     lastRow.merge(over.lastRow);
     paragraphs.merge(over.paragraphs);
+    margins.merge(over.margins);
     for (std::size_t region = 0; region < regionCount; ++region) {
         if (over.regions[region].shading)
             regions[region].shading = over.regions[region].shading;
@@ -253,33 +260,83 @@ void TableLook::apply(QTextTable& grid, QTextTableFormat& format) const {
         }
     }
     TableLines::apply(grid, resolved, format);
-    applyShading(grid);
+    applyCellFormats(grid);
 }
 
-void TableLook::applyShading(QTextTable& grid) const {
+std::optional<QColor> TableLook::shadingAt(int row, int column, int rows, int columns) const {
+    if (const auto own = shading.find({row, column}); own != shading.end())
+        return own->second;
+    std::optional<QColor> color;
+    for (const Region region : regionsAt(row, column, rows, columns)) {
+        if (const auto& given = style.region(region).shading)
+            color = given;
+    }
+    return color;
+}
+
+CellMargins TableLook::marginsAt(int row, int column) const {
+    CellMargins resolved{{0, wordCellMargin, 0, wordCellMargin}};
+    resolved.merge(style.margins);
+    resolved.merge(margins);
+    if (const auto own = spaces.find({row, column}); own != spaces.end())
+        resolved.merge(own->second);
+    return resolved;
+}
+
+void TableLook::applyCellFormats(QTextTable& grid) const {
     // Setting a cell's format makes the table look its grid up afresh: find every cell first.
-    std::vector<std::pair<QTextTableCell, QColor>> shaded;
+    std::vector<QTextTableCell> found;
     for (int row = 0; row < grid.rows(); ++row) {
         for (int column = 0; column < grid.columns(); ++column) {
             const QTextTableCell cell = grid.cellAt(row, column);
-            if (cell.row() != row || cell.column() != column)
-                continue;
-            std::optional<QColor> color;
-            for (const Region region : regionsAt(row, column, grid.rows(), grid.columns())) {
-                if (const auto& own = style.region(region).shading)
-                    color = own;
-            }
-            if (const auto direct = shading.find({row, column}); direct != shading.end())
-                color = direct->second;
-            if (color)
-                shaded.emplace_back(cell, *color);
+            if (cell.row() == row && cell.column() == column)
+                found.push_back(cell);
         }
     }
-    for (auto& [cell, color] : shaded) {
-        QTextCharFormat cellFormat = cell.format();
-        cellFormat.setBackground(color);
-        cell.setFormat(cellFormat);
+    for (QTextTableCell& cell : found) {
+        QTextTableCellFormat format = cell.format().toTableCellFormat();
+        if (const auto color = shadingAt(cell.row(), cell.column(), grid.rows(), grid.columns()))
+            format.setBackground(*color);
+        const auto& sides = marginsAt(cell.row(), cell.column()).sides;
+        const auto pixels = [&](TableLines::Side side) {
+            return Units::pixelsFromPoints(Units::pointsFromTwips(sides[side].value_or(0)));
+        };
+        // The layout leaves out the space above a cell's first paragraph and below its last;
+        // word processors keep it, inside the cell's margins.
+        const QTextDocument& document = *grid.document();
+        const double above = document.findBlock(cell.firstPosition()).blockFormat().topMargin();
+        const double below = document.findBlock(cell.lastPosition()).blockFormat().bottomMargin();
+        format.setTopPadding(pixels(TableLines::top) + above);
+        format.setLeftPadding(pixels(TableLines::left));
+        format.setBottomPadding(pixels(TableLines::bottom) + below);
+        format.setRightPadding(pixels(TableLines::right));
+        cell.setFormat(format);
     }
+}
+
+void CellMargins::merge(const CellMargins& over) {
+    for (std::size_t side = 0; side < sides.size(); ++side) {
+        if (over.sides[side])
+            sides[side] = over.sides[side];
+    }
+}
+
+CellMargins readCellMargins(QXmlStreamReader& xml) {
+    static constexpr std::pair<const char16_t*, TableLines::Side> names[] = {
+        {u"top", TableLines::top},     {u"left", TableLines::left},
+        {u"start", TableLines::left},  {u"bottom", TableLines::bottom},
+        {u"right", TableLines::right}, {u"end", TableLines::right}};
+    CellMargins margins;
+    while (nextChild(xml)) {
+        const QString type = wAttribute(xml, u"type");
+        const auto twips = Ooxml::numericValue(xml, u"w");
+        for (const auto& [name, side] : names) {
+            if (isW(xml, name) && twips && (type.isEmpty() || type == u"dxa"))
+                margins.sides[side] = std::clamp(*twips, 0.0, maxMarginTwips);
+        }
+        xml.skipCurrentElement();
+    }
+    return margins;
 }
 
 } // namespace kelvane::Docx

@@ -50,6 +50,17 @@ enum class Region {
 };
 constexpr std::size_t regionCount = 9;
 
+// The space between a cell's sides and its text, in twips, as w:tblCellMar or w:tcMar give
+// it; unset sides leave what lies beneath in place.
+struct CellMargins {
+    std::array<std::optional<double>, 4> sides; // by TableLines::Side
+
+    void merge(const CellMargins& over);
+};
+
+// Reads the children of the current w:tblCellMar or w:tcMar.
+CellMargins readCellMargins(QXmlStreamReader& xml);
+
 // What a table's style gives the paragraphs of one of its cells, beneath their own style.
 struct CellParagraphs {
     QTextBlockFormat block;
@@ -65,6 +76,7 @@ struct TableStyle {
     Borders lastRow;
     std::array<RegionLook, regionCount> regions;
     QTextBlockFormat paragraphs;
+    CellMargins margins;
 
     RegionLook& region(Region region) { return regions[static_cast<std::size_t>(region)]; }
     const RegionLook& region(Region region) const {
@@ -97,8 +109,10 @@ struct TableLook {
     bool lastColumnLook = false;
     bool rowBands = true;
     bool columnBands = false;
-    std::map<std::pair<int, int>, Borders> cells;  // by row and column, the cells' own
-    std::map<std::pair<int, int>, QColor> shading; // likewise
+    CellMargins margins;
+    std::map<std::pair<int, int>, Borders> cells;      // by row and column, the cells' own
+    std::map<std::pair<int, int>, QColor> shading;     // likewise
+    std::map<std::pair<int, int>, CellMargins> spaces; // likewise
 
     // Reads the current w:tblLook.
     void readLook(const QXmlStreamReader& xml);
@@ -106,15 +120,17 @@ struct TableLook {
     // `columns`, as far as it is known while the rows are read: the last row's is not.
     CellParagraphs paragraphsAt(int row, int column, int columns) const;
     // Draws the lines on `grid`, its cells merged: each cell's sides resolved from the
-    // style, the table and the cell, in that order; and shades the cells. The grid's border
-    // goes into `format`.
+    // style, the table and the cell, in that order; and shades the cells and sets their
+    // margins likewise. The grid's border goes into `format`.
     void apply(QTextTable& grid, QTextTableFormat& format) const;
 
 private:
     // The regions of the style a cell lies in, in order, the last row's only where `rows` is
     // known.
     std::vector<Region> regionsAt(int row, int column, int rows, int columns) const;
-    void applyShading(QTextTable& grid) const;
+    void applyCellFormats(QTextTable& grid) const;
+    std::optional<QColor> shadingAt(int row, int column, int rows, int columns) const;
+    CellMargins marginsAt(int row, int column) const;
 };
 
 } // namespace kelvane::Docx

@@ -46,7 +46,7 @@ TableStyle styleOf(const Styles& styles, const QString& id) {
     return borders;
 }
 
-// Reads w:tblPr: the table's width, style and borders.
+// Reads w:tblPr: the table's width, style, borders and cell margins.
 void readTableProperties(QXmlStreamReader& xml, const Styles& styles, Table& table) {
     while (nextChild(xml)) {
         if (isW(xml, u"tblW"))
@@ -57,6 +57,9 @@ void readTableProperties(QXmlStreamReader& xml, const Styles& styles, Table& tab
             table.look.readLook(xml);
         else if (isW(xml, u"tblBorders")) {
             table.look.table.merge(readBorders(xml));
+            continue;
+        } else if (isW(xml, u"tblCellMar")) {
+            table.look.margins.merge(readCellMargins(xml));
             continue;
         }
         xml.skipCurrentElement();
@@ -193,6 +196,9 @@ void BodyReader::readCell(int depth, Table& table, int& column) {
         table.look.cells[at] = properties.borders;
     if (placed && properties.shading.isValid())
         table.look.shading[at] = properties.shading;
+    if (placed && std::any_of(properties.margins.sides.begin(), properties.margins.sides.end(),
+                              [](const auto& side) { return side.has_value(); }))
+        table.look.spaces[at] = properties.margins;
 }
 
 // A row marked as a header (w:tblHeader) repeats on each page while the rows above it do too.
@@ -211,6 +217,10 @@ BodyReader::CellProperties BodyReader::readCellProperties() {
     while (nextChild(xml_)) {
         if (isW(xml_, u"tcBorders")) {
             properties.borders = readBorders(xml_);
+            continue;
+        }
+        if (isW(xml_, u"tcMar")) {
+            properties.margins = readCellMargins(xml_);
             continue;
         }
         if (isW(xml_, u"shd")) {

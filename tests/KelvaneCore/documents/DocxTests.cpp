@@ -725,6 +725,14 @@ TEST(DocxReader, TablesDrawTheLinesTheirStyleAndCellsSet) {
                                                  {"word/_rels/document.xml.rels",
                                                   docx::relationshipsPart(docx::relationship(
                                                       "rIdStyles", "styles", "styles.xml"))}})));
+    // Cells have a word processor's margins: a little room at their sides, none above or below.
+    const QTextTableCellFormat margins = fixtures::findText(*document, "Alpha")
+                                             .currentTable()
+                                             ->cellAt(1, 0)
+                                             .format()
+                                             .toTableCellFormat();
+    EXPECT_NEAR(margins.leftPadding(), 7.2, 0.01);
+    EXPECT_DOUBLE_EQ(margins.topPadding(), 0);
     std::vector<std::unique_ptr<QTextDocument>> documents;
     documents.push_back(DocumentFormats::readDocx(
         writeBytes(temp, "ours.docx", DocumentFormats::writeDocx(*document))));
