@@ -1,10 +1,10 @@
 #include "documents/docx/DocxTableBorders.h"
 
+#include "documents/CellSpacing.h"
 #include "documents/Units.h"
 #include "documents/docx/DocxStyles.h"
 #include "documents/docx/Ooxml.h"
 
-#include <QTextDocument>
 #include <QTextTable>
 
 #include <algorithm>
@@ -261,6 +261,7 @@ void TableLook::apply(QTextTable& grid, QTextTableFormat& format) const {
     }
     TableLines::apply(grid, resolved, format);
     applyCellFormats(grid);
+    CellSpacing::keepParagraphSpacing(grid);
 }
 
 std::optional<QColor> TableLook::shadingAt(int row, int column, int rows, int columns) const {
@@ -301,14 +302,9 @@ void TableLook::applyCellFormats(QTextTable& grid) const {
         const auto pixels = [&](TableLines::Side side) {
             return Units::pixelsFromPoints(Units::pointsFromTwips(sides[side].value_or(0)));
         };
-        // The layout leaves out the space above a cell's first paragraph and below its last;
-        // word processors keep it, inside the cell's margins.
-        const QTextDocument& document = *grid.document();
-        const double above = document.findBlock(cell.firstPosition()).blockFormat().topMargin();
-        const double below = document.findBlock(cell.lastPosition()).blockFormat().bottomMargin();
-        format.setTopPadding(pixels(TableLines::top) + above);
+        format.setTopPadding(pixels(TableLines::top));
         format.setLeftPadding(pixels(TableLines::left));
-        format.setBottomPadding(pixels(TableLines::bottom) + below);
+        format.setBottomPadding(pixels(TableLines::bottom));
         format.setRightPadding(pixels(TableLines::right));
         cell.setFormat(format);
     }

@@ -1,3 +1,4 @@
+#include "documents/CellSpacing.h"
 #include "documents/TableLines.h"
 #include "documents/TableWidths.h"
 #include "documents/Units.h"
@@ -27,6 +28,7 @@ void BodyReader::readTable(int depth) {
         format.setHeaderRowCount(std::min(table.headerRows, table.table->rows()));
         table.table->setFormat(format);
         applyWidths(table);
+        CellSpacing::keepParagraphSpacing(*table.table);
         cursor_ = table.table->lastCursorPosition();
         cursor_.movePosition(QTextCursor::NextBlock);
         blockUnused_ = true;

@@ -10,6 +10,7 @@
 #include <QTextCursor>
 #include <QTextListFormat>
 
+#include <array>
 #include <map>
 #include <optional>
 #include <utility>
@@ -72,6 +73,9 @@ public:
     void defineRow();
     void markHeaderRow();
     void setRowLeft(int twips);
+    // The room inside the row's cells at one side (a TableLines::Side), or at the left and
+    // right where another word does not say (-1, \trgaph).
+    void setRowPadding(int side, int twips);
     void addCellBoundary(int right);
     void mergeCell(CellMerge merge);
     void shadeCell(const QColor& color);
@@ -93,6 +97,7 @@ private:
     void leaveTable();
     // Trims the rows made ahead and draws the lines and shading the cells were given.
     void finishTable();
+    void setCellFormats();
     void recordCellLook(int row, int cell, const QTextTableCell& target);
     void moveToPendingCell();
     void layOutRow(int row);
@@ -121,8 +126,10 @@ private:
         TableLines::CellSides sides; // those the cell names of its own
         QColor shading;
     };
-    std::vector<CellDefinition> rowDefinition_; // the cells the last \trowd defined
-    int rowLeft_ = 0;                           // twips
+    std::vector<CellDefinition> rowDefinition_;    // the cells the last \trowd defined
+    int rowLeft_ = 0;                              // twips
+    std::array<std::optional<int>, 4> rowPadding_; // twips, by TableLines::Side
+    std::optional<int> rowGap_;
     RowLines rowLines_;
     bool headerRow_ = false;
     CellMerge nextMerge_ = CellMerge::none; // of the cell whose \cellx comes next
@@ -130,6 +137,7 @@ private:
     // The lines and shading of the table's cells, by the row and column they start at.
     std::map<std::pair<int, int>, TableLines::CellSides> lines_;
     std::map<std::pair<int, int>, QColor> shading_;
+    std::map<std::pair<int, int>, std::array<int, 4>> padding_; // twips, where the row gives any
     // The cells of the latest row that take their bottom from the row: on the table's last row
     // that is \trbrdrb, known only once the table ends.
     std::vector<std::pair<int, int>> rowBottomCells_;

@@ -91,7 +91,9 @@ enum class Keyword {
     Cell,
     Row,
     RowDefaults,
-    RowLeft, // \trleft: where the row's first cell starts, in twips
+    RowLeft,    // \trleft: where the row's first cell starts, in twips
+    RowPadding, // \trpadd*: the room inside its cells at one side; value: a TableLines::Side
+    RowGap,     // \trgaph: half the room between cells, their room at each side
     CellRight,
     CellMerge,   // value: a CellMerge
     CellBorder,  // names the side the border words after it describe; value: a BorderSide

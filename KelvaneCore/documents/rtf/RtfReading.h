@@ -254,8 +254,8 @@ private:
 
     PageSetup documentPage_;
     PageSetup sectionPage_;
-    bool pageGiven_ = false; // the document or a section says something of its pages
-    std::array<QString, 6> margins_; // the header and footer lines, by MarginKind
+    bool pageGiven_ = false;             // the document or a section says something of its pages
+    std::array<QString, 6> margins_;     // the header and footer lines, by MarginKind
     MarginKind marginKind_ = pageHeader; // of the margin text being read
     std::vector<std::pair<int, SectionPages::Page>> sections_; // by their first position
 };

@@ -1,3 +1,4 @@
+#include "documents/CellSpacing.h"
 #include "documents/TableRows.h"
 #include "documents/TableWidths.h"
 #include "documents/Units.h"
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 #include <stdexcept>
 
 namespace kelvane::Rtf {
@@ -19,6 +21,7 @@ constexpr int maxEdgeTwips = 1'000'000;
 // Each merge rebuilds the table's grid: merges stop once they have cost this many cells, and
 // the cells a file asks to merge beyond that stay apart.
 constexpr long long mergeBudget = 4'000'000;
+constexpr int maxPaddingTwips = 31680;
 
 void checkSize(int rows, int columns) {
     if (rows * columns > maxCells)
@@ -57,6 +60,8 @@ void Builder::endRow() {
 void Builder::defineRow() {
     rowDefinition_.clear();
     rowLeft_ = 0;
+    rowPadding_ = {};
+    rowGap_.reset();
     rowLines_ = {};
     headerRow_ = false;
     nextMerge_ = CellMerge::none;
@@ -65,6 +70,14 @@ void Builder::defineRow() {
 
 void Builder::setRowLeft(int twips) {
     rowLeft_ = std::clamp(twips, -maxEdgeTwips, maxEdgeTwips);
+}
+
+void Builder::setRowPadding(int side, int twips) {
+    const int bounded = std::clamp(twips, 0, maxPaddingTwips);
+    if (side < 0)
+        rowGap_ = bounded;
+    else if (side < static_cast<int>(rowPadding_.size()))
+        rowPadding_[static_cast<std::size_t>(side)] = bounded;
 }
 
 void Builder::markHeaderRow() {
@@ -103,6 +116,7 @@ void Builder::startTable() {
     lists_.clear();
     lines_.clear();
     shading_.clear();
+    padding_.clear();
     headerRows_ = 0;
     row_ = 0;
     cell_ = 0;
@@ -142,14 +156,36 @@ void Builder::finishTable() {
     TableLines::apply(*table_, lines_, format);
     format.setHeaderRowCount(headerRows_);
     table_->setFormat(format);
+    setCellFormats();
+    CellSpacing::keepParagraphSpacing(*table_);
+}
+
+// The shading and room inside the cells the rows gave them.
+void Builder::setCellFormats() {
+    std::set<std::pair<int, int>> places;
+    for (const auto& entry : shading_)
+        places.insert(entry.first);
+    for (const auto& entry : padding_)
+        places.insert(entry.first);
     // Setting a cell's format makes the table look its grid up afresh: find every cell first.
-    std::vector<std::pair<QTextTableCell, QColor>> shaded;
-    for (const auto& [at, color] : shading_)
-        shaded.emplace_back(table_->cellAt(at.first, at.second), color);
-    for (auto& [cell, color] : shaded) {
-        QTextCharFormat cellFormat = cell.format();
-        cellFormat.setBackground(color);
-        cell.setFormat(cellFormat);
+    std::vector<std::pair<QTextTableCell, std::pair<int, int>>> cells;
+    for (const auto& at : places)
+        cells.emplace_back(table_->cellAt(at.first, at.second), at);
+    for (auto& [cell, at] : cells) {
+        QTextTableCellFormat format = cell.format().toTableCellFormat();
+        if (const auto color = shading_.find(at); color != shading_.end())
+            format.setBackground(color->second);
+        if (const auto room = padding_.find(at); room != padding_.end()) {
+            const auto pixels = [&](TableLines::Side side) {
+                return Units::pixelsFromPoints(
+                    Units::pointsFromTwips(room->second[static_cast<std::size_t>(side)]));
+            };
+            format.setTopPadding(pixels(TableLines::top));
+            format.setLeftPadding(pixels(TableLines::left));
+            format.setBottomPadding(pixels(TableLines::bottom));
+            format.setRightPadding(pixels(TableLines::right));
+        }
+        cell.setFormat(format);
     }
 }
 
@@ -302,6 +338,12 @@ void Builder::recordCellLook(int row, int cell, const QTextTableCell& target) {
         lines = sides;
         if (definition.shading.isValid())
             shading_[start] = definition.shading;
+        if (rowGap_ || std::any_of(rowPadding_.begin(), rowPadding_.end(),
+                                   [](const auto& side) { return side.has_value(); })) {
+            const int gap = rowGap_.value_or(0);
+            padding_[start] = {rowPadding_[0].value_or(0), rowPadding_[1].value_or(gap),
+                               rowPadding_[2].value_or(0), rowPadding_[3].value_or(gap)};
+        }
     }
     if (!definition.sides[TableLines::bottom])
         rowBottomCells_.push_back(start);

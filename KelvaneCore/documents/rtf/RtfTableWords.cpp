@@ -20,6 +20,12 @@ bool Reader::tableWord(KeywordInfo info, const Token& token) {
     case Keyword::HeaderRow:
         builder_.markHeaderRow();
         break;
+    case Keyword::RowPadding:
+        builder_.setRowPadding(info.value, token.parameter);
+        break;
+    case Keyword::RowGap:
+        builder_.setRowPadding(-1, token.parameter);
+        break;
     case Keyword::RowLeft:
         builder_.setRowLeft(token.parameter);
         break;
