@@ -1,5 +1,6 @@
 #include "documents/TableLines.h"
 
+#include "documents/NamedValues.h"
 #include "documents/Units.h"
 
 #include <QTextTable>
@@ -102,7 +103,7 @@ void apply(QTextTable& grid, const Cells& cells, QTextTableFormat& format) {
 }
 
 using Style = QTextFrameFormat::BorderStyle;
-constexpr std::pair<const char16_t*, Style> cssStyles[] = {
+constexpr NamedValues::Entry<Style> cssStyles[] = {
     {u"solid", Style::BorderStyle_Solid},   {u"double", Style::BorderStyle_Double},
     {u"dotted", Style::BorderStyle_Dotted}, {u"dashed", Style::BorderStyle_Dashed},
     {u"groove", Style::BorderStyle_Groove}, {u"ridge", Style::BorderStyle_Ridge},
@@ -110,21 +111,13 @@ constexpr std::pair<const char16_t*, Style> cssStyles[] = {
 };
 
 std::optional<QTextFrameFormat::BorderStyle> styleNamed(QStringView name) {
-    for (const auto& [css, style] : cssStyles) {
-        if (name == css)
-            return style;
-    }
-    return std::nullopt;
+    return NamedValues::valueNamed(cssStyles, name);
 }
 
 QString styleName(QTextFrameFormat::BorderStyle style) {
     if (style == Style::BorderStyle_DotDash || style == Style::BorderStyle_DotDotDash)
         return QStringLiteral("dashed");
-    for (const auto& [css, known] : cssStyles) {
-        if (known == style)
-            return QString::fromUtf16(css);
-    }
-    return QStringLiteral("solid");
+    return NamedValues::nameOf(cssStyles, style).value_or(QStringLiteral("solid"));
 }
 
 CellSides sidesOf(const QTextTableCellFormat& format) {

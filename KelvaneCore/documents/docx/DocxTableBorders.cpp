@@ -1,6 +1,7 @@
 #include "documents/docx/DocxTableBorders.h"
 
 #include "documents/CellSpacing.h"
+#include "documents/NamedValues.h"
 #include "documents/Units.h"
 #include "documents/docx/DocxStyles.h"
 #include "documents/docx/Ooxml.h"
@@ -55,7 +56,7 @@ Line lineOf(const QXmlStreamReader& xml) {
 }
 
 using Style = QTextFrameFormat::BorderStyle;
-constexpr std::pair<const char16_t*, Style> lineStyles[] = {
+constexpr NamedValues::Entry<Style> lineStyles[] = {
     {u"single", Style::BorderStyle_Solid},         {u"double", Style::BorderStyle_Double},
     {u"dotted", Style::BorderStyle_Dotted},        {u"dashed", Style::BorderStyle_Dashed},
     {u"dotDash", Style::BorderStyle_DotDash},      {u"dotDotDash", Style::BorderStyle_DotDotDash},
@@ -89,7 +90,7 @@ void overlay(std::array<std::optional<Line>, count>& sides,
     }
 }
 
-constexpr std::pair<const char16_t*, Region> regionNames[] = {
+constexpr NamedValues::Entry<Region> regionNames[] = {
     {u"wholeTable", Region::wholeTable}, {u"band1Vert", Region::band1Vert},
     {u"band2Vert", Region::band2Vert},   {u"band1Horz", Region::band1Horz},
     {u"band2Horz", Region::band2Horz},   {u"firstCol", Region::firstCol},
@@ -97,30 +98,14 @@ constexpr std::pair<const char16_t*, Region> regionNames[] = {
     {u"lastRow", Region::lastRow},
 };
 
-std::optional<Region> regionNamed(QStringView type) {
-    for (const auto& [name, region] : regionNames) {
-        if (type == name)
-            return region;
-    }
-    return std::nullopt;
-}
-
 } // namespace
 
 QTextFrameFormat::BorderStyle lineStyleOf(QStringView value) {
-    for (const auto& [name, style] : lineStyles) {
-        if (value == name)
-            return style;
-    }
-    return Style::BorderStyle_Solid;
+    return NamedValues::valueNamed(lineStyles, value).value_or(Style::BorderStyle_Solid);
 }
 
 QString lineValueOf(QTextFrameFormat::BorderStyle style) {
-    for (const auto& [name, known] : lineStyles) {
-        if (known == style)
-            return QString::fromUtf16(name);
-    }
-    return QStringLiteral("single");
+    return NamedValues::nameOf(lineStyles, style).value_or(QStringLiteral("single"));
 }
 
 bool Borders::isSet() const {
@@ -157,7 +142,7 @@ Borders readBorders(QXmlStreamReader& xml) {
 
 void readConditionalLook(QXmlStreamReader& xml, TableStyle& style) {
     const QString type = wAttribute(xml, u"type");
-    const auto region = regionNamed(type);
+    const auto region = NamedValues::valueNamed(regionNames, type);
     Borders* row = type == u"firstRow"  ? &style.firstRow
                    : type == u"lastRow" ? &style.lastRow
                                         : nullptr;
