@@ -76,6 +76,8 @@ public:
     // The room inside the row's cells at one side (a TableLines::Side), or at the left and
     // right where another word does not say (-1, \trgaph).
     void setRowPadding(int side, int twips);
+    // The room inside the cell whose \cellx comes next, at one side, over the row's.
+    void setCellPadding(int side, int twips);
     void addCellBoundary(int right);
     void mergeCell(CellMerge merge);
     void shadeCell(const QColor& color);
@@ -125,7 +127,9 @@ private:
         CellMerge merge = CellMerge::none;
         TableLines::CellSides sides; // those the cell names of its own
         QColor shading;
+        std::array<std::optional<int>, 4> padding; // twips, those the cell gives of its own
     };
+    void recordPadding(std::pair<int, int> start, const CellDefinition& definition);
     std::vector<CellDefinition> rowDefinition_;    // the cells the last \trowd defined
     int rowLeft_ = 0;                              // twips
     std::array<std::optional<int>, 4> rowPadding_; // twips, by TableLines::Side
@@ -134,6 +138,7 @@ private:
     bool headerRow_ = false;
     CellMerge nextMerge_ = CellMerge::none; // of the cell whose \cellx comes next
     QColor nextShading_;
+    std::array<std::optional<int>, 4> nextPadding_;
     // The lines and shading of the table's cells, by the row and column they start at.
     std::map<std::pair<int, int>, TableLines::CellSides> lines_;
     std::map<std::pair<int, int>, QColor> shading_;

@@ -196,6 +196,12 @@ const std::unordered_map<std::string_view, KeywordInfo>& keywords() {
         {"trpaddb", {K::RowPadding, 2}},
         {"trpaddr", {K::RowPadding, 3}},
         {"trgaph", {K::RowGap}},
+        // Word writes a cell's left room as \clpadt and its top room as \clpadl, and reads
+        // them so; other writers follow it.
+        {"clpadt", {K::CellPadding, 1}},
+        {"clpadl", {K::CellPadding, 0}},
+        {"clpadb", {K::CellPadding, 2}},
+        {"clpadr", {K::CellPadding, 3}},
         {"cellx", {K::CellRight}},
         {"clmgf", {K::CellMerge, 1}},
         {"clmrg", {K::CellMerge, 2}},

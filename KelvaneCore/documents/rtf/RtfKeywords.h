@@ -91,9 +91,10 @@ enum class Keyword {
     Cell,
     Row,
     RowDefaults,
-    RowLeft,    // \trleft: where the row's first cell starts, in twips
-    RowPadding, // \trpadd*: the room inside its cells at one side; value: a TableLines::Side
-    RowGap,     // \trgaph: half the room between cells, their room at each side
+    RowLeft,     // \trleft: where the row's first cell starts, in twips
+    RowPadding,  // \trpadd*: the room inside its cells at one side; value: a TableLines::Side
+    RowGap,      // \trgaph: half the room between cells, their room at each side
+    CellPadding, // \clpad*: the next cell's room at one side; value: a TableLines::Side
     CellRight,
     CellMerge,   // value: a CellMerge
     CellBorder,  // names the side the border words after it describe; value: a BorderSide

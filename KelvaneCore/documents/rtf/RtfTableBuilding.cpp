@@ -66,6 +66,7 @@ void Builder::defineRow() {
     headerRow_ = false;
     nextMerge_ = CellMerge::none;
     nextShading_ = QColor();
+    nextPadding_ = {};
 }
 
 void Builder::setRowLeft(int twips) {
@@ -80,6 +81,11 @@ void Builder::setRowPadding(int side, int twips) {
         rowPadding_[static_cast<std::size_t>(side)] = bounded;
 }
 
+void Builder::setCellPadding(int side, int twips) {
+    if (side >= 0 && side < static_cast<int>(nextPadding_.size()))
+        nextPadding_[static_cast<std::size_t>(side)] = std::clamp(twips, 0, maxPaddingTwips);
+}
+
 void Builder::markHeaderRow() {
     headerRow_ = true;
 }
@@ -87,9 +93,10 @@ void Builder::markHeaderRow() {
 void Builder::addCellBoundary(int right) {
     if (rowDefinition_.size() < maxColumns)
         rowDefinition_.push_back({std::clamp(right, 0, maxEdgeTwips), nextMerge_,
-                                  rowLines_.takeCellSides(), nextShading_});
+                                  rowLines_.takeCellSides(), nextShading_, nextPadding_});
     nextMerge_ = CellMerge::none;
     nextShading_ = QColor();
+    nextPadding_ = {};
 }
 
 void Builder::shadeCell(const QColor& color) {
@@ -338,15 +345,26 @@ void Builder::recordCellLook(int row, int cell, const QTextTableCell& target) {
         lines = sides;
         if (definition.shading.isValid())
             shading_[start] = definition.shading;
-        if (rowGap_ || std::any_of(rowPadding_.begin(), rowPadding_.end(),
-                                   [](const auto& side) { return side.has_value(); })) {
-            const int gap = rowGap_.value_or(0);
-            padding_[start] = {rowPadding_[0].value_or(0), rowPadding_[1].value_or(gap),
-                               rowPadding_[2].value_or(0), rowPadding_[3].value_or(gap)};
-        }
+        recordPadding(start, definition);
     }
     if (!definition.sides[TableLines::bottom])
         rowBottomCells_.push_back(start);
+}
+
+// The room inside a cell: its own at each side it gives, else its row's, where either says any.
+void Builder::recordPadding(std::pair<int, int> start, const CellDefinition& definition) {
+    const auto given = [](const auto& sides) {
+        return std::any_of(sides.begin(), sides.end(),
+                           [](const auto& side) { return side.has_value(); });
+    };
+    if (!rowGap_ && !given(rowPadding_) && !given(definition.padding))
+        return;
+    const int gap = rowGap_.value_or(0);
+    const std::array<int, 4> row{rowPadding_[0].value_or(0), rowPadding_[1].value_or(gap),
+                                 rowPadding_[2].value_or(0), rowPadding_[3].value_or(gap)};
+    std::array<int, 4>& room = padding_[start];
+    for (std::size_t side = 0; side < room.size(); ++side)
+        room[side] = definition.padding[side].value_or(row[side]);
 }
 
 } // namespace kelvane::Rtf

@@ -23,6 +23,9 @@ bool Reader::tableWord(KeywordInfo info, const Token& token) {
     case Keyword::RowPadding:
         builder_.setRowPadding(info.value, token.parameter);
         break;
+    case Keyword::CellPadding:
+        builder_.setCellPadding(info.value, token.parameter);
+        break;
     case Keyword::RowGap:
         builder_.setRowPadding(-1, token.parameter);
         break;

@@ -251,7 +251,7 @@ TEST(RtfReader, ListsFromListTablesAndFromListText) {
 TEST(RtfReader, TableRowsAndCells) {
     const auto document =
         read("\\pard before\\par\\trowd\\trgaph108\\trhdr\\trbrdrt\\brdrs"
-             "\\clbrdrb\\brdrs\\brdrw20\\brdrcf1\\clcbpat2\\cellx2000"
+             "\\clbrdrb\\brdrs\\brdrw20\\brdrcf1\\clcbpat2\\clpadt144\\cellx2000"
              "\\clbrdrt\\brdrnone\\clbrdrb\\brdrs\\cellx4000\n"
              "\\pard\\intbl {\\b A1}\\cell\\pard\\intbl\\sb240 B1 first\\par B1 second\\cell\\row\n"
              "\\trowd\\cellx2000\\cellx4000\n\\pard\\intbl A2\\cell\\pard\\intbl\\cell\\row\n"
@@ -286,12 +286,14 @@ TEST(RtfReader, TableRowsAndCells) {
     EXPECT_TRUE(b1[TableLines::bottom]);
     for (const auto& side : sidesAt(1, 0))
         EXPECT_FALSE(side);
-    // The row's room at the cells' sides (\\trgaph), none above or below but the space
-    // before the first paragraph, which the layout would leave out.
+    // The row's room at the cells' sides (\\trgaph) or a cell's own (\\clpadt, the left one),
+    // none above or below but the space before the first paragraph, which the layout would
+    // leave out.
     const auto roomAt = [&](int row, int column) {
         return table->cellAt(row, column).format().toTableCellFormat();
     };
-    EXPECT_NEAR(roomAt(0, 0).leftPadding(), 7.2, 0.01);
+    EXPECT_NEAR(roomAt(0, 0).leftPadding(), 9.6, 0.01);
+    EXPECT_NEAR(roomAt(0, 1).leftPadding(), 7.2, 0.01);
     EXPECT_DOUBLE_EQ(roomAt(0, 0).topPadding(), 0);
     EXPECT_DOUBLE_EQ(roomAt(0, 1).topPadding(), 16);
     EXPECT_FALSE(QTextCursor(blockWith(*document, "before")).currentTable());
