@@ -62,6 +62,7 @@ private:
         int rows = 0;
         std::vector<double> columnWidths; // points, or 0 where a column's style gives none
         std::map<std::pair<int, int>, TableLines::CellSides> lines; // by row and column
+        std::map<std::pair<int, int>, CellPadding> padding;         // likewise, where given
         int headerRows = 0; // rows at the top repeated on every page
         struct Merge {
             int row, column, rows, columns;
@@ -82,6 +83,7 @@ private:
     void applyWidths(Table& table) const;
     void applyMerges(Table& table);
     void repeatRow(Table& table, int row, int copies);
+    void applyPadding(Table& table) const;
     int spendRepeats(int cells);
     void readFrame(int depth, const QTextCharFormat& format);
     bool readImage(QSizeF size);

@@ -123,6 +123,11 @@ TableLines::CellSides Styles::cellLines(const QString& name) const {
     return lines;
 }
 
+CellPadding Styles::cellPadding(const QString& name) const {
+    const Style* style = find(u"table-cell", name);
+    return style != nullptr ? style->padding : CellPadding{};
+}
+
 QColor Styles::cellBackground(const QString& name) const {
     const Style* style = find(u"table-cell", name);
     return style != nullptr ? style->background : QColor();

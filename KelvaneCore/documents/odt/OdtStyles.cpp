@@ -19,6 +19,7 @@ constexpr int maxInheritance = 32; // parent chains are short; a longer one is a
 constexpr double defaultPointSize = 12.0;
 constexpr double maxLinePoints = 1584; // 22 inches, a line as tall as the tallest page
 constexpr int maxPageNumber = 100000;
+constexpr double maxPaddingPoints = 144;
 
 QString styleKey(QStringView family, const QString& name) {
     return family.toString() + u'/' + name;
@@ -159,6 +160,22 @@ TableLines::Line lineOf(QStringView border) {
     return line;
 }
 
+// The room fo:padding and its sided forms give a table cell's style.
+void readCellPadding(const QXmlStreamReader& xml, CellPadding& padding) {
+    if (const auto all = pointsFromLength(attribute(xml, ns::fo, "padding")); all && *all >= 0)
+        padding.fill(std::min(*all, maxPaddingPoints));
+    const std::pair<const char*, TableLines::Side> sides[] = {
+        {"padding-top", TableLines::top},
+        {"padding-left", TableLines::left},
+        {"padding-bottom", TableLines::bottom},
+        {"padding-right", TableLines::right}};
+    for (const auto& [name, side] : sides) {
+        if (const auto points = pointsFromLength(attribute(xml, ns::fo, name));
+            points && *points >= 0)
+            padding[side] = std::min(*points, maxPaddingPoints);
+    }
+}
+
 // The sides fo:border and its sided forms give a table cell's style.
 void readCellLines(const QXmlStreamReader& xml, TableLines::CellSides& lines) {
     if (const QString all = attribute(xml, ns::fo, "border"); !all.isEmpty())
@@ -289,6 +306,7 @@ void Styles::readStyle(QXmlStreamReader& xml, Style& style) {
             if (const QColor colour(attribute(xml, ns::fo, "background-color")); colour.isValid())
                 style.background = colour;
             readCellLines(xml, style.lines);
+            readCellPadding(xml, style.padding);
         }
         xml.skipCurrentElement();
     }

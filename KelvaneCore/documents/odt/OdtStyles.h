@@ -12,12 +12,15 @@
 #include <QTextFormat>
 #include <QTextListFormat>
 
+#include <array>
 #include <map>
 #include <optional>
 
 class QXmlStreamReader;
 
 namespace kelvane::Odt {
+
+using CellPadding = std::array<std::optional<double>, 4>;
 
 // The OpenDocument namespaces the reader looks at; prefixes vary between producers, the
 // URIs do not.
@@ -78,6 +81,9 @@ public:
     // The lines a table-cell style draws around its cells; a line on every side for a style
     // the document does not define.
     TableLines::CellSides cellLines(const QString& name) const;
+    // The room a table-cell style leaves inside its cells at each side (by TableLines::Side),
+    // in points, where it gives any.
+    CellPadding cellPadding(const QString& name) const;
     // The background a table-cell style paints, or an invalid colour.
     QColor cellBackground(const QString& name) const;
     // The page the text starts on: that of the master page "Standard", or the first one.
@@ -93,6 +99,7 @@ private:
         std::optional<double> columnWidth; // points
         QColor background;                 // of table cells
         TableLines::CellSides lines;       // of table cells
+        CellPadding padding;               // of table cells
         std::optional<double> sizePercent;
         QTextCharFormat text;
         QTextBlockFormat paragraph;

@@ -28,6 +28,7 @@ void BodyReader::readTable(int depth) {
         format.setHeaderRowCount(std::min(table.headerRows, table.table->rows()));
         table.table->setFormat(format);
         applyWidths(table);
+        applyPadding(table);
         CellSpacing::keepParagraphSpacing(*table.table);
         cursor_ = table.table->lastCursorPosition();
         cursor_.movePosition(QTextCursor::NextBlock);
@@ -128,8 +129,14 @@ void BodyReader::readRow(int depth, Table& table) {
         const QString cellStyle = attribute(xml_, ns::table, "style-name");
         const QColor background = styles_.cellBackground(cellStyle);
         const TableLines::CellSides lines = styles_.cellLines(cellStyle);
-        for (int copy = 0; copy <= copies; ++copy)
+        const CellPadding padding = styles_.cellPadding(cellStyle);
+        const bool padded = std::any_of(padding.begin(), padding.end(),
+                                        [](const auto& side) { return side.has_value(); });
+        for (int copy = 0; copy <= copies; ++copy) {
             table.lines[{row, column + copy}] = lines;
+            if (padded)
+                table.padding[{row, column + copy}] = padding;
+        }
         readBlocks(depth + 1);
         if (background.isValid()) {
             // After the content: the cell's format is that of its first paragraph's characters.
@@ -149,6 +156,29 @@ void BodyReader::readRow(int depth, Table& table) {
                       std::max(table.table->columns(), 1));
 }
 
+// The room the cells' styles give them; the table's own padding at the sides they leave out.
+void BodyReader::applyPadding(Table& table) const {
+    const double tablePadding = table.table->format().cellPadding();
+    // Setting a cell's format makes the table look its grid up afresh: find every cell first.
+    std::vector<std::pair<QTextTableCell, CellPadding>> padded;
+    for (const auto& [at, padding] : table.padding) {
+        const QTextTableCell cell = table.table->cellAt(at.first, at.second);
+        if (cell.row() == at.first && cell.column() == at.second)
+            padded.emplace_back(cell, padding);
+    }
+    for (auto& [cell, padding] : padded) {
+        QTextTableCellFormat format = cell.format().toTableCellFormat();
+        const auto pixels = [&](TableLines::Side side) {
+            return padding[side] ? Units::pixelsFromPoints(*padding[side]) : tablePadding;
+        };
+        format.setTopPadding(pixels(TableLines::top));
+        format.setLeftPadding(pixels(TableLines::left));
+        format.setBottomPadding(pixels(TableLines::bottom));
+        format.setRightPadding(pixels(TableLines::right));
+        cell.setFormat(format);
+    }
+}
+
 void BodyReader::repeatRow(Table& table, int row, int copies) {
     if (copies <= 0)
         return;
@@ -163,6 +193,8 @@ void BodyReader::repeatRow(Table& table, int row, int copies) {
             paste(table, to, c, cells[static_cast<std::size_t>(c)]);
             if (const auto lines = table.lines.find({row, c}); lines != table.lines.end())
                 table.lines[{to, c}] = lines->second;
+            if (const auto padding = table.padding.find({row, c}); padding != table.padding.end())
+                table.padding[{to, c}] = padding->second;
         }
     }
 }

@@ -267,12 +267,13 @@ TEST(OdtReader, TablesKeepTheirGridWithRepeatedAndCoveredCells) {
 
 // Cell styles drawing rules above and below the heading row and under the last one draw just
 // those sides, in their colours; no line runs between the columns. The heading row repeats.
-TEST(OdtReader, TableCellsDrawTheSidesTheirStylesSet) {
+TEST(OdtReader, TableCellsDrawTheSidesAndLeaveTheRoomTheirStylesSet) {
     const QByteArray styles =
         R"(<style:style style:name="Head" style:family="table-cell"><style:table-cell-properties )"
         R"(fo:border="none" fo:border-top="0.5pt solid #000000" fo:border-bottom="1pt solid #000000"/>)"
         R"(</style:style><style:style style:name="Body" style:family="table-cell">)"
-        R"(<style:table-cell-properties fo:border="none"/></style:style>)"
+        R"(<style:table-cell-properties fo:border="none" fo:padding="0pt" fo:padding-left="9pt"/>)"
+        R"(</style:style>)"
         R"(<style:style style:name="Last" style:family="table-cell"><style:table-cell-properties )"
         R"(fo:border-left="none" fo:border-right="none" fo:border-bottom="0.05cm solid #ff0000"/>)"
         R"(</style:style>)";
@@ -304,6 +305,8 @@ TEST(OdtReader, TableCellsDrawTheSidesTheirStylesSet) {
     EXPECT_FALSE(cell(1, 0).hasProperty(QTextFormat::TableCellTopBorderStyle));
     EXPECT_FALSE(cell(1, 0).hasProperty(QTextFormat::TableCellBottomBorderStyle));
     EXPECT_EQ(cell(2, 1).bottomBorderBrush().color(), QColor(Qt::red));
+    EXPECT_DOUBLE_EQ(cell(1, 0).leftPadding(), 12); // the style's room: 9 points
+    EXPECT_DOUBLE_EQ(cell(1, 0).topPadding(), 0);
     for (int r = 0; r < 3; ++r) {
         EXPECT_FALSE(cell(r, 0).hasProperty(QTextFormat::TableCellRightBorderStyle)) << r;
         EXPECT_FALSE(cell(r, 1).hasProperty(QTextFormat::TableCellLeftBorderStyle)) << r;
