@@ -287,10 +287,7 @@ void TableLook::applyCellFormats(QTextTable& grid) const {
         const auto pixels = [&](TableLines::Side side) {
             return Units::pixelsFromPoints(Units::pointsFromTwips(sides[side].value_or(0)));
         };
-        format.setTopPadding(pixels(TableLines::top));
-        format.setLeftPadding(pixels(TableLines::left));
-        format.setBottomPadding(pixels(TableLines::bottom));
-        format.setRightPadding(pixels(TableLines::right));
+        CellSpacing::setPadding(format, pixels);
         cell.setFormat(format);
     }
 }

@@ -171,10 +171,7 @@ void BodyReader::applyPadding(Table& table) const {
         const auto pixels = [&](TableLines::Side side) {
             return padding[side] ? Units::pixelsFromPoints(*padding[side]) : tablePadding;
         };
-        format.setTopPadding(pixels(TableLines::top));
-        format.setLeftPadding(pixels(TableLines::left));
-        format.setBottomPadding(pixels(TableLines::bottom));
-        format.setRightPadding(pixels(TableLines::right));
+        CellSpacing::setPadding(format, pixels);
         cell.setFormat(format);
     }
 }

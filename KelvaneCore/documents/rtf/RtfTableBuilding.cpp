@@ -187,10 +187,7 @@ void Builder::setCellFormats() {
                 return Units::pixelsFromPoints(
                     Units::pointsFromTwips(room->second[static_cast<std::size_t>(side)]));
             };
-            format.setTopPadding(pixels(TableLines::top));
-            format.setLeftPadding(pixels(TableLines::left));
-            format.setBottomPadding(pixels(TableLines::bottom));
-            format.setRightPadding(pixels(TableLines::right));
+            CellSpacing::setPadding(format, pixels);
         }
         cell.setFormat(format);
     }
