@@ -168,8 +168,8 @@ void BodyReader::applyPadding(Table& table) const {
     }
     for (auto& [cell, padding] : padded) {
         QTextTableCellFormat format = cell.format().toTableCellFormat();
-        const auto pixels = [&](TableLines::Side side) {
-            return padding[side] ? Units::pixelsFromPoints(*padding[side]) : tablePadding;
+        const auto pixels = [&room = padding, tablePadding](TableLines::Side side) {
+            return room[side] ? Units::pixelsFromPoints(*room[side]) : tablePadding;
         };
         CellSpacing::setPadding(format, pixels);
         cell.setFormat(format);
