@@ -2,7 +2,7 @@
 
 #include "documents/HiddenText.h"
 #include "documents/docx/DocxSections.h"
-#include "documents/docx/DocxTableBorders.h"
+#include "documents/docx/DocxTableLook.h"
 
 #include <QByteArray>
 #include <QString>

@@ -35,15 +35,15 @@ std::optional<QTextLength> tableWidthOf(const QXmlStreamReader& xml) {
     return std::nullopt;
 }
 
-// The borders of a table style (the default one for an empty id), or all single lines for a
-// grid style the document does not define.
+// A table style (the default one for an empty id), or all single lines for a grid style the
+// document does not define.
 TableStyle styleOf(const Styles& styles, const QString& id) {
     if (auto defined = styles.tableStyle(id))
         return *defined;
-    TableStyle borders;
+    TableStyle style;
     if (id.contains(u"Grid", Qt::CaseInsensitive))
-        borders.table.sides.fill(TableLines::thinLine());
-    return borders;
+        style.table.sides.fill(TableLines::thinLine());
+    return style;
 }
 
 // Reads w:tblPr: the table's width, style, borders and cell margins.
@@ -196,8 +196,7 @@ void BodyReader::readCell(int depth, Table& table, int& column) {
         table.look.cells[at] = properties.borders;
     if (placed && properties.shading.isValid())
         table.look.shading[at] = properties.shading;
-    if (placed && std::any_of(properties.margins.sides.begin(), properties.margins.sides.end(),
-                              [](const auto& side) { return side.has_value(); }))
+    if (placed && properties.margins.isSet())
         table.look.spaces[at] = properties.margins;
 }
 

@@ -1,7 +1,7 @@
 #include "documents/TableLines.h"
 #include "documents/Units.h"
 #include "documents/docx/DocxBodyWriter.h"
-#include "documents/docx/DocxTableBorders.h"
+#include "documents/docx/DocxTableLook.h"
 #include "documents/docx/Ooxml.h"
 
 #include <QTextDocument>

@@ -17,7 +17,8 @@ class QXmlStreamReader;
 class QTextTable;
 class QTextTableFormat;
 
-// The lines of a table as its style, its own properties and its cells set them.
+// The look of a table as its style, its own properties and its cells set it: lines, shading,
+// the room inside cells, and what the style gives the paragraphs in them.
 namespace kelvane::Docx {
 
 // What one w:tblBorders or w:tcBorders sets; unset sides leave what lies beneath in place.
@@ -55,6 +56,7 @@ constexpr std::size_t regionCount = 9;
 struct CellMargins {
     std::array<std::optional<double>, 4> sides; // by TableLines::Side
 
+    bool isSet() const;
     void merge(const CellMargins& over);
 };
 

@@ -1,4 +1,4 @@
-#include "documents/docx/DocxTableBorders.h"
+#include "documents/docx/DocxTableLook.h"
 
 #include "documents/CellSpacing.h"
 #include "documents/NamedValues.h"
@@ -81,13 +81,19 @@ CellSides sidesAt(const Borders& borders, Place place) {
 }
 
 // `over`'s sides on top of `sides`, where it sets them.
-template <std::size_t count>
-void overlay(std::array<std::optional<Line>, count>& sides,
-             const std::array<std::optional<Line>, count>& over) {
+template <typename Value, std::size_t count>
+void overlay(std::array<std::optional<Value>, count>& sides,
+             const std::array<std::optional<Value>, count>& over) {
     for (std::size_t side = 0; side < count; ++side) {
         if (over[side])
             sides[side] = over[side];
     }
+}
+
+template <typename Value, std::size_t count>
+bool anySet(const std::array<std::optional<Value>, count>& sides) {
+    return std::any_of(sides.begin(), sides.end(),
+                       [](const auto& side) { return side.has_value(); });
 }
 
 constexpr NamedValues::Entry<Region> regionNames[] = {
@@ -109,8 +115,7 @@ QString lineValueOf(QTextFrameFormat::BorderStyle style) {
 }
 
 bool Borders::isSet() const {
-    return std::any_of(sides.begin(), sides.end(),
-                       [](const auto& side) { return side.has_value(); });
+    return anySet(sides);
 }
 
 void Borders::merge(const Borders& over) {
@@ -292,11 +297,12 @@ void TableLook::applyCellFormats(QTextTable& grid) const {
     }
 }
 
+bool CellMargins::isSet() const {
+    return anySet(sides);
+}
+
 void CellMargins::merge(const CellMargins& over) {
-    for (std::size_t side = 0; side < sides.size(); ++side) {
-        if (over.sides[side])
-            sides[side] = over.sides[side];
-    }
+    overlay(sides, over.sides);
 }
 
 CellMargins readCellMargins(QXmlStreamReader& xml) {
