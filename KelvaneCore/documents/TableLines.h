@@ -31,6 +31,16 @@ inline Line thinLine() {
 enum Side { top, left, bottom, right };
 using CellSides = std::array<std::optional<Line>, 4>; // by `Side`; unset sides draw nothing
 
+// Whether any of a cell's sides is set, for lines or any other value given side by side.
+template <typename Value, std::size_t count>
+bool anySet(const std::array<std::optional<Value>, count>& sides) {
+    for (const auto& side : sides) {
+        if (side)
+            return true;
+    }
+    return false;
+}
+
 // Draws the lines on `grid`, its cells already merged, from the sides of its cells by row and
 // column: a grid of thin lines when every side of every cell has one, no lines when none has,
 // else each cell's sides as given. A line between two cells is drawn when either has it. The

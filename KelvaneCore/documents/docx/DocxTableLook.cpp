@@ -90,12 +90,6 @@ void overlay(std::array<std::optional<Value>, count>& sides,
     }
 }
 
-template <typename Value, std::size_t count>
-bool anySet(const std::array<std::optional<Value>, count>& sides) {
-    return std::any_of(sides.begin(), sides.end(),
-                       [](const auto& side) { return side.has_value(); });
-}
-
 constexpr NamedValues::Entry<Region> regionNames[] = {
     {u"wholeTable", Region::wholeTable}, {u"band1Vert", Region::band1Vert},
     {u"band2Vert", Region::band2Vert},   {u"band1Horz", Region::band1Horz},
@@ -115,7 +109,7 @@ QString lineValueOf(QTextFrameFormat::BorderStyle style) {
 }
 
 bool Borders::isSet() const {
-    return anySet(sides);
+    return TableLines::anySet(sides);
 }
 
 void Borders::merge(const Borders& over) {
@@ -298,7 +292,7 @@ void TableLook::applyCellFormats(QTextTable& grid) const {
 }
 
 bool CellMargins::isSet() const {
-    return anySet(sides);
+    return TableLines::anySet(sides);
 }
 
 void CellMargins::merge(const CellMargins& over) {

@@ -91,7 +91,7 @@ void writeTableProperties(QXmlStreamWriter& xml, const QTextTableFormat& format,
 // The sides the cell's own format draws; a lined table draws the rest.
 void writeCellBorders(QXmlStreamWriter& xml, const QTextTableCellFormat& format) {
     const TableLines::CellSides sides = TableLines::sidesOf(format);
-    if (std::none_of(sides.begin(), sides.end(), [](const auto& line) { return line.has_value(); }))
+    if (!TableLines::anySet(sides))
         return;
     const char* const names[] = {"top", "left", "bottom", "right"};
     xml.writeStartElement(ns::w, QStringLiteral("tcBorders"));

@@ -130,8 +130,7 @@ void BodyReader::readRow(int depth, Table& table) {
         const QColor background = styles_.cellBackground(cellStyle);
         const TableLines::CellSides lines = styles_.cellLines(cellStyle);
         const CellPadding padding = styles_.cellPadding(cellStyle);
-        const bool padded = std::any_of(padding.begin(), padding.end(),
-                                        [](const auto& side) { return side.has_value(); });
+        const bool padded = TableLines::anySet(padding);
         for (int copy = 0; copy <= copies; ++copy) {
             table.lines[{row, column + copy}] = lines;
             if (padded)

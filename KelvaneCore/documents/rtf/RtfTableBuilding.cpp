@@ -350,11 +350,7 @@ void Builder::recordCellLook(int row, int cell, const QTextTableCell& target) {
 
 // The room inside a cell: its own at each side it gives, else its row's, where either says any.
 void Builder::recordPadding(std::pair<int, int> start, const CellDefinition& definition) {
-    const auto given = [](const auto& sides) {
-        return std::any_of(sides.begin(), sides.end(),
-                           [](const auto& side) { return side.has_value(); });
-    };
-    if (!rowGap_ && !given(rowPadding_) && !given(definition.padding))
+    if (!rowGap_ && !TableLines::anySet(rowPadding_) && !TableLines::anySet(definition.padding))
         return;
     const int gap = rowGap_.value_or(0);
     const std::array<int, 4> row{rowPadding_[0].value_or(0), rowPadding_[1].value_or(gap),
